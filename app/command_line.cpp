@@ -1,0 +1,48 @@
+#include "app/command_line.h"
+
+namespace ravo::app {
+
+Command parseCommandLine(const std::vector<std::string>& arguments) {
+    Command command;
+    if (arguments.empty())
+        return command;
+    const std::string& word = arguments.front();
+    if (word == "-h" || word == "--help" || word == "help") {
+        command.kind = Command::Kind::help;
+        return command;
+    }
+    if (word == "--version") {
+        command.kind = Command::Kind::version;
+        return command;
+    }
+    if (word == "status") {
+        command.kind = Command::Kind::status;
+        for (std::size_t i = 1; i < arguments.size(); ++i) {
+            if (arguments[i] == "--json") {
+                command.json = true;
+            } else {
+                command.kind = Command::Kind::invalid;
+                command.error = "Unknown option for status: " + arguments[i];
+                return command;
+            }
+        }
+        return command;
+    }
+    command.kind = Command::Kind::invalid;
+    command.error = "Unknown command: " + word;
+    return command;
+}
+
+std::string usageText() {
+    return "Usage: ravo [command]\n"
+           "\n"
+           "Without a command Ravo runs in the tray, or as a live dashboard in the terminal\n"
+           "when there is no display.\n"
+           "\n"
+           "Commands:\n"
+           "  status [--json]   print one reading of the machine and exit\n"
+           "  --version         print the version\n"
+           "  --help            print this text\n";
+}
+
+} // namespace ravo::app

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace ravo::app {
+
+struct Command {
+    enum class Kind { run, status, help, version, invalid };
+    Kind kind = Kind::run;
+    bool json = false;
+    std::vector<std::string> arguments; // what follows the command word
+    std::string error;
+    bool operator==(const Command&) const = default;
+};
+
+Command parseCommandLine(const std::vector<std::string>& arguments);
+
+std::string usageText();
+
+} // namespace ravo::app

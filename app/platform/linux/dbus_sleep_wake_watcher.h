@@ -1,0 +1,29 @@
+#pragma once
+
+#include "app/platform/sleep_wake_watcher.h"
+
+#include <QDBusConnection>
+
+namespace ravo::app {
+
+// logind's PrepareForSleep on the system bus, the screensaver's ActiveChanged and
+// logind's session Unlock on the session bus.
+class DBusSleepWakeWatcher final : public SleepWakeWatcher {
+    Q_OBJECT
+public:
+    explicit DBusSleepWakeWatcher(QDBusConnection session = QDBusConnection::sessionBus(),
+                                  QDBusConnection system = QDBusConnection::systemBus(),
+                                  QObject* parent = nullptr);
+
+    bool isWatchingScreens() const { return watchingScreens_; }
+
+private slots:
+    void onPrepareForSleep(bool sleeping);
+    void onScreenSaverActiveChanged(bool active);
+
+private:
+    bool watchingScreens_ = false;
+    bool screensAsleep_ = false;
+};
+
+} // namespace ravo::app

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "metrics/core/metric_format.h"
+#include "metrics/core/system_reading.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+// What `ravo status` prints. Each feature adds its own key to the JSON and its own block
+// to the text.
+namespace ravo::app {
+
+struct StatusReport {
+    metrics::SystemReading system;
+};
+
+nlohmann::json statusJson(const StatusReport& report);
+std::string statusText(const StatusReport& report, const metrics::FormatLocale& locale = {});
+
+} // namespace ravo::app

@@ -1,0 +1,52 @@
+#include "core/paths.h"
+
+#include <cstdlib>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace ravo::paths {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::optional<fs::path> absoluteVariable(const char* name) {
+    const char* value = std::getenv(name);
+    if (value == nullptr || value[0] != '/')
+        return std::nullopt;
+    return fs::path(value);
+}
+
+} // namespace
+
+std::optional<fs::path> home() {
+    if (auto fromEnvironment = absoluteVariable("HOME"))
+        return fromEnvironment;
+    if (const passwd* entry = ::getpwuid(::getuid()); entry && entry->pw_dir && entry->pw_dir[0])
+        return fs::path(entry->pw_dir);
+    return std::nullopt;
+}
+
+std::optional<fs::path> dataHome() {
+    if (auto xdg = absoluteVariable("XDG_DATA_HOME"))
+        return xdg;
+    if (auto h = home())
+        return *h / ".local" / "share";
+    return std::nullopt;
+}
+
+std::optional<fs::path> configHome() {
+    if (auto xdg = absoluteVariable("XDG_CONFIG_HOME"))
+        return xdg;
+    if (auto h = home())
+        return *h / ".config";
+    return std::nullopt;
+}
+
+std::optional<fs::path> sharedContainer() {
+    if (auto data = dataHome())
+        return *data / "ravo";
+    return std::nullopt;
+}
+
+} // namespace ravo::paths

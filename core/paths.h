@@ -1,0 +1,17 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+// Every location derives from HOME and the XDG variables, so a test moves all state by
+// pointing HOME at a temporary folder.
+namespace ravo::paths {
+
+std::optional<std::filesystem::path> home();
+std::optional<std::filesystem::path> dataHome();
+std::optional<std::filesystem::path> configHome();
+
+// The folder shared by the app and ravo-hook; absent when no home folder can be found.
+std::optional<std::filesystem::path> sharedContainer();
+
+} // namespace ravo::paths

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "core/time.h"
+#include "metrics/core/system_metric.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace ravo::metrics {
+
+// Raw values are what the kernel's pressure level reports.
+enum class MemoryPressureLevel : int { normal = 1, warning = 2, critical = 4 };
+
+struct CPUTicks {
+    std::uint32_t user = 0;
+    std::uint32_t system = 0;
+    std::uint32_t idle = 0;
+    std::uint32_t nice = 0;
+    bool operator==(const CPUTicks&) const = default;
+};
+
+struct CPULoad {
+    double user = 0;
+    double system = 0;
+    std::vector<double> perCore;
+    bool operator==(const CPULoad&) const = default;
+};
+
+struct GPUUtilization {
+    double device = 0;
+    std::optional<double> renderer;
+    std::optional<double> tiler;
+    bool operator==(const GPUUtilization&) const = default;
+};
+
+struct MemoryUsage {
+    std::uint64_t total = 0;
+    std::uint64_t app = 0;
+    std::uint64_t wired = 0;
+    std::uint64_t compressed = 0;
+    std::uint64_t cached = 0;
+    std::uint64_t swapUsed = 0;
+    double pressure = 0;
+    MemoryPressureLevel pressureLevel = MemoryPressureLevel::normal;
+    bool operator==(const MemoryUsage&) const = default;
+};
+
+struct DiskUsage {
+    std::uint64_t total = 0;
+    std::uint64_t available = 0;
+    std::optional<double> readRate;
+    std::optional<double> writeRate;
+    bool operator==(const DiskUsage&) const = default;
+};
+
+struct NetworkUsage {
+    double inRate = 0;
+    double outRate = 0;
+    std::optional<std::uint64_t> totalIn;
+    std::optional<std::uint64_t> totalOut;
+    bool operator==(const NetworkUsage&) const = default;
+};
+
+struct Temperatures {
+    std::optional<double> cpu;
+    std::optional<double> cpuAverage;
+    std::optional<double> gpu;
+    std::optional<double> ssd;
+    std::optional<double> battery;
+    bool operator==(const Temperatures&) const = default;
+};
+
+struct SystemReading {
+    TimePoint date;
+    std::optional<CPULoad> cpu;
+    std::optional<GPUUtilization> gpuDetail;
+    std::optional<MemoryUsage> memory;
+    std::optional<DiskUsage> disk;
+    std::optional<NetworkUsage> network;
+    std::optional<Temperatures> temperatures;
+    bool operator==(const SystemReading&) const = default;
+
+    // The filling of a metric's gauge, 0...1; network and temperature have none.
+    std::optional<double> fraction(SystemMetric metric) const;
+    // The byte rate of a series, when this reading has one.
+    std::optional<double> rate(RateSeries series) const;
+};
+
+} // namespace ravo::metrics

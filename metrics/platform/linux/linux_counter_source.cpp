@@ -1,0 +1,115 @@
+#include "metrics/platform/linux/linux_counter_source.h"
+
+#include "core/atomic_file.h"
+#include "metrics/platform/linux/proc_parsers.h"
+#include "metrics/platform/linux/text_fields.h"
+
+#include <algorithm>
+#include <sys/statvfs.h>
+
+namespace ravo::metrics::kernel {
+
+namespace {
+// Hot-plugged disks, new interfaces and sensors show up within this time.
+constexpr auto kRediscoveryInterval = std::chrono::seconds(60);
+constexpr std::size_t kProcFileLimit = 1024 * 1024;
+} // namespace
+
+LinuxCounterSource::LinuxCounterSource(SystemRoots roots, bool loadNvidia)
+    : roots_(std::move(roots)), nvidia_(loadNvidia ? NvidiaGpu::load() : nullptr) {}
+
+LinuxCounterSource::~LinuxCounterSource() = default;
+
+void LinuxCounterSource::rediscoverIfStale() {
+    const auto now = std::chrono::steady_clock::now();
+    if (discovered_ && now - discoveredAt_ < kRediscoveryInterval)
+        return;
+    discovered_ = true;
+    discoveredAt_ = now;
+    wholeDisks_ = discoverWholeDisks(roots_.sys);
+    interfaces_ = discoverPhysicalInterfaces(roots_.sys);
+    sensors_ = discoverSensors(roots_.sys);
+    gpuBusyFiles_ = discoverGpuBusyFiles(roots_.sys);
+}
+
+std::optional<std::vector<CPUTicks>> LinuxCounterSource::cpuTicks() {
+    const auto text = readFile(roots_.proc / "stat", kProcFileLimit);
+    if (!text)
+        return std::nullopt;
+    auto ticks = parseProcStat(*text);
+    if (ticks.empty())
+        return std::nullopt;
+    return ticks;
+}
+
+std::optional<GPUUtilization> LinuxCounterSource::gpu() {
+    rediscoverIfStale();
+    std::optional<double> busiest;
+    for (const auto& file : gpuBusyFiles_)
+        if (const auto percent = parseUnsigned(readLine(file)))
+            busiest = std::max(busiest.value_or(0.0), std::clamp(*percent / 100.0, 0.0, 1.0));
+    if (nvidia_)
+        if (const auto fraction = nvidia_->utilization())
+            busiest = std::max(busiest.value_or(0.0), *fraction);
+    if (!busiest)
+        return std::nullopt;
+    return GPUUtilization{*busiest, std::nullopt, std::nullopt};
+}
+
+std::optional<MemoryUsage> LinuxCounterSource::memory() {
+    const auto text = readFile(roots_.proc / "meminfo", kProcFileLimit);
+    if (!text)
+        return std::nullopt;
+    const auto info = parseMeminfo(*text);
+    if (!info)
+        return std::nullopt;
+    std::optional<MemoryPressureStall> stall;
+    if (const auto pressure = readFile(roots_.proc / "pressure" / "memory", kProcFileLimit))
+        stall = parsePressure(*pressure);
+    return memoryUsage(*info, stall);
+}
+
+std::optional<DiskSpace> LinuxCounterSource::diskSpace() {
+    struct statvfs volume {};
+    if (::statvfs(roots_.volume.c_str(), &volume) != 0 || volume.f_frsize == 0)
+        return std::nullopt;
+    // df's "Size" and "Avail": space reserved for root does not count as available.
+    return DiskSpace{static_cast<std::uint64_t>(volume.f_blocks) * volume.f_frsize,
+                     static_cast<std::uint64_t>(volume.f_bavail) * volume.f_frsize};
+}
+
+std::optional<DeviceCounters> LinuxCounterSource::diskCounters() {
+    rediscoverIfStale();
+    const auto text = readFile(roots_.proc / "diskstats", kProcFileLimit);
+    if (!text)
+        return std::nullopt;
+    return parseDiskstats(*text, wholeDisks_);
+}
+
+std::optional<DeviceCounters> LinuxCounterSource::networkCounters() {
+    rediscoverIfStale();
+    const auto text = readFile(roots_.proc / "net" / "dev", kProcFileLimit);
+    if (!text)
+        return std::nullopt;
+    DeviceCounters counters;
+    for (const auto& [name, bytes] : parseNetDev(*text)) {
+        const auto physical = std::find_if(interfaces_.begin(), interfaces_.end(),
+                                           [&](const auto& i) { return i.name == name; });
+        if (physical == interfaces_.end() || !isInterfaceUp(roots_.sys, name))
+            continue;
+        counters.received[physical->index] = bytes.received;
+        counters.sent[physical->index] = bytes.sent;
+    }
+    return counters;
+}
+
+TemperatureReadings LinuxCounterSource::temperatures() {
+    rediscoverIfStale();
+    auto readings = readSensors(sensors_);
+    if (nvidia_)
+        if (const auto celsius = nvidia_->temperature())
+            readings.smc.push_back({"Tg nvidia", *celsius});
+    return readings;
+}
+
+} // namespace ravo::metrics::kernel

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "metrics/core/counter_source.h"
+#include "metrics/platform/linux/nvidia_gpu.h"
+#include "metrics/platform/linux/sysfs_discovery.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+
+namespace ravo::metrics::kernel {
+
+// Where the kernel's files are; tests point these at a fixture tree.
+struct SystemRoots {
+    std::filesystem::path proc = "/proc";
+    std::filesystem::path sys = "/sys";
+    std::filesystem::path volume = "/";
+};
+
+class LinuxCounterSource final : public CounterSource {
+public:
+    explicit LinuxCounterSource(SystemRoots roots = {}, bool loadNvidia = true);
+    ~LinuxCounterSource() override;
+
+    std::optional<std::vector<CPUTicks>> cpuTicks() override;
+    std::optional<GPUUtilization> gpu() override;
+    std::optional<MemoryUsage> memory() override;
+    std::optional<DiskSpace> diskSpace() override;
+    std::optional<DeviceCounters> diskCounters() override;
+    std::optional<DeviceCounters> networkCounters() override;
+    TemperatureReadings temperatures() override;
+
+private:
+    void rediscoverIfStale();
+
+    SystemRoots roots_;
+    std::unique_ptr<NvidiaGpu> nvidia_;
+    std::chrono::steady_clock::time_point discoveredAt_{};
+    bool discovered_ = false;
+    std::set<std::string, std::less<>> wholeDisks_;
+    std::vector<PhysicalInterface> interfaces_;
+    std::vector<SensorFile> sensors_;
+    std::vector<std::filesystem::path> gpuBusyFiles_;
+};
+
+} // namespace ravo::metrics::kernel

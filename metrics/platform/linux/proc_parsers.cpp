@@ -1,0 +1,212 @@
+#include "metrics/platform/linux/proc_parsers.h"
+
+#include "metrics/platform/linux/text_fields.h"
+
+#include <algorithm>
+
+namespace ravo::metrics::kernel {
+
+std::vector<CPUTicks> parseProcStat(std::string_view text) {
+    std::vector<CPUTicks> ticks;
+    forEachLine(text, [&](std::string_view line) {
+        if (!line.starts_with("cpu") || line.size() < 4 || line[3] < '0' || line[3] > '9')
+            return;
+        Fields fields(line);
+        fields.next(); // "cpuN"
+        std::uint64_t v[8] = {};
+        int count = 0;
+        while (count < 8) {
+            auto value = fields.nextNumber();
+            if (!value)
+                break;
+            v[count++] = *value;
+        }
+        if (count < 4)
+            return;
+        // user nice system idle iowait irq softirq steal; 32-bit wrap is handled by the maths.
+        ticks.push_back(CPUTicks{
+            static_cast<std::uint32_t>(v[0]), static_cast<std::uint32_t>(v[2] + v[5] + v[6] + v[7]),
+            static_cast<std::uint32_t>(v[3] + v[4]), static_cast<std::uint32_t>(v[1])});
+    });
+    return ticks;
+}
+
+std::optional<MemInfo> parseMeminfo(std::string_view text) {
+    MemInfo info;
+    bool hasTotal = false, hasAvailable = false;
+    forEachLine(text, [&](std::string_view line) {
+        const auto colon = line.find(':');
+        if (colon == std::string_view::npos)
+            return;
+        const std::string_view key = line.substr(0, colon);
+        Fields fields(line.substr(colon + 1));
+        const auto kib = fields.nextNumber();
+        if (!kib)
+            return;
+        const std::uint64_t bytes = *kib * 1024;
+        struct Target {
+            std::string_view key;
+            std::uint64_t MemInfo::*field;
+        };
+        static constexpr Target targets[] = {{"MemTotal", &MemInfo::total},
+                                             {"MemAvailable", &MemInfo::available},
+                                             {"Buffers", &MemInfo::buffers},
+                                             {"Cached", &MemInfo::cached},
+                                             {"SReclaimable", &MemInfo::sReclaimable},
+                                             {"SUnreclaim", &MemInfo::sUnreclaim},
+                                             {"Shmem", &MemInfo::shmem},
+                                             {"KernelStack", &MemInfo::kernelStack},
+                                             {"PageTables", &MemInfo::pageTables},
+                                             {"Unevictable", &MemInfo::unevictable},
+                                             {"Zswap", &MemInfo::zswap},
+                                             {"SwapTotal", &MemInfo::swapTotal},
+                                             {"SwapFree", &MemInfo::swapFree}};
+        for (const auto& target : targets) {
+            if (target.key == key) {
+                info.*(target.field) = bytes;
+                hasTotal |= key == "MemTotal";
+                hasAvailable |= key == "MemAvailable";
+                return;
+            }
+        }
+    });
+    if (!hasTotal || !hasAvailable)
+        return std::nullopt;
+    return info;
+}
+
+std::optional<MemoryPressureStall> parsePressure(std::string_view text) {
+    MemoryPressureStall stall;
+    bool hasSome = false;
+    forEachLine(text, [&](std::string_view line) {
+        Fields fields(line);
+        const auto kind = fields.next();
+        if (kind != "some" && kind != "full")
+            return;
+        for (auto field = fields.next(); !field.empty(); field = fields.next()) {
+            if (!field.starts_with("avg10="))
+                continue;
+            const auto value = parseDouble(field.substr(6));
+            if (!value)
+                return;
+            if (kind == "some") {
+                stall.someAvg10 = *value;
+                hasSome = true;
+            } else {
+                stall.fullAvg10 = *value;
+            }
+        }
+    });
+    if (!hasSome)
+        return std::nullopt;
+    return stall;
+}
+
+MemoryPressureLevel pressureLevel(const std::optional<MemoryPressureStall>& stall) {
+    if (!stall)
+        return MemoryPressureLevel::normal;
+    // Share of the last ten seconds in which tasks waited for memory.
+    if (stall->fullAvg10 >= 10.0 || stall->someAvg10 >= 40.0)
+        return MemoryPressureLevel::critical;
+    if (stall->someAvg10 >= 10.0)
+        return MemoryPressureLevel::warning;
+    return MemoryPressureLevel::normal;
+}
+
+MemoryUsage memoryUsage(const MemInfo& info, const std::optional<MemoryPressureStall>& stall) {
+    MemoryUsage usage;
+    usage.total = info.total;
+    const std::uint64_t used = info.total > info.available ? info.total - info.available : 0;
+    // Kernel memory that cannot be reclaimed plays the part of wired memory.
+    usage.wired =
+        std::min(used, info.sUnreclaim + info.kernelStack + info.pageTables + info.unevictable);
+    usage.compressed = std::min(used - usage.wired, info.zswap);
+    usage.app = used - usage.wired - usage.compressed;
+    const std::uint64_t pageCache = info.cached + info.buffers + info.sReclaimable;
+    usage.cached = pageCache > info.shmem ? pageCache - info.shmem : 0;
+    usage.swapUsed = info.swapTotal > info.swapFree ? info.swapTotal - info.swapFree : 0;
+    usage.pressure =
+        info.total > 0 ? static_cast<double>(used) / static_cast<double>(info.total) : 0;
+    usage.pressureLevel = pressureLevel(stall);
+    return usage;
+}
+
+DeviceCounters parseDiskstats(std::string_view text,
+                              const std::set<std::string, std::less<>>& disks) {
+    DeviceCounters counters;
+    forEachLine(text, [&](std::string_view line) {
+        Fields fields(line);
+        fields.next(); // major
+        fields.next(); // minor
+        const auto name = fields.next();
+        if (name.empty() || !disks.contains(name))
+            return;
+        std::uint64_t v[7] = {};
+        for (auto& value : v) {
+            auto number = fields.nextNumber();
+            if (!number)
+                return;
+            value = *number;
+        }
+        // Sectors are always 512 bytes in this file, whatever the device's own size.
+        counters.received.emplace(std::string(name), v[2] * 512);
+        counters.sent.emplace(std::string(name), v[6] * 512);
+    });
+    return counters;
+}
+
+std::vector<std::pair<std::string, InterfaceBytes>> parseNetDev(std::string_view text) {
+    std::vector<std::pair<std::string, InterfaceBytes>> interfaces;
+    forEachLine(text, [&](std::string_view line) {
+        const auto colon = line.find(':');
+        if (colon == std::string_view::npos)
+            return;
+        const std::string_view name = trim(line.substr(0, colon));
+        if (name.empty() || name.find('|') != std::string_view::npos)
+            return;
+        Fields fields(line.substr(colon + 1));
+        std::uint64_t v[9] = {};
+        for (auto& value : v) {
+            auto number = fields.nextNumber();
+            if (!number)
+                return;
+            value = *number;
+        }
+        interfaces.emplace_back(std::string(name), InterfaceBytes{v[0], v[8]});
+    });
+    return interfaces;
+}
+
+std::vector<std::string> parseDefaultRoutes(std::string_view text) {
+    std::vector<std::string> names;
+    forEachLine(text, [&](std::string_view line) {
+        Fields fields(line);
+        const auto name = fields.next();
+        const auto destination = fields.next();
+        fields.next(); // gateway
+        const auto flags = parseHex(fields.next());
+        // RTF_UP with destination 0.0.0.0
+        if (destination == "00000000" && flags && (*flags & 0x1) != 0)
+            if (std::find(names.begin(), names.end(), name) == names.end())
+                names.emplace_back(name);
+    });
+    return names;
+}
+
+bool hasDefaultIPv6Route(std::string_view text) {
+    bool found = false;
+    forEachLine(text, [&](std::string_view line) {
+        Fields fields(line);
+        const auto destination = fields.next();
+        const auto prefix = fields.next();
+        std::string_view last, field;
+        while (!(field = fields.next()).empty())
+            last = field;
+        if (prefix == "00" && destination.find_first_not_of('0') == std::string_view::npos &&
+            !destination.empty() && !last.empty() && last != "lo")
+            found = true;
+    });
+    return found;
+}
+
+} // namespace ravo::metrics::kernel

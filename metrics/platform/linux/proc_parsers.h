@@ -1,0 +1,69 @@
+#pragma once
+
+#include "metrics/core/counter_source.h"
+#include "metrics/core/system_reading.h"
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Pure parsers of the kernel's /proc text files; reading them is elsewhere.
+namespace ravo::metrics::kernel {
+
+// One entry per "cpuN" line in kernel order. Busy time counts irq and softirq as system and
+// iowait as idle, the way top and htop do.
+std::vector<CPUTicks> parseProcStat(std::string_view text);
+
+struct MemInfo {
+    std::uint64_t total = 0;
+    std::uint64_t available = 0;
+    std::uint64_t buffers = 0;
+    std::uint64_t cached = 0;
+    std::uint64_t sReclaimable = 0;
+    std::uint64_t sUnreclaim = 0;
+    std::uint64_t shmem = 0;
+    std::uint64_t kernelStack = 0;
+    std::uint64_t pageTables = 0;
+    std::uint64_t unevictable = 0;
+    std::uint64_t zswap = 0;
+    std::uint64_t swapTotal = 0;
+    std::uint64_t swapFree = 0;
+    bool operator==(const MemInfo&) const = default;
+};
+
+// Byte counts; nothing when MemTotal or MemAvailable is missing.
+std::optional<MemInfo> parseMeminfo(std::string_view text);
+
+struct MemoryPressureStall {
+    double someAvg10 = 0;
+    double fullAvg10 = 0;
+    bool operator==(const MemoryPressureStall&) const = default;
+};
+
+std::optional<MemoryPressureStall> parsePressure(std::string_view text);
+MemoryPressureLevel pressureLevel(const std::optional<MemoryPressureStall>& stall);
+
+// The gauge agrees with free(1): app + wired + compressed = total - available.
+MemoryUsage memoryUsage(const MemInfo& info, const std::optional<MemoryPressureStall>& stall);
+
+// Bytes read and written per device, for the named whole disks only.
+DeviceCounters parseDiskstats(std::string_view text,
+                              const std::set<std::string, std::less<>>& disks);
+
+struct InterfaceBytes {
+    std::uint64_t received = 0;
+    std::uint64_t sent = 0;
+    bool operator==(const InterfaceBytes&) const = default;
+};
+
+std::vector<std::pair<std::string, InterfaceBytes>> parseNetDev(std::string_view text);
+
+// Default-route interface names from /proc/net/route.
+std::vector<std::string> parseDefaultRoutes(std::string_view text);
+// Whether /proc/net/ipv6_route holds ::/0 over an interface other than loopback.
+bool hasDefaultIPv6Route(std::string_view text);
+
+} // namespace ravo::metrics::kernel

@@ -1,0 +1,201 @@
+#include "metrics/system_monitor.h"
+
+#include "app/log_categories.h"
+#include "app/platform/sleep_wake_watcher.h"
+#include "app/settings_values.h"
+#include "connectivity/network_path_monitor.h"
+#include "metrics/core/counter_math.h"
+#include "metrics/core/metric_settings.h"
+
+#include <QSettings>
+#include <QTimer>
+
+namespace ravo::metrics {
+
+namespace {
+
+template <typename T> void appendCapped(std::deque<T>& list, T value) {
+    list.push_back(value);
+    while (list.size() > static_cast<std::size_t>(SystemMonitor::kHistoryLength))
+        list.pop_front();
+}
+
+template <typename T> std::vector<T> toVector(const std::deque<T>& list) {
+    return {list.begin(), list.end()};
+}
+
+} // namespace
+
+SystemMonitor::SystemMonitor(QSettings* defaults, Services services, QObject* parent)
+    : QObject(parent), defaults_(defaults), services_(std::move(services)),
+      loop_(new QTimer(this)) {
+    enabledMetrics_ = MetricSettings::enabledMetrics(
+        app::readStringList(*defaults_, MetricSettings::kEnabledKey));
+    metricOrder_ =
+        MetricSettings::metricOrder(app::readStringList(*defaults_, MetricSettings::kOrderKey));
+    // Half a second of slack lets the system bundle wake-ups; Qt's coarse timers take 5%.
+    loop_->setTimerType(Qt::CoarseTimer);
+    loop_->setInterval(kIntervalMs);
+    connect(loop_, &QTimer::timeout, this, &SystemMonitor::tick);
+}
+
+SystemMonitor::~SystemMonitor() = default;
+
+void SystemMonitor::start() {
+    if (started_)
+        return;
+    started_ = true;
+    if (auto* watcher = services_.sleepWake) {
+        connect(watcher, &app::SleepWakeWatcher::screensDidSleep, this,
+                &SystemMonitor::cancelSampling);
+        connect(watcher, &app::SleepWakeWatcher::screensDidWake, this,
+                &SystemMonitor::resumeSampling);
+    }
+    if (auto* path = services_.pathMonitor) {
+        connect(path, &connectivity::NetworkPathMonitor::onlineChanged, this,
+                &SystemMonitor::setOnline);
+        path->start();
+        setOnline(path->isOnline());
+    }
+    resumeSampling();
+}
+
+void SystemMonitor::stop() {
+    cancelSampling();
+    if (services_.sleepWake)
+        disconnect(services_.sleepWake, nullptr, this, nullptr);
+    if (services_.pathMonitor) {
+        disconnect(services_.pathMonitor, nullptr, this, nullptr);
+        services_.pathMonitor->stop();
+    }
+    started_ = false;
+}
+
+bool SystemMonitor::isSampling() const {
+    return loop_->isActive();
+}
+
+void SystemMonitor::resumeSampling() {
+    if (loop_->isActive())
+        return;
+    loop_->start();
+    tick();
+}
+
+void SystemMonitor::cancelSampling() {
+    loop_->stop();
+}
+
+SampleRequest SystemMonitor::currentRequest() const {
+    SampleRequest request;
+    for (SystemMetric metric : enabledMetrics_)
+        request = request | SampleRequest::forItem(metric);
+    for (SystemMetric metric : openDetails_)
+        request = request | SampleRequest::forDetail(metric);
+    return request;
+}
+
+void SystemMonitor::tick() {
+    if (isTicking_)
+        return;
+    isTicking_ = true;
+    reading_ = services_.sampler->sample(currentRequest());
+    record(*reading_);
+    lastTick_ = services_.steadyNow();
+    isTicking_ = false;
+    emit readingChanged();
+}
+
+void SystemMonitor::record(const SystemReading& reading) {
+    for (SystemMetric metric : kAllMetrics)
+        if (const auto fraction = reading.fraction(metric))
+            appendCapped(history_[metric], *fraction);
+    for (RateSeries series : kAllRateSeries)
+        if (const auto rate = reading.rate(series))
+            appendCapped(rateHistory_[series], *rate);
+    appendCapped(connectivityHistory_, isOnline_);
+}
+
+std::vector<double> SystemMonitor::history(SystemMetric metric) const {
+    const auto it = history_.find(metric);
+    return it == history_.end() ? std::vector<double>{} : toVector(it->second);
+}
+
+std::vector<double> SystemMonitor::rateHistory(RateSeries series) const {
+    const auto it = rateHistory_.find(series);
+    return it == rateHistory_.end() ? std::vector<double>{} : toVector(it->second);
+}
+
+std::vector<bool> SystemMonitor::connectivityHistory() const {
+    return toVector(connectivityHistory_);
+}
+
+void SystemMonitor::detailDidOpen(SystemMetric metric) {
+    openDetails_.insert(metric);
+    readyDetails_.insert(metric);
+    loadHardwareOnce();
+    const bool fresh =
+        lastTick_ && services_.steadyNow() - *lastTick_ < std::chrono::milliseconds(500);
+    if (loop_->isActive() && !isTicking_ && !fresh) {
+        // The opened detail shows fresh data now instead of at the next tick.
+        cancelSampling();
+        resumeSampling();
+    }
+}
+
+void SystemMonitor::detailDidClose(SystemMetric metric) {
+    openDetails_.erase(metric);
+}
+
+void SystemMonitor::loadHardwareOnce() {
+    if (hardwareRequested_ || !services_.loadHardware)
+        return;
+    hardwareRequested_ = true;
+    QTimer::singleShot(0, this, [this] {
+        hardware_ = services_.loadHardware();
+        emit hardwareChanged();
+    });
+}
+
+void SystemMonitor::setEnabledMetrics(std::set<SystemMetric> metrics) {
+    if (metrics == enabledMetrics_)
+        return;
+    enabledMetrics_ = std::move(metrics);
+    app::writeStringList(*defaults_, MetricSettings::kEnabledKey,
+                         MetricSettings::toStored(enabledMetrics_));
+    emit enabledMetricsChanged();
+}
+
+void SystemMonitor::setMetricOrder(std::vector<SystemMetric> order) {
+    order = MetricOrder::normalized(order);
+    if (order == metricOrder_)
+        return;
+    metricOrder_ = std::move(order);
+    app::writeStringList(*defaults_, MetricSettings::kOrderKey,
+                         MetricSettings::toStored(metricOrder_));
+    emit metricOrderChanged();
+}
+
+std::vector<SystemMetric> SystemMonitor::visibleMetrics() const {
+    std::vector<SystemMetric> visible;
+    for (SystemMetric metric : metricOrder_)
+        if (enabledMetrics_.contains(metric))
+            visible.push_back(metric);
+    return visible;
+}
+
+void SystemMonitor::setSuspended(bool suspended) {
+    if (suspended == isSuspended_)
+        return;
+    isSuspended_ = suspended;
+    emit isSuspendedChanged(suspended);
+}
+
+void SystemMonitor::setOnline(bool online) {
+    if (online == isOnline_)
+        return;
+    isOnline_ = online;
+    emit isOnlineChanged(online);
+}
+
+} // namespace ravo::metrics

@@ -1,0 +1,117 @@
+#pragma once
+
+#include "metrics/core/hardware_info.h"
+#include "metrics/core/system_reading.h"
+#include "metrics/core/system_sampler.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <vector>
+
+class QSettings;
+class QTimer;
+
+namespace ravo::app {
+class SleepWakeWatcher;
+}
+namespace ravo::connectivity {
+class NetworkPathMonitor;
+}
+
+namespace ravo::metrics {
+
+// Samples the machine every 2 s on the main thread, keeps the last minute or two of every
+// gauge and rate for the sparklines, and the user's choice and order of metrics.
+class SystemMonitor : public QObject {
+    Q_OBJECT
+public:
+    using SteadyNow = std::function<std::chrono::steady_clock::time_point()>;
+    using HardwareLoader = std::function<HardwareInfo()>;
+
+    struct Services {
+        std::unique_ptr<SystemSampler> sampler;
+        connectivity::NetworkPathMonitor* pathMonitor = nullptr;
+        app::SleepWakeWatcher* sleepWake = nullptr;
+        HardwareLoader loadHardware;
+        SteadyNow steadyNow = std::chrono::steady_clock::now;
+    };
+
+    SystemMonitor(QSettings* defaults, Services services, QObject* parent = nullptr);
+    ~SystemMonitor() override;
+
+    static constexpr int kHistoryLength = 60;
+    static constexpr int kIntervalMs = 2000;
+
+    void start();
+    void stop();
+    bool isSampling() const;
+
+    void detailDidOpen(SystemMetric metric);
+    void detailDidClose(SystemMetric metric);
+
+    const std::optional<SystemReading>& reading() const { return reading_; }
+    std::vector<double> history(SystemMetric metric) const;
+    std::vector<double> rateHistory(RateSeries series) const;
+    std::vector<bool> connectivityHistory() const;
+
+    const std::set<SystemMetric>& enabledMetrics() const { return enabledMetrics_; }
+    void setEnabledMetrics(std::set<SystemMetric> metrics);
+    const std::vector<SystemMetric>& metricOrder() const { return metricOrder_; }
+    void setMetricOrder(std::vector<SystemMetric> order);
+    // Enabled metrics in the user's order.
+    std::vector<SystemMetric> visibleMetrics() const;
+
+    bool isSuspended() const { return isSuspended_; }
+    void setSuspended(bool suspended);
+    bool isOnline() const { return isOnline_; }
+    const std::optional<HardwareInfo>& hardware() const { return hardware_; }
+    const std::set<SystemMetric>& readyDetails() const { return readyDetails_; }
+
+    SampleRequest currentRequest() const;
+    // One sample now, outside the cadence; what a tick does.
+    void tick();
+
+signals:
+    void readingChanged();
+    void enabledMetricsChanged();
+    void metricOrderChanged();
+    void isOnlineChanged(bool online);
+    void isSuspendedChanged(bool suspended);
+    void hardwareChanged();
+
+private:
+    void resumeSampling();
+    void cancelSampling();
+    void record(const SystemReading& reading);
+    void loadHardwareOnce();
+    void setOnline(bool online);
+
+    QSettings* defaults_;
+    Services services_;
+    std::optional<SystemReading> reading_;
+    std::map<SystemMetric, std::deque<double>> history_;
+    std::map<RateSeries, std::deque<double>> rateHistory_;
+    std::deque<bool> connectivityHistory_;
+    std::set<SystemMetric> enabledMetrics_;
+    std::vector<SystemMetric> metricOrder_;
+    bool isSuspended_ = false;
+    bool isOnline_ = false;
+    std::optional<HardwareInfo> hardware_;
+    bool hardwareRequested_ = false;
+    std::set<SystemMetric> readyDetails_;
+    std::set<SystemMetric> openDetails_;
+    QTimer* loop_;
+    std::optional<std::chrono::steady_clock::time_point> lastTick_;
+    bool isTicking_ = false;
+    bool started_ = false;
+};
+
+} // namespace ravo::metrics

@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs the whole test suite under CTest.
+set -euo pipefail
+here="$(cd "$(dirname "$0")" && pwd)"
+"$here/install-deps.sh" --tests
+"$here/build.sh"
+cd "$here/.."
+ctest --preset default "$@"

@@ -1,0 +1,38 @@
+#include "app/status_report.h"
+
+#include <gtest/gtest.h>
+
+namespace ravo::app {
+namespace {
+
+using namespace metrics;
+
+StatusReport report() {
+    SystemReading r;
+    r.date = *parseIso8601("2026-11-21T12:00:00Z");
+    r.cpu = CPULoad{0.70, 0.05, {0.8, 0.7}};
+    r.memory =
+        MemoryUsage{1024ull << 20, 512ull << 20, 0, 0, 0, 0, 0.5, MemoryPressureLevel::normal};
+    r.network = NetworkUsage{1234, 0, 10, 20};
+    return StatusReport{r};
+}
+
+TEST(StatusJson, PutsTheReadingUnderSystemWithIsoDates) {
+    const auto j = statusJson(report());
+    ASSERT_TRUE(j.contains("system"));
+    EXPECT_EQ(j["system"]["date"], "2026-11-21T12:00:00Z");
+    EXPECT_EQ(j["system"]["network"]["totalOut"], 20);
+    EXPECT_FALSE(j["system"].contains("gpuDetail"));
+}
+
+TEST(StatusText, GivesEveryMetricItsValueAndLevel) {
+    const auto text = statusText(report());
+    EXPECT_NE(text.find("Processor    75% (warning)"), std::string::npos) << text;
+    EXPECT_NE(text.find("Memory       50% (normal)  512 MB used of 1 GB"), std::string::npos)
+        << text;
+    EXPECT_NE(text.find("Network      ↓ 1.2 K/s ↑ 0 B/s"), std::string::npos) << text;
+    EXPECT_NE(text.find("Graphics     — no data"), std::string::npos) << text;
+}
+
+} // namespace
+} // namespace ravo::app

@@ -1,0 +1,99 @@
+#include "metrics/platform/linux/proc_parsers.h"
+#include "tests/metrics/platform/linux/fixture_files.h"
+
+#include <gtest/gtest.h>
+
+namespace ravo::metrics::kernel {
+namespace {
+
+using metrics::testing::fixtureText;
+
+TEST(ProcStat, ReadsOneEntryPerCoreFromCapturedMachines) {
+    const auto vm = parseProcStat(fixtureText("vm-epyc", "proc/stat"));
+    ASSERT_EQ(vm.size(), 2u);
+    // cpu0 445 0 250 9984 11 0 4 0: system takes irq and softirq, idle takes iowait
+    EXPECT_EQ(vm[0], (CPUTicks{445, 254, 9995, 0}));
+    const auto laptop = parseProcStat(fixtureText("laptop-hybrid", "proc/stat"));
+    ASSERT_EQ(laptop.size(), 4u);
+    EXPECT_EQ(laptop[3].nice, 300u);
+}
+
+TEST(ProcStat, SkipsBrokenLinesAndReadsAFileWithoutTrailingNewline) {
+    EXPECT_TRUE(parseProcStat(fixtureText("broken", "proc/stat")).empty());
+    const auto ticks = parseProcStat(fixtureText("broken", "proc/stat.no-newline"));
+    ASSERT_EQ(ticks.size(), 1u);
+    EXPECT_EQ(ticks[0].idle, 80u);
+}
+
+TEST(Meminfo, GaugeAgreesWithFreeOnTheCapturedMachines) {
+    for (const char* machine : {"vm-epyc", "laptop-hybrid"}) {
+        const auto info = parseMeminfo(fixtureText(machine, "proc/meminfo"));
+        ASSERT_TRUE(info) << machine;
+        const auto usage = memoryUsage(*info, std::nullopt);
+        EXPECT_EQ(usage.app + usage.wired + usage.compressed, info->total - info->available)
+            << machine;
+    }
+}
+
+TEST(Meminfo, SplitsUsedMemoryIntoItsParts) {
+    const auto info = parseMeminfo(fixtureText("laptop-hybrid", "proc/meminfo"));
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->total, 16108176ull * 1024);
+    const auto usage =
+        memoryUsage(*info, parsePressure(fixtureText("laptop-hybrid", "proc/pressure/memory")));
+    EXPECT_EQ(usage.wired, (378592ull + 21904 + 61440 + 81920) * 1024);
+    EXPECT_EQ(usage.compressed, 262144ull * 1024);
+    EXPECT_EQ(usage.cached, (5734912ull + 402112 + 401408 - 612352) * 1024);
+    EXPECT_EQ(usage.swapUsed, (8388604ull - 7340028) * 1024);
+    EXPECT_EQ(usage.pressureLevel, MemoryPressureLevel::warning);
+    EXPECT_NEAR(usage.pressure, 1.0 - 6823044.0 / 16108176.0, 1e-9);
+}
+
+TEST(Meminfo, MissingOrGarbledTotalsGiveNothing) {
+    EXPECT_FALSE(parseMeminfo(fixtureText("broken", "proc/meminfo")));
+    EXPECT_FALSE(parseMeminfo("MemTotal: 100 kB\n")); // kernels before 3.14 lack MemAvailable
+    EXPECT_FALSE(parseMeminfo(""));
+}
+
+TEST(Pressure, LevelsFollowTheStallShares) {
+    EXPECT_EQ(pressureLevel(std::nullopt), MemoryPressureLevel::normal);
+    EXPECT_EQ(pressureLevel(MemoryPressureStall{9.9, 0}), MemoryPressureLevel::normal);
+    EXPECT_EQ(pressureLevel(MemoryPressureStall{10, 0}), MemoryPressureLevel::warning);
+    EXPECT_EQ(pressureLevel(MemoryPressureStall{12, 10}), MemoryPressureLevel::critical);
+    EXPECT_EQ(pressureLevel(MemoryPressureStall{45, 0}), MemoryPressureLevel::critical);
+    EXPECT_FALSE(parsePressure(fixtureText("broken", "proc/pressure/memory")));
+    EXPECT_EQ(parsePressure(fixtureText("vm-epyc", "proc/pressure/memory")),
+              (MemoryPressureStall{0, 0}));
+}
+
+TEST(Diskstats, CountsOnlyTheNamedWholeDisksInBytes) {
+    const auto counters =
+        parseDiskstats(fixtureText("laptop-hybrid", "proc/diskstats"), {"nvme0n1", "sda"});
+    EXPECT_EQ(counters.received,
+              (ByteCounters{{"nvme0n1", 12582912ull * 512}, {"sda", 204800ull * 512}}));
+    EXPECT_EQ(counters.sent.at("nvme0n1"), 25165824ull * 512);
+    EXPECT_TRUE(
+        parseDiskstats(fixtureText("broken", "proc/diskstats"), {"nvme0n1"}).received.empty());
+}
+
+TEST(NetDev, ReadsEveryInterfaceAndSkipsTheHeader) {
+    const auto interfaces = parseNetDev(fixtureText("laptop-hybrid", "proc/net/dev"));
+    ASSERT_EQ(interfaces.size(), 6u);
+    EXPECT_EQ(interfaces[2].first, "wlp2s0");
+    EXPECT_EQ(interfaces[2].second, (InterfaceBytes{2147483648ull, 314572800ull}));
+    EXPECT_TRUE(parseNetDev(fixtureText("broken", "proc/net/dev")).empty());
+}
+
+TEST(Routes, FindDefaultRoutesInBothFamilies) {
+    EXPECT_EQ(parseDefaultRoutes(fixtureText("laptop-hybrid", "proc/net/route")),
+              std::vector<std::string>{"wlp2s0"});
+    EXPECT_TRUE(hasDefaultIPv6Route(fixtureText("vm-epyc", "proc/net/ipv6_route")));
+    // The kernel's unreachable ::/0 entry over loopback is not a way out.
+    EXPECT_FALSE(hasDefaultIPv6Route("00000000000000000000000000000000 00 "
+                                     "00000000000000000000000000000000 00 "
+                                     "00000000000000000000000000000000 ffffffff 00000001 "
+                                     "00000000 00200200       lo\n"));
+}
+
+} // namespace
+} // namespace ravo::metrics::kernel

@@ -1,0 +1,173 @@
+#include "app/platform/sleep_wake_watcher.h"
+#include "app/settings_values.h"
+#include "connectivity/network_path_monitor.h"
+#include "metrics/system_monitor.h"
+#include "tests/metrics/recorded_counter_source.h"
+#include "tests/support/temporary_folder.h"
+
+#include <QFile>
+#include <QSettings>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+namespace ravo::metrics {
+namespace {
+
+using metrics::testing::RecordedCounterSource;
+
+struct FakePathMonitor final : connectivity::NetworkPathMonitor {
+    bool online = true;
+    bool isOnline() const override { return online; }
+    void start() override {}
+    void stop() override {}
+    void set(bool value) {
+        online = value;
+        emit onlineChanged(value);
+    }
+};
+
+class SystemMonitorTest : public ::testing::Test {
+protected:
+    std::unique_ptr<SystemMonitor> makeMonitor(QSettings* defaults = nullptr) {
+        auto source = std::make_unique<RecordedCounterSource>(&calls);
+        source->ticks = {{{0, 0, 0, 0}}};
+        source->memoryValue = MemoryUsage{100, 50, 0, 0, 0, 0, 0, MemoryPressureLevel::normal};
+        source->spaces = {{100, 80}};
+        source->networks = {{}};
+        SystemMonitor::Services services;
+        services.sampler = std::make_unique<SystemSampler>(std::move(source));
+        services.pathMonitor = &path;
+        services.sleepWake = &sleepWake;
+        services.loadHardware = [this] {
+            ++hardwareLoads;
+            return HardwareInfo{"Test chip", 2, 2, {}, std::nullopt, std::nullopt, std::nullopt};
+        };
+        services.steadyNow = [this] { return steadyNow; };
+        return std::make_unique<SystemMonitor>(defaults ? defaults : &settings,
+                                               std::move(services));
+    }
+
+    ravo::testing::TemporaryFolder folder;
+    QSettings settings{QString::fromStdString((folder / "ravo.conf").string()),
+                       QSettings::IniFormat};
+    RecordedCounterSource::Calls calls;
+    FakePathMonitor path;
+    app::SleepWakeWatcher sleepWake;
+    int hardwareLoads = 0;
+    std::chrono::steady_clock::time_point steadyNow{std::chrono::seconds(1000)};
+};
+
+TEST_F(SystemMonitorTest, MissingSettingsEnableEverythingAndAnEmptyListNothing) {
+    EXPECT_EQ(makeMonitor()->enabledMetrics().size(), 6u);
+    settings.setValue("enabledSystemMetrics", QStringList{});
+    settings.sync();
+    QSettings reread(settings.fileName(), QSettings::IniFormat);
+    EXPECT_EQ(app::readStringList(reread, "enabledSystemMetrics"), std::vector<std::string>{});
+    auto monitor = makeMonitor();
+    EXPECT_TRUE(monitor->enabledMetrics().empty());
+    EXPECT_EQ(monitor->currentRequest(), SampleRequest{});
+}
+
+TEST_F(SystemMonitorTest, SettersWriteTheirKeysAndSurviveARestart) {
+    {
+        auto monitor = makeMonitor();
+        monitor->setEnabledMetrics({SystemMetric::memory, SystemMetric::network});
+        monitor->setMetricOrder({SystemMetric::network, SystemMetric::memory});
+    }
+    settings.sync();
+    auto monitor = makeMonitor();
+    EXPECT_EQ(monitor->visibleMetrics(),
+              (std::vector<SystemMetric>{SystemMetric::network, SystemMetric::memory}));
+    EXPECT_EQ(monitor->metricOrder().size(), 6u);
+    EXPECT_EQ(monitor->currentRequest(),
+              (SampleRequest{SampleRequest::memory | SampleRequest::network}));
+}
+
+TEST_F(SystemMonitorTest, GarbageInTheSettingsFallsBackInsteadOfFailing) {
+    const QString path = QString::fromStdString((folder / "garbage.conf").string());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("[General]\nenabledSystemMetrics=42\nsystemMetricOrder=disk, nonsense, disk\n");
+    file.close();
+    QSettings garbage(path, QSettings::IniFormat);
+    auto monitor = makeMonitor(&garbage);
+    EXPECT_TRUE(monitor->enabledMetrics().empty()); // "42" names no metric
+    EXPECT_EQ(monitor->metricOrder().front(), SystemMetric::disk);
+    EXPECT_EQ(monitor->metricOrder().size(), 6u);
+}
+
+TEST_F(SystemMonitorTest, HistoriesKeepTheNewestSixtyValues) {
+    auto monitor = makeMonitor();
+    for (int i = 0; i < 61; ++i)
+        monitor->tick();
+    EXPECT_EQ(monitor->history(SystemMetric::memory).size(), 60u);
+    EXPECT_EQ(monitor->history(SystemMetric::disk).size(), 60u);
+    EXPECT_EQ(monitor->connectivityHistory().size(), 60u);
+    EXPECT_TRUE(monitor->history(SystemMetric::temperature).empty()); // no gauge
+    EXPECT_EQ(monitor->rateHistory(RateSeries::networkIn).size(), 60u);
+    EXPECT_DOUBLE_EQ(monitor->history(SystemMetric::memory).back(), 0.5);
+}
+
+TEST_F(SystemMonitorTest, StartSamplesAtOnceAndResumeNeverStartsASecondLoop) {
+    auto monitor = makeMonitor();
+    QSignalSpy readings(monitor.get(), &SystemMonitor::readingChanged);
+    monitor->start();
+    EXPECT_TRUE(monitor->isSampling());
+    EXPECT_EQ(readings.count(), 1);
+    monitor->start();
+    emit sleepWake.screensDidWake(); // resume while running
+    EXPECT_EQ(readings.count(), 1);
+    monitor->stop();
+    EXPECT_FALSE(monitor->isSampling());
+}
+
+TEST_F(SystemMonitorTest, SamplingPausesWhileTheScreensSleep) {
+    auto monitor = makeMonitor();
+    QSignalSpy readings(monitor.get(), &SystemMonitor::readingChanged);
+    monitor->start();
+    emit sleepWake.screensDidSleep();
+    EXPECT_FALSE(monitor->isSampling());
+    emit sleepWake.screensDidWake();
+    EXPECT_TRUE(monitor->isSampling());
+    EXPECT_EQ(readings.count(), 2); // a fresh sample on wake
+}
+
+TEST_F(SystemMonitorTest, OpeningADetailRestartsOnlyWhenTheLastTickIsHalfASecondOld) {
+    auto monitor = makeMonitor();
+    QSignalSpy readings(monitor.get(), &SystemMonitor::readingChanged);
+    monitor->start();
+    ASSERT_EQ(readings.count(), 1);
+    steadyNow += std::chrono::milliseconds(300);
+    monitor->detailDidOpen(SystemMetric::disk);
+    EXPECT_EQ(readings.count(), 1);
+    steadyNow += std::chrono::milliseconds(300);
+    monitor->detailDidOpen(SystemMetric::cpu);
+    EXPECT_EQ(readings.count(), 2);
+    EXPECT_TRUE(monitor->isSampling());
+    EXPECT_TRUE(monitor->currentRequest().contains(SampleRequest::diskActivity));
+    monitor->detailDidClose(SystemMetric::disk);
+    EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::diskActivity));
+}
+
+TEST_F(SystemMonitorTest, HardwareIsLoadedOnceOnTheFirstDetail) {
+    auto monitor = makeMonitor();
+    QSignalSpy loaded(monitor.get(), &SystemMonitor::hardwareChanged);
+    monitor->detailDidOpen(SystemMetric::cpu);
+    monitor->detailDidOpen(SystemMetric::gpu);
+    ASSERT_TRUE(loaded.wait(1000));
+    EXPECT_EQ(hardwareLoads, 1);
+    EXPECT_EQ(monitor->hardware()->chipName, "Test chip");
+}
+
+TEST_F(SystemMonitorTest, OnlineFlagFollowsThePathMonitorIntoTheHistory) {
+    auto monitor = makeMonitor();
+    monitor->start();
+    EXPECT_TRUE(monitor->isOnline());
+    path.set(false);
+    EXPECT_FALSE(monitor->isOnline());
+    monitor->tick();
+    EXPECT_EQ(monitor->connectivityHistory(), (std::vector<bool>{true, false}));
+}
+
+} // namespace
+} // namespace ravo::metrics

@@ -1,0 +1,89 @@
+#include "ui/terminal/dashboard_text.h"
+
+#include "metrics/core/metric_summary.h"
+#include "ui/terminal/sparkline.h"
+
+#include <algorithm>
+
+namespace ravo::ui {
+
+using namespace metrics;
+
+namespace {
+
+constexpr int kNameWidth = 13;
+constexpr int kValueWidth = 22;
+
+const char* levelColor(std::optional<MetricLevel> level) {
+    if (!level)
+        return "\x1b[2m";
+    switch (*level) {
+    case MetricLevel::normal:
+        return "\x1b[32m";
+    case MetricLevel::warning:
+        return "\x1b[33m";
+    case MetricLevel::critical:
+        return "\x1b[31;1m";
+    }
+    return "";
+}
+
+// Display width of UTF-8 text: every code point counts as one column.
+int columns(const std::string& text) {
+    return static_cast<int>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::string padded(const std::string& text, int width) {
+    const int missing = width - columns(text);
+    return missing > 0 ? text + std::string(static_cast<std::size_t>(missing), ' ') : text + " ";
+}
+
+std::vector<double> lastValues(const std::vector<double>& values, int count) {
+    if (count <= 0)
+        return {};
+    if (values.size() <= static_cast<std::size_t>(count))
+        return values;
+    return {values.end() - count, values.end()};
+}
+
+std::vector<double> historyFor(const DashboardFrame& frame, SystemMetric metric) {
+    if (metric == SystemMetric::network) {
+        const auto it = frame.rateHistory.find(RateSeries::networkIn);
+        return it == frame.rateHistory.end() ? std::vector<double>{} : it->second;
+    }
+    const auto it = frame.history.find(metric);
+    return it == frame.history.end() ? std::vector<double>{} : it->second;
+}
+
+} // namespace
+
+std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& locale) {
+    const std::string reset = frame.color ? "\x1b[0m" : "";
+    const std::string bold = frame.color ? "\x1b[1m" : "";
+    std::string text = bold + "Ravo" + reset + "  " + (frame.online ? "online" : "offline");
+    if (frame.reading)
+        text += "  " + toIso8601(frame.reading->date);
+    text += "\n\n";
+    if (frame.metrics.empty())
+        text += "No metrics are enabled. Turn them on in Ravo's settings.\n";
+    const int sparkWidth = std::max(0, frame.width - kNameWidth - kValueWidth - 1);
+    for (SystemMetric metric : frame.metrics) {
+        const MetricSummary summary =
+            summarize(frame.reading.value_or(SystemReading{}), metric, locale);
+        const std::string value = summary.value.empty() ? "—" : summary.value;
+        text += padded(std::string(displayName(metric)), kNameWidth);
+        text += (frame.color ? levelColor(summary.level) : "") + padded(value, kValueWidth) + reset;
+        const auto history = historyFor(frame, metric);
+        const std::optional<double> ceiling =
+            metric == SystemMetric::network ? std::nullopt : std::optional(1.0);
+        text += sparkline(lastValues(history, sparkWidth), ceiling);
+        text += "\n";
+        if (!summary.detail.empty())
+            text += std::string(kNameWidth, ' ') + summary.detail + "\n";
+    }
+    text += "\nPress q to quit.\n";
+    return text;
+}
+
+} // namespace ravo::ui
