@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# `ravo` headless at its 2-second cadence: CPU share of one core over a minute, and memory.
+# `ravo` headless at its 2-second cadence: CPU share of one core over a minute (the
+# scheduler's nanosecond count, not clock ticks), and memory.
 set -euo pipefail
 ravo=${1:-build/app/ravo}
 seconds=${2:-60}
@@ -12,14 +13,13 @@ mkfifo "$work/keys"
 pid=$!
 exec 3>"$work/keys"
 sleep 5 # start-up is not the steady state
-ticks() { awk '{print $14 + $15}' "/proc/$pid/stat"; }
-hz=$(getconf CLK_TCK)
+ticks() { awk '{print $1}' "/proc/$pid/schedstat"; }
 before=$(ticks)
 sleep "$seconds"
 after=$(ticks)
 rss=$(awk '/VmRSS/ {print $2}' "/proc/$pid/status")
 hwm=$(awk '/VmHWM/ {print $2}' "/proc/$pid/status")
 printf q >&3
-awk -v t=$((after - before)) -v hz="$hz" -v s="$seconds" -v rss="$rss" -v hwm="$hwm" 'BEGIN {
+awk -v t=$((after - before)) -v s="$seconds" -v rss="$rss" -v hwm="$hwm" 'BEGIN {
     printf "headless ravo: %.3f%% of one core over %d s, resident %.1f MiB (peak %.1f MiB)\n",
-        100 * t / hz / s, s, rss / 1024, hwm / 1024 }'
+        100 * t / 1e9 / s, s, rss / 1024, hwm / 1024 }'

@@ -1,0 +1,66 @@
+#include "hook/statusline_command.h"
+
+#include "core/atomic_file.h"
+#include "core/cross_process_signal.h"
+#include "hook/chained_status_line.h"
+#include "usage/core/status_line_config.h"
+#include "usage/core/status_line_payload.h"
+
+#include <cstdio>
+#include <filesystem>
+
+namespace ravo::hook {
+
+using nlohmann::json;
+
+namespace {
+
+// Claude Code runs the status line after every message, mostly with the same figures.
+// Rewriting them would only move "capturedAt", so an unchanged capture younger than this is
+// kept; replacing a file costs a flush on ext4.
+constexpr double kRecaptureSeconds = 60.0;
+
+bool isFreshCopy(const std::optional<usage::ClaudeLimits>& stored,
+                 const usage::ClaudeLimits& limits) {
+    if (!stored)
+        return false;
+    const double age = secondsBetween(stored->capturedAt, limits.capturedAt);
+    auto same = *stored;
+    same.capturedAt = limits.capturedAt;
+    return same == limits && age >= 0 && age < kRecaptureSeconds;
+}
+
+void storeLimits(const usage::ClaudeLimits& limits) {
+    const auto path = usage::ClaudeLimitsStore::filePath();
+    if (!path || isFreshCopy(usage::ClaudeLimitsStore::load(), limits))
+        return;
+    std::error_code error;
+    std::filesystem::create_directories(path->parent_path(), error);
+    if (writeFileAtomically(*path, usage::toJson(limits).dump()))
+        CrossProcessSignal::post(CrossProcessSignal::kClaudeLimitsChanged);
+}
+
+} // namespace
+
+int runStatusLine(const std::string& input) {
+    const json payload = json::parse(input, nullptr, false);
+    const auto limits = usage::StatusLinePayload::limits(payload, Clock::now());
+    if (limits)
+        storeLimits(*limits);
+
+    if (const auto previous = usage::StatusLineChain::load()) {
+        const auto command = previous->find("command");
+        if (command != previous->end() && command->is_string() &&
+            !usage::StatusLineConfig::isRavo(*previous)) {
+            std::fflush(stdout);
+            if (runChainedStatusLine(command->get<std::string>(), input))
+                return 0;
+        }
+    }
+    const std::string line = usage::StatusLinePayload::ownLine(payload, limits);
+    std::fwrite(line.data(), 1, line.size(), stdout);
+    std::fputc('\n', stdout);
+    return 0;
+}
+
+} // namespace ravo::hook

@@ -1,0 +1,96 @@
+#include "sessions/core/hook_installer.h"
+
+#include "core/atomic_file.h"
+#include "core/json_config_file.h"
+#include "core/log.h"
+#include "usage/core/status_line_config.h"
+
+namespace ravo::sessions {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+namespace StatusLineChain = usage::StatusLineChain;
+namespace StatusLineConfig = usage::StatusLineConfig;
+
+namespace {
+
+constexpr auto kClaudeSettingsMode = fs::perms(0644);
+
+Status saveChain(const std::optional<json>& previous) {
+    const auto path = StatusLineChain::filePath();
+    if (!path)
+        return Failure{"Ravo's shared folder is unavailable."};
+    std::error_code error;
+    if (!previous) {
+        fs::remove(*path, error);
+        return success();
+    }
+    fs::create_directories(path->parent_path(), error);
+    return writeFileAtomically(*path, previous->dump(2) + "\n", fs::perms(0600));
+}
+
+} // namespace
+
+HookInstaller::HookInstaller(fs::path home, fs::path helperPath)
+    : home_(std::move(home)), helperPath_(std::move(helperPath)) {}
+
+fs::path HookInstaller::claudeSettingsPath() const {
+    return home_ / ".claude" / "settings.json";
+}
+
+Result<HookInstaller::StatusLineChange> HookInstaller::installStatusLine() const {
+    auto settings = JsonConfigFile::read(claudeSettingsPath());
+    if (!settings)
+        return settings.failure();
+    const bool wasOurs = StatusLineConfig::isRavo(settings->value("statusLine", json()));
+    auto installed = StatusLineConfig::installing(std::move(settings).value(),
+                                                  StatusLineConfig::command(helperPath_));
+    // The user's own status line is saved first: if that fails, their settings stay as they are.
+    if (installed.previous)
+        if (auto saved = saveChain(installed.previous); !saved)
+            return saved.failure();
+    if (auto written =
+            JsonConfigFile::write(installed.settings, claudeSettingsPath(), kClaudeSettingsMode);
+        !written)
+        return written.failure();
+    log::info("hooks", "Claude status line installed");
+    if (installed.previous)
+        return StatusLineChange::installedChaining;
+    return wasOurs ? StatusLineChange::refreshed : StatusLineChange::installed;
+}
+
+Result<HookInstaller::StatusLineChange> HookInstaller::uninstallStatusLine() const {
+    std::error_code error;
+    if (!fs::exists(claudeSettingsPath(), error)) {
+        saveChain(std::nullopt);
+        return StatusLineChange::leftUsersOwn;
+    }
+    // A settings file that does not parse keeps the saved status line too: nothing is lost.
+    auto settings = JsonConfigFile::read(claudeSettingsPath());
+    if (!settings)
+        return settings.failure();
+    const auto previous = StatusLineChain::load();
+    saveChain(std::nullopt);
+    if (!StatusLineConfig::isRavo(settings->value("statusLine", json())))
+        return StatusLineChange::leftUsersOwn;
+    const json removed = StatusLineConfig::removing(std::move(settings).value(), previous);
+    if (auto written = JsonConfigFile::write(removed, claudeSettingsPath(), kClaudeSettingsMode);
+        !written)
+        return written.failure();
+    log::info("hooks", "Claude status line removed");
+    return previous ? StatusLineChange::restored : StatusLineChange::removed;
+}
+
+bool HookInstaller::isStatusLineCurrent() const {
+    const auto settings = JsonConfigFile::read(claudeSettingsPath());
+    if (!settings)
+        return false;
+    const auto entry = settings->find("statusLine");
+    if (entry == settings->end() || !entry->is_object())
+        return false;
+    const auto command = entry->find("command");
+    return command != entry->end() && command->is_string() &&
+           command->get<std::string>() == StatusLineConfig::command(helperPath_);
+}
+
+} // namespace ravo::sessions

@@ -1,0 +1,65 @@
+#include "usage/core/claude_account_plan.h"
+
+#include "core/atomic_file.h"
+#include "usage/core/usage_model.h"
+
+#include <nlohmann/json.hpp>
+#include <regex>
+
+namespace ravo::usage {
+
+namespace {
+std::optional<std::string> stringAt(const nlohmann::json& object, const char* key) {
+    const auto it = object.find(key);
+    if (it == object.end() || !it->is_string() || it->get_ref<const std::string&>().empty())
+        return std::nullopt;
+    return it->get<std::string>();
+}
+} // namespace
+
+std::optional<ClaudeAccountPlan> ClaudeAccountPlan::fromAccountFile(const nlohmann::json& file) {
+    if (!file.is_object())
+        return std::nullopt;
+    const auto account = file.find("oauthAccount");
+    if (account == file.end() || !account->is_object())
+        return std::nullopt;
+    ClaudeAccountPlan plan{stringAt(*account, "organizationType"),
+                           stringAt(*account, "organizationRateLimitTier"),
+                           stringAt(*account, "userRateLimitTier")};
+    if (!plan.organizationType && !plan.organizationRateLimitTier && !plan.userRateLimitTier)
+        return std::nullopt;
+    return plan;
+}
+
+std::optional<ClaudeAccountPlan> ClaudeAccountPlan::load(const std::filesystem::path& home) {
+    const auto text = readFile(home / ".claude.json", 8 * 1024 * 1024);
+    if (!text)
+        return std::nullopt;
+    return fromAccountFile(nlohmann::json::parse(*text, nullptr, false));
+}
+
+std::optional<std::string> ClaudeAccountPlan::plan() const {
+    if (organizationType) {
+        std::string type = *organizationType;
+        if (type.starts_with("claude_"))
+            type.erase(0, 7);
+        return type;
+    }
+    const auto& tier = userRateLimitTier ? userRateLimitTier : organizationRateLimitTier;
+    if (!tier)
+        return std::nullopt;
+    // default_claude_max_20x -> max
+    static const std::regex pattern(R"(claude_([a-z]+))");
+    std::smatch match;
+    if (std::regex_search(*tier, match, pattern))
+        return match[1].str();
+    return std::nullopt;
+}
+
+std::optional<std::int64_t> ClaudeAccountPlan::multiplier() const {
+    if (auto fromUser = PlanName::multiplier(userRateLimitTier))
+        return fromUser;
+    return PlanName::multiplier(organizationRateLimitTier);
+}
+
+} // namespace ravo::usage

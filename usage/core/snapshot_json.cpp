@@ -1,0 +1,118 @@
+#include "usage/core/snapshot_json.h"
+
+#include <stdexcept>
+
+namespace ravo::usage {
+
+using nlohmann::json;
+
+namespace {
+
+json date(TimePoint t, DateStyle style) {
+    return style == DateStyle::iso8601 ? json(toIso8601(t)) : json(referenceSeconds(t));
+}
+
+std::optional<TimePoint> readDate(const json& object, const char* key) {
+    const auto it = object.find(key);
+    if (it == object.end() || it->is_null())
+        return std::nullopt;
+    if (!it->is_number())
+        throw std::invalid_argument(std::string("\"") + key + "\" is not a number of seconds");
+    return fromReferenceSeconds(it->get<double>());
+}
+
+template <typename T> std::optional<T> readOptional(const json& object, const char* key) {
+    const auto it = object.find(key);
+    if (it == object.end() || it->is_null())
+        return std::nullopt;
+    return it->get<T>();
+}
+
+json windowToJson(const UsageWindow& w, DateStyle style) {
+    json j = {{"id", w.id}, {"usedPercent", w.usedPercent}};
+    if (w.minutes)
+        j["minutes"] = *w.minutes;
+    if (w.model)
+        j["model"] = *w.model;
+    if (w.resetsAt)
+        j["resetsAt"] = date(*w.resetsAt, style);
+    return j;
+}
+
+UsageWindow windowFromJson(const json& j) {
+    UsageWindow w;
+    w.id = j.at("id").get<std::string>();
+    w.minutes = readOptional<std::int64_t>(j, "minutes");
+    w.model = readOptional<std::string>(j, "model");
+    w.usedPercent = j.at("usedPercent").get<double>();
+    w.resetsAt = readDate(j, "resetsAt");
+    return w;
+}
+
+json usageToJson(const ProviderUsage& u, DateStyle style) {
+    json windows = json::array();
+    for (const auto& w : u.windows)
+        windows.push_back(windowToJson(w, style));
+    json j = {{"provider", rawValue(u.provider)},
+              {"windows", std::move(windows)},
+              {"resetCredits", u.resetCredits}};
+    if (u.plan)
+        j["plan"] = *u.plan;
+    if (u.planMultiplier)
+        j["planMultiplier"] = *u.planMultiplier;
+    if (u.credits)
+        j["credits"] = {{"balance", u.credits->balance.toDouble()},
+                        {"unlimited", u.credits->unlimited}};
+    if (u.updatedAt)
+        j["updatedAt"] = date(*u.updatedAt, style);
+    if (u.error)
+        j["error"] = *u.error;
+    if (u.setup)
+        j["setup"] = rawValue(*u.setup);
+    return j;
+}
+
+ProviderUsage usageFromJson(const json& j) {
+    ProviderUsage u;
+    const auto provider = providerFromRaw(j.at("provider").get<std::string>());
+    if (!provider)
+        throw std::invalid_argument("unknown provider");
+    u.provider = *provider;
+    u.plan = readOptional<std::string>(j, "plan");
+    u.planMultiplier = readOptional<std::int64_t>(j, "planMultiplier");
+    for (const auto& w : j.at("windows"))
+        u.windows.push_back(windowFromJson(w));
+    if (const auto it = j.find("credits"); it != j.end() && !it->is_null()) {
+        const auto balance = Decimal::fromDouble(it->at("balance").get<double>());
+        if (!balance)
+            throw std::invalid_argument("balance is not a number");
+        u.credits = Credits{*balance, it->at("unlimited").get<bool>()};
+    }
+    u.resetCredits = j.at("resetCredits").get<std::int64_t>();
+    u.updatedAt = readDate(j, "updatedAt");
+    u.error = readOptional<std::string>(j, "error");
+    if (const auto setup = readOptional<std::string>(j, "setup")) {
+        u.setup = setupFromRaw(*setup);
+        if (!u.setup)
+            throw std::invalid_argument("unknown setup state");
+    }
+    return u;
+}
+
+} // namespace
+
+json snapshotToJson(const UsageSnapshot& snapshot, DateStyle dates) {
+    json providers = json::array();
+    for (const auto& u : snapshot.providers)
+        providers.push_back(usageToJson(u, dates));
+    return json{{"providers", std::move(providers)}};
+}
+
+UsageSnapshot snapshotFromJson(const json& j) {
+    UsageSnapshot snapshot;
+    for (const auto& u : j.at("providers"))
+        snapshot.providers.push_back(usageFromJson(u));
+    return snapshot;
+}
+
+} // namespace ravo::usage

@@ -1,0 +1,54 @@
+#include "usage/core/snapshot_store.h"
+
+#include "core/atomic_file.h"
+#include "core/log.h"
+#include "core/paths.h"
+#include "usage/core/snapshot_json.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace ravo::usage::SnapshotStore {
+
+namespace fs = std::filesystem;
+
+std::optional<fs::path> filePath() {
+    if (const auto container = paths::sharedContainer())
+        return *container / "snapshot.json";
+    return std::nullopt;
+}
+
+std::optional<UsageSnapshot> load() {
+    const auto path = filePath();
+    if (!path) {
+        log::error("snapshot", "App Group container ravo is unavailable");
+        return std::nullopt;
+    }
+    std::error_code ignored;
+    if (!fs::exists(*path, ignored))
+        return std::nullopt;
+    const auto text = readFile(*path);
+    if (!text) {
+        log::error("snapshot", "Snapshot load failed: " + path->string() + " is unreadable");
+        return std::nullopt;
+    }
+    try {
+        return snapshotFromJson(nlohmann::json::parse(*text));
+    } catch (const std::exception& error) {
+        log::error("snapshot", std::string("Snapshot load failed: ") + error.what());
+        return std::nullopt;
+    }
+}
+
+Status save(const UsageSnapshot& snapshot) {
+    const auto path = filePath();
+    if (!path)
+        return Failure{"The file doesn't exist."};
+    std::error_code error;
+    fs::create_directories(path->parent_path(), error);
+    if (error)
+        return Failure{"Cannot create " + path->parent_path().string() + ": " + error.message()};
+    return writeFileAtomically(*path, snapshotToJson(snapshot, DateStyle::referenceSeconds).dump());
+}
+
+} // namespace ravo::usage::SnapshotStore
