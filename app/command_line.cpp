@@ -28,6 +28,16 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
         }
         return command;
     }
+    if (word == "statusline") {
+        command.kind = Command::Kind::statusLine;
+        if (arguments.size() != 2 || (arguments[1] != "install" && arguments[1] != "uninstall")) {
+            command.kind = Command::Kind::invalid;
+            command.error = "Use: ravo statusline install|uninstall";
+            return command;
+        }
+        command.arguments = {arguments[1]};
+        return command;
+    }
     command.kind = Command::Kind::invalid;
     command.error = "Unknown command: " + word;
     return command;
@@ -40,7 +50,9 @@ std::string usageText() {
            "when there is no display.\n"
            "\n"
            "Commands:\n"
-           "  status [--json]   print one reading of the machine and exit\n"
+           "  status [--json]   print one reading of the machine and the AI limits, and exit\n"
+           "  statusline install|uninstall\n"
+           "                    show Claude limits through Claude Code's status line, or stop\n"
            "  --version         print the version\n"
            "  --help            print this text\n";
 }

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <string>
+
 // The entry points behind `ravo`'s command words; each returns the process's exit status.
 namespace ravo::app {
 
 int runStatusCommand(bool json);
+int runStatusLineCommand(const std::string& action);
 int runTerminalDashboard();
 
 } // namespace ravo::app

@@ -24,6 +24,11 @@ int main(int argc, char** argv) {
         installCoreLogSink();
         return runStatusCommand(command.json);
     }
+    case Command::Kind::statusLine: {
+        QCoreApplication application(argc, argv);
+        installCoreLogSink();
+        return runStatusLineCommand(command.arguments.front());
+    }
     case Command::Kind::run: {
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName("Ravo");

@@ -1,8 +1,13 @@
 #include "app/commands.h"
 #include "app/environment_locale.h"
+#include "app/settings_values.h"
 #include "app/status_report.h"
+#include "core/paths.h"
 #include "metrics/core/system_sampler.h"
 #include "metrics/platform/platform_counter_source.h"
+#include "usage/live_usage.h"
+
+#include <qcoro/qcorotask.h>
 
 #include <iostream>
 #include <thread>
@@ -12,10 +17,18 @@ namespace ravo::app {
 int runStatusCommand(bool json) {
     using namespace metrics;
     SystemSampler sampler(makePlatformCounterSource());
-    // Loads and rates are differences, so take a baseline first.
+    // Loads and rates are differences, so take a baseline first; the limits are asked for
+    // meanwhile.
     sampler.sample(SampleRequest::all());
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    StatusReport report{sampler.sample(SampleRequest::all())};
+    const auto started = std::chrono::steady_clock::now();
+    StatusReport report;
+    if (const auto home = paths::home()) {
+        auto settings = openUserSettings();
+        auto live = usage::makeLiveUsage(settings.get(), *home);
+        report.usage = QCoro::waitFor(live.refresher->refresh());
+    }
+    std::this_thread::sleep_until(started + std::chrono::seconds(1));
+    report.system = sampler.sample(SampleRequest::all());
     if (json)
         std::cout << statusJson(report).dump(2) << std::endl;
     else

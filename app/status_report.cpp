@@ -2,14 +2,35 @@
 
 #include "metrics/core/metric_summary.h"
 #include "metrics/core/system_reading_json.h"
+#include "usage/core/snapshot_json.h"
+#include "usage/core/usage_text.h"
 
 namespace ravo::app {
 
 using namespace metrics;
 
 nlohmann::json statusJson(const StatusReport& report) {
-    return nlohmann::json{{"system", report.system}};
+    nlohmann::json json{{"system", report.system}};
+    if (report.usage)
+        json["usage"] = usage::snapshotToJson(*report.usage, usage::DateStyle::iso8601);
+    return json;
 }
+
+namespace {
+
+std::string usageText(const usage::UsageSnapshot& snapshot, TimePoint now) {
+    std::string text = "\nAI limits\n";
+    if (snapshot.providers.empty())
+        text += "  No provider reported anything yet.\n";
+    for (const auto& entry : snapshot.providers) {
+        text += "  " + usage::UsageText::planLine(entry) + "\n";
+        for (const auto& line : usage::UsageText::describe(entry, now))
+            text += "    " + line + "\n";
+    }
+    return text;
+}
+
+} // namespace
 
 std::string statusText(const StatusReport& report, const FormatLocale& locale) {
     std::string text = "System  " + toIso8601(report.system.date) + "\n";
@@ -26,6 +47,8 @@ std::string statusText(const StatusReport& report, const FormatLocale& locale) {
             line += " no data";
         text += line + "\n";
     }
+    if (report.usage)
+        text += usageText(*report.usage, report.system.date);
     return text;
 }
 

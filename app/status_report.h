@@ -2,8 +2,10 @@
 
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
+#include "usage/core/usage_model.h"
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 // What `ravo status` prints. Each feature adds its own key to the JSON and its own block
@@ -12,6 +14,7 @@ namespace ravo::app {
 
 struct StatusReport {
     metrics::SystemReading system;
+    std::optional<usage::UsageSnapshot> usage;
 };
 
 nlohmann::json statusJson(const StatusReport& report);

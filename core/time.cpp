@@ -8,11 +8,16 @@
 namespace ravo {
 
 double unixSeconds(TimePoint t) {
-    return std::chrono::duration_cast<Seconds>(t.time_since_epoch()).count();
+    // Whole seconds and the fraction apart, so 0.25 s stays exactly 0.25 s.
+    const auto whole = std::chrono::floor<std::chrono::seconds>(t.time_since_epoch());
+    const auto fraction = std::chrono::duration_cast<Seconds>(t.time_since_epoch() - whole);
+    return static_cast<double>(whole.count()) + fraction.count();
 }
 
 TimePoint fromUnixSeconds(double seconds) {
-    return TimePoint(std::chrono::duration_cast<Clock::duration>(Seconds(seconds)));
+    const double whole = std::floor(seconds);
+    const auto fraction = std::chrono::round<Clock::duration>(Seconds(seconds - whole));
+    return TimePoint(std::chrono::seconds(static_cast<long long>(whole)) + fraction);
 }
 
 double referenceSeconds(TimePoint t) {

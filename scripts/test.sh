@@ -3,6 +3,7 @@
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 "$here/install-deps.sh" --tests
+"$here/install-test-agents.sh"
 "$here/build.sh"
 cd "$here/.."
 ctest --preset default "$@"
