@@ -3,8 +3,21 @@
 #include "app/log_categories.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <iostream>
+
+namespace {
+
+// One-shot commands print their findings; the log's warnings would only repeat them.
+void quietLogUnlessAsked() {
+    if (!qEnvironmentVariableIsSet("QT_LOGGING_RULES"))
+        QLoggingCategory::setFilterRules("io.halvorsund.Ravo.*.debug=false\n"
+                                         "io.halvorsund.Ravo.*.info=false\n"
+                                         "io.halvorsund.Ravo.*.warning=false");
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     using namespace ravo::app;
@@ -22,11 +35,13 @@ int main(int argc, char** argv) {
     case Command::Kind::status: {
         QCoreApplication application(argc, argv);
         installCoreLogSink();
+        quietLogUnlessAsked();
         return runStatusCommand(command.json);
     }
     case Command::Kind::statusLine: {
         QCoreApplication application(argc, argv);
         installCoreLogSink();
+        quietLogUnlessAsked();
         return runStatusLineCommand(command.arguments.front());
     }
     case Command::Kind::run: {
