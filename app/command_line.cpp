@@ -15,24 +15,29 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
         command.kind = Command::Kind::version;
         return command;
     }
-    if (word == "status") {
-        command.kind = Command::Kind::status;
+    if (word == "status" || word == "sessions") {
+        command.kind = word == "status" ? Command::Kind::status : Command::Kind::sessions;
         for (std::size_t i = 1; i < arguments.size(); ++i) {
             if (arguments[i] == "--json") {
                 command.json = true;
             } else {
                 command.kind = Command::Kind::invalid;
-                command.error = "Unknown option for status: " + arguments[i];
+                command.error = "Unknown option for " + word + ": " + arguments[i];
                 return command;
             }
         }
         return command;
     }
-    if (word == "statusline") {
-        command.kind = Command::Kind::statusLine;
-        if (arguments.size() != 2 || (arguments[1] != "install" && arguments[1] != "uninstall")) {
+    if (word == "statusline" || word == "hooks") {
+        const bool hooks = word == "hooks";
+        command.kind = hooks ? Command::Kind::hooks : Command::Kind::statusLine;
+        const bool known =
+            arguments.size() == 2 && (arguments[1] == "install" || arguments[1] == "uninstall" ||
+                                      (hooks && arguments[1] == "status"));
+        if (!known) {
             command.kind = Command::Kind::invalid;
-            command.error = "Use: ravo statusline install|uninstall";
+            command.error = hooks ? "Use: ravo hooks install|uninstall|status"
+                                  : "Use: ravo statusline install|uninstall";
             return command;
         }
         command.arguments = {arguments[1]};
@@ -51,6 +56,9 @@ std::string usageText() {
            "\n"
            "Commands:\n"
            "  status [--json]   print one reading of the machine and the AI limits, and exit\n"
+           "  sessions [--json] list the agent sessions, newest first\n"
+           "  hooks install|uninstall|status\n"
+           "                    track Claude Code and Codex sessions, stop, or check the hooks\n"
            "  statusline install|uninstall\n"
            "                    show Claude limits through Claude Code's status line, or stop\n"
            "  --version         print the version\n"

@@ -7,6 +7,8 @@ namespace ravo::app {
 
 int runStatusCommand(bool json);
 int runStatusLineCommand(const std::string& action);
+int runHooksCommand(const std::string& action);
+int runSessionsCommand(bool json);
 int runTerminalDashboard();
 
 } // namespace ravo::app

@@ -44,6 +44,14 @@ int main(int argc, char** argv) {
         quietLogUnlessAsked();
         return runStatusLineCommand(command.arguments.front());
     }
+    case Command::Kind::hooks: {
+        QCoreApplication application(argc, argv);
+        installCoreLogSink();
+        quietLogUnlessAsked();
+        return runHooksCommand(command.arguments.front());
+    }
+    case Command::Kind::sessions:
+        return runSessionsCommand(command.json);
     case Command::Kind::run: {
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName("Ravo");

@@ -5,6 +5,8 @@
 #include "core/paths.h"
 #include "metrics/core/system_sampler.h"
 #include "metrics/platform/platform_counter_source.h"
+#include "sessions/core/session_list.h"
+#include "sessions/core/session_store.h"
 #include "usage/live_usage.h"
 
 #include <qcoro/qcorotask.h>
@@ -27,6 +29,8 @@ int runStatusCommand(bool json) {
         auto live = usage::makeLiveUsage(settings.get(), *home);
         report.usage = QCoro::waitFor(live.refresher->refresh());
     }
+    sessions::SessionStore::prune(Clock::now());
+    report.sessions = sessions::SessionList::newestFirst(sessions::SessionStore::loadAll());
     std::this_thread::sleep_until(started + std::chrono::seconds(1));
     report.system = sampler.sample(SampleRequest::all());
     if (json)

@@ -2,6 +2,7 @@
 
 #include "metrics/core/metric_summary.h"
 #include "metrics/core/system_reading_json.h"
+#include "sessions/core/session_list.h"
 #include "usage/core/snapshot_json.h"
 #include "usage/core/usage_text.h"
 
@@ -13,6 +14,8 @@ nlohmann::json statusJson(const StatusReport& report) {
     nlohmann::json json{{"system", report.system}};
     if (report.usage)
         json["usage"] = usage::snapshotToJson(*report.usage, usage::DateStyle::iso8601);
+    if (report.sessions)
+        json["sessions"] = sessions::SessionList::toReadableJson(*report.sessions);
     return json;
 }
 
@@ -49,6 +52,13 @@ std::string statusText(const StatusReport& report, const FormatLocale& locale) {
     }
     if (report.usage)
         text += usageText(*report.usage, report.system.date);
+    if (report.sessions) {
+        text += "\nAgent sessions\n";
+        if (report.sessions->empty())
+            text += "  None\n";
+        for (const auto& session : *report.sessions)
+            text += "  " + sessions::SessionList::line(session, report.system.date) + "\n";
+    }
     return text;
 }
 

@@ -2,11 +2,13 @@
 
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
+#include "sessions/core/agent_session.h"
 #include "usage/core/usage_model.h"
 
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 // What `ravo status` prints. Each feature adds its own key to the JSON and its own block
 // to the text.
@@ -15,6 +17,7 @@ namespace ravo::app {
 struct StatusReport {
     metrics::SystemReading system;
     std::optional<usage::UsageSnapshot> usage;
+    std::optional<std::vector<sessions::AgentSession>> sessions; // newest first
 };
 
 nlohmann::json statusJson(const StatusReport& report);

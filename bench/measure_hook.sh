@@ -27,8 +27,7 @@ measure() { # name input command...
 
 printf '%s' '{"model":{"display_name":"Opus"},"rate_limits":{"five_hour":{"used_percentage":23,"resets_at":4102444800},"seven_day":{"used_percentage":41,"resets_at":4102444800}}}' >"$work/statusline.json"
 measure "statusline (no chain)" "$work/statusline.json" "$hook" statusline
-if [ -f "$work/.local/share/ravo/Sessions/.keep" ] || "$hook" claude </dev/null 2>/dev/null; then
-    printf '%s' "{\"session_id\":\"bench-1\",\"cwd\":\"$work/project\",\"hook_event_name\":\"UserPromptSubmit\",\"prompt\":\"Make it fast\"}" | "$hook" claude
-    printf '%s' "{\"session_id\":\"bench-1\",\"cwd\":\"$work/project\",\"hook_event_name\":\"PostToolUse\",\"tool_name\":\"Bash\",\"tool_input\":{\"command\":\"ls\"},\"tool_response\":{\"stdout\":\"a\"}}" >"$work/post.json"
-    measure "claude PostToolUse" "$work/post.json" "$hook" claude
-fi
+# A running session, then the event agents send after every tool call.
+printf '%s' "{\"session_id\":\"bench-1\",\"cwd\":\"$work/project\",\"hook_event_name\":\"UserPromptSubmit\",\"prompt\":\"Make it fast\"}" | "$hook" claude
+printf '%s' "{\"session_id\":\"bench-1\",\"cwd\":\"$work/project\",\"hook_event_name\":\"PostToolUse\",\"tool_name\":\"Bash\",\"tool_input\":{\"command\":\"ls\"},\"tool_response\":{\"stdout\":\"a\"}}" >"$work/post.json"
+measure "claude PostToolUse" "$work/post.json" "$hook" claude

@@ -49,4 +49,10 @@ std::optional<fs::path> sharedContainer() {
     return std::nullopt;
 }
 
+std::optional<fs::path> inSharedContainer(const char* name) {
+    if (auto container = sharedContainer())
+        return *container / name;
+    return std::nullopt;
+}
+
 } // namespace ravo::paths

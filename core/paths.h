@@ -13,5 +13,7 @@ std::optional<std::filesystem::path> configHome();
 
 // The folder shared by the app and ravo-hook; absent when no home folder can be found.
 std::optional<std::filesystem::path> sharedContainer();
+// A file or folder directly inside the shared container.
+std::optional<std::filesystem::path> inSharedContainer(const char* name);
 
 } // namespace ravo::paths

@@ -1,4 +1,5 @@
 #include "hook/hook_input.h"
+#include "hook/session_hook_command.h"
 #include "hook/statusline_command.h"
 
 #include <cstring>
@@ -9,9 +10,16 @@ int main(int argc, char** argv) {
     using namespace ravo::hook;
     if (argc < 2)
         return 0;
-    if (std::strcmp(argv[1], "statusline") == 0) {
+    const std::string_view command = argv[1];
+    if (command == "statusline") {
         const auto input = readStandardInput(4 * 1024 * 1024);
         return runStatusLine(input.value_or(std::string{}));
     }
+    const auto provider = ravo::usage::providerFromRaw(command);
+    if (!provider)
+        return 0;
+    // Hook payloads are small; anything huge is not one and is only drained.
+    if (const auto input = readStandardInput(1024 * 1024))
+        return runSessionHook(*provider, *input);
     return 0;
 }

@@ -1,9 +1,14 @@
 #pragma once
 
 #include "core/result.h"
+#include "usage/core/provider.h"
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace ravo::sessions {
 
@@ -30,6 +35,33 @@ public:
     Result<StatusLineChange> uninstallStatusLine() const;
     // The entry is exactly the command this copy of Ravo would write.
     bool isStatusLineCurrent() const;
+
+    // One agent's hook configuration file.
+    struct Target {
+        usage::Provider provider;
+        std::filesystem::path path;
+        std::filesystem::perms newFileMode;
+        std::vector<std::string> events;
+        std::optional<std::string> statusMessage;
+    };
+
+    std::vector<Target> targets() const;
+    // The targets whose agent is installed.
+    std::vector<Target> presentTargets() const;
+    // '<quoted helper path>' claude
+    std::string command(usage::Provider provider) const;
+    nlohmann::json installing(nlohmann::json config, const Target& target) const;
+
+    // Adds the hooks to every present agent; returns the agents handled.
+    Result<std::vector<usage::Provider>> install() const;
+    // Takes Ravo's hooks out of every file that has them, agent installed or not.
+    Status uninstall() const;
+    bool isInstalled() const;
+    // The agents whose configuration holds Ravo's hooks.
+    std::set<usage::Provider> installedProviders() const;
+    // Rewrites a present agent's hooks only where they differ from what this copy would
+    // install (the app moved); returns the agents rewritten.
+    Result<std::vector<usage::Provider>> reconcile() const;
 
 private:
     std::filesystem::path home_;

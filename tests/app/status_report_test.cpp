@@ -14,7 +14,7 @@ StatusReport report() {
     r.memory =
         MemoryUsage{1024ull << 20, 512ull << 20, 0, 0, 0, 0, 0.5, MemoryPressureLevel::normal};
     r.network = NetworkUsage{1234, 0, 10, 20};
-    return StatusReport{r, std::nullopt};
+    return StatusReport{r, std::nullopt, std::nullopt};
 }
 
 TEST(StatusJson, PutsTheReadingUnderSystemWithIsoDates) {

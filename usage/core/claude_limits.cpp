@@ -79,9 +79,7 @@ std::optional<ClaudeLimits> claudeLimitsFromJson(const json& j) {
 }
 
 std::optional<std::filesystem::path> ClaudeLimitsStore::filePath() {
-    if (const auto container = paths::sharedContainer())
-        return *container / "claude-limits.json";
-    return std::nullopt;
+    return paths::inSharedContainer("claude-limits.json");
 }
 
 std::optional<ClaudeLimits> ClaudeLimitsStore::load() {

@@ -12,11 +12,7 @@ namespace ravo::usage::SnapshotStore {
 
 namespace fs = std::filesystem;
 
-std::optional<fs::path> filePath() {
-    if (const auto container = paths::sharedContainer())
-        return *container / "snapshot.json";
-    return std::nullopt;
-}
+std::optional<fs::path> filePath() { return paths::inSharedContainer("snapshot.json"); }
 
 std::optional<UsageSnapshot> load() {
     const auto path = filePath();

@@ -51,9 +51,7 @@ json StatusLineConfig::removing(json settings, const std::optional<json>& previo
 }
 
 std::optional<std::filesystem::path> StatusLineChain::filePath() {
-    if (const auto container = paths::sharedContainer())
-        return *container / "claude-statusline-previous.json";
-    return std::nullopt;
+    return paths::inSharedContainer("claude-statusline-previous.json");
 }
 
 std::optional<json> StatusLineChain::load() {

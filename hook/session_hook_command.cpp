@@ -1,0 +1,26 @@
+#include "hook/session_hook_command.h"
+
+#include "core/cross_process_signal.h"
+#include "sessions/core/session_events.h"
+
+#include <nlohmann/json.hpp>
+
+namespace ravo::hook {
+
+using namespace sessions;
+
+int runSessionHook(usage::Provider provider, const std::string& input) {
+    const auto payload = nlohmann::json::parse(input, nullptr, false);
+    const auto identity = SessionEvents::identify(payload);
+    if (!identity || !SessionStore::isValidSessionID(identity->first))
+        return 0;
+    const auto existing = SessionStore::load(provider, identity->first);
+    const auto transition = SessionEvents::decide(provider, payload, existing, Clock::now());
+    if (std::holds_alternative<Ignore>(transition))
+        return 0;
+    if (SessionStore::apply(transition, provider, identity->first))
+        CrossProcessSignal::post(CrossProcessSignal::kSessionsChanged);
+    return 0;
+}
+
+} // namespace ravo::hook

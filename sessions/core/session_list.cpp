@@ -1,0 +1,49 @@
+#include "sessions/core/session_list.h"
+
+#include <algorithm>
+
+namespace ravo::sessions::SessionList {
+
+std::vector<AgentSession> newestFirst(std::vector<AgentSession> sessions) {
+    std::stable_sort(
+        sessions.begin(), sessions.end(),
+        [](const AgentSession& a, const AgentSession& b) { return a.updatedAt > b.updatedAt; });
+    return sessions;
+}
+
+std::string age(TimePoint since, TimePoint now) {
+    const double seconds = secondsBetween(since, now);
+    if (seconds < 60)
+        return "just now";
+    const auto minutes = static_cast<long long>(seconds / 60);
+    if (minutes < 60)
+        return std::to_string(minutes) + " min ago";
+    if (minutes < 1440)
+        return std::to_string(minutes / 60) + " h ago";
+    return std::to_string(minutes / 1440) + " d ago";
+}
+
+std::string line(const AgentSession& session, TimePoint now) {
+    std::string text(rawValue(session.state));
+    text.resize(9, ' ');
+    std::string agent(usage::displayName(session.provider));
+    agent.resize(8, ' ');
+    text += agent + session.project;
+    if (session.title)
+        text += " — " + *session.title;
+    text += " (" + age(session.updatedAt, now) + ")";
+    return text;
+}
+
+nlohmann::json toReadableJson(const std::vector<AgentSession>& sessions) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& session : sessions) {
+        auto record = toJson(session);
+        record["updatedAt"] = toIso8601(session.updatedAt);
+        record["turnStartedAt"] = toIso8601(session.turnStartedAt);
+        list.push_back(std::move(record));
+    }
+    return list;
+}
+
+} // namespace ravo::sessions::SessionList

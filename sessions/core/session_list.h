@@ -1,0 +1,23 @@
+#pragma once
+
+#include "sessions/core/agent_session.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+// The sessions as people read them: newest first, with their age.
+namespace ravo::sessions::SessionList {
+
+std::vector<AgentSession> newestFirst(std::vector<AgentSession> sessions);
+
+// "just now", "5 min ago", "2 h ago", "3 d ago".
+std::string age(TimePoint since, TimePoint now);
+
+// One line: state, agent, project, title and age.
+std::string line(const AgentSession& session, TimePoint now);
+
+// The records with ISO 8601 dates, for the commands' JSON.
+nlohmann::json toReadableJson(const std::vector<AgentSession>& sessions);
+
+} // namespace ravo::sessions::SessionList

@@ -1,0 +1,95 @@
+#include "sessions/core/session_store.h"
+
+#include "core/atomic_file.h"
+#include "core/paths.h"
+
+#include <nlohmann/json.hpp>
+
+namespace ravo::sessions::SessionStore {
+
+namespace fs = std::filesystem;
+
+std::optional<fs::path> directory() { return paths::inSharedContainer("Sessions"); }
+
+bool isValidSessionID(std::string_view id) {
+    if (id.empty() || id.size() > 128 || id == "." || id == "..")
+        return false;
+    for (char c : id) {
+        const auto u = static_cast<unsigned char>(c);
+        const bool allowed = (u >= 'a' && u <= 'z') || (u >= 'A' && u <= 'Z') ||
+                             (u >= '0' && u <= '9') || u == '-' || u == '_' || u == '.';
+        if (!allowed)
+            return false;
+    }
+    return true;
+}
+
+Status apply(const SessionTransition& transition, Provider provider, const std::string& sessionID) {
+    if (!isValidSessionID(sessionID))
+        return success();
+    const auto folder = directory();
+    if (!folder)
+        return success();
+    const fs::path file = *folder / AgentSession::fileName(provider, sessionID);
+    if (const auto* upsert = std::get_if<Upsert>(&transition)) {
+        std::error_code error;
+        fs::create_directories(*folder, error);
+        if (error)
+            return Failure{"Cannot create " + folder->string() + ": " + error.message()};
+        return writeFileAtomically(file, toJson(upsert->session).dump());
+    }
+    if (std::holds_alternative<Remove>(transition)) {
+        std::error_code error;
+        if (!fs::remove(file, error))
+            return Failure{"Cannot remove " + file.string() +
+                           (error ? ": " + error.message() : ": it does not exist")};
+    }
+    return success();
+}
+
+namespace {
+std::optional<AgentSession> decodeFile(const fs::path& file) {
+    const auto text = readFile(file, 1024 * 1024);
+    if (!text)
+        return std::nullopt;
+    const auto parsed = nlohmann::json::parse(*text, nullptr, false);
+    if (parsed.is_discarded())
+        return std::nullopt;
+    return sessionFromJson(parsed);
+}
+} // namespace
+
+std::optional<AgentSession> load(Provider provider, const std::string& sessionID) {
+    const auto folder = directory();
+    if (!folder || !isValidSessionID(sessionID))
+        return std::nullopt;
+    return decodeFile(*folder / AgentSession::fileName(provider, sessionID));
+}
+
+std::vector<AgentSession> loadAll(std::optional<Provider> provider) {
+    std::vector<AgentSession> sessions;
+    const auto folder = directory();
+    if (!folder)
+        return sessions;
+    std::error_code error;
+    for (fs::directory_iterator it(*folder, error), end; !error && it != end; it.increment(error)) {
+        if (it->path().extension() != ".json")
+            continue;
+        auto session = decodeFile(it->path());
+        if (session && (!provider || session->provider == *provider))
+            sessions.push_back(std::move(*session));
+    }
+    return sessions;
+}
+
+void prune(TimePoint now) {
+    for (const auto& session : loadAll()) {
+        const double age = secondsBetween(session.updatedAt, now);
+        const double limit =
+            session.state == AgentSession::State::done ? kStaleDoneSeconds : kStaleActiveSeconds;
+        if (age >= limit)
+            apply(Remove{}, session.provider, session.sessionID); // a failure here is not fatal
+    }
+}
+
+} // namespace ravo::sessions::SessionStore

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "core/result.h"
+#include "sessions/core/hook_installer.h"
+
+// The "Track agent sessions" switch: the hooks in the agents' files, and the shared flags
+// that tell the app, and every other reader, that tracking is on and for which agents.
+namespace ravo::sessions::SessionTracking {
+
+Status turnOn(const HookInstaller& installer);
+Status turnOff(const HookInstaller& installer);
+
+bool isOn();
+// Stores the agents whose files hold Ravo's hooks, when that changed.
+void publishInstalledAgents(const HookInstaller& installer);
+
+} // namespace ravo::sessions::SessionTracking
