@@ -11,6 +11,11 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
         command.kind = Command::Kind::help;
         return command;
     }
+    if (word.starts_with("ravo://")) {
+        command.kind = Command::Kind::open;
+        command.arguments = {word};
+        return command;
+    }
     if (word == "--version") {
         command.kind = Command::Kind::version;
         return command;
@@ -55,6 +60,7 @@ std::string usageText() {
            "when there is no display.\n"
            "\n"
            "Commands:\n"
+           "  ravo://...        hand a link to the running Ravo\n"
            "  status [--json]   print one reading of the machine and the AI limits, and exit\n"
            "  sessions [--json] list the agent sessions, newest first\n"
            "  hooks install|uninstall|status\n"

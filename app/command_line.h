@@ -6,7 +6,7 @@
 namespace ravo::app {
 
 struct Command {
-    enum class Kind { run, status, statusLine, hooks, sessions, help, version, invalid };
+    enum class Kind { run, open, status, statusLine, hooks, sessions, help, version, invalid };
     Kind kind = Kind::run;
     bool json = false;
     std::vector<std::string> arguments; // what follows the command word

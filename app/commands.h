@@ -10,5 +10,7 @@ int runStatusLineCommand(const std::string& action);
 int runHooksCommand(const std::string& action);
 int runSessionsCommand(bool json);
 int runTerminalDashboard();
+// The tray application; `openURL` is a ravo:// link to hand over, or empty.
+int runDesktop(int argc, char** argv, const std::string& openURL);
 
 } // namespace ravo::app

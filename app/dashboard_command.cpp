@@ -1,8 +1,6 @@
+#include "app/app_controller.h"
+#include "app/app_services.h"
 #include "app/commands.h"
-#include "app/platform/linux/dbus_sleep_wake_watcher.h"
-#include "app/settings_values.h"
-#include "connectivity/platform/linux/route_path_monitor.h"
-#include "metrics/platform/platform_counter_source.h"
 #include "metrics/system_monitor.h"
 #include "ui/terminal/terminal_dashboard.h"
 #include "ui/terminal/terminal_session.h"
@@ -13,22 +11,14 @@
 namespace ravo::app {
 
 int runTerminalDashboard() {
-    auto settings = openUserSettings();
-    DBusSleepWakeWatcher sleepWake;
-    connectivity::RoutePathMonitor pathMonitor;
-    metrics::SystemMonitor::Services services;
-    services.sampler =
-        std::make_unique<metrics::SystemSampler>(metrics::makePlatformCounterSource());
-    services.pathMonitor = &pathMonitor;
-    services.sleepWake = &sleepWake;
-    metrics::SystemMonitor monitor(settings.get(), std::move(services));
-
+    AppServices services;
     ui::TerminalSession terminal(STDIN_FILENO, STDOUT_FILENO);
-    ui::TerminalDashboard dashboard(&monitor, &terminal);
-    QObject::connect(&terminal, &ui::TerminalSession::quitRequested, qApp, &QCoreApplication::quit);
-    monitor.start();
+    ui::TerminalDashboard dashboard(services.controller(), &terminal);
+    QObject::connect(&terminal, &ui::TerminalSession::quitRequested, qApp,
+                     &QCoreApplication::quit);
+    services.controller()->start();
     const int status = QCoreApplication::exec();
-    monitor.stop();
+    services.controller()->stop();
     return status;
 }
 

@@ -17,6 +17,10 @@ void quietLogUnlessAsked() {
                                          "io.halvorsund.Ravo.*.warning=false");
 }
 
+bool hasDisplay() {
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -52,7 +56,11 @@ int main(int argc, char** argv) {
     }
     case Command::Kind::sessions:
         return runSessionsCommand(command.json);
-    case Command::Kind::run: {
+    case Command::Kind::run:
+    case Command::Kind::open: {
+        const std::string url = command.arguments.empty() ? "" : command.arguments.front();
+        if (hasDisplay())
+            return runDesktop(argc, argv, url);
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName("Ravo");
         installCoreLogSink();

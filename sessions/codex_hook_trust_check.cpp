@@ -10,7 +10,7 @@ Q_LOGGING_CATEGORY(lcHooks, "io.halvorsund.Ravo.hooks")
 
 namespace ravo::sessions {
 
-QCoro::Task<std::optional<bool>> codexHooksNeedApproval(const usage::CodexAppServer& server,
+QCoro::Task<std::optional<bool>> codexHooksNeedApproval(usage::CodexAppServer server,
                                                         std::filesystem::path home) {
     const nlohmann::json params = {{"cwds", nlohmann::json::array({home.string()})}};
     const auto answer =

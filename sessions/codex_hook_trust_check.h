@@ -11,7 +11,7 @@ namespace ravo::sessions {
 
 // Asks `codex app-server` for its hooks and whether the user trusts Ravo's. Nothing when
 // the question failed or the answer was not understood; the caller keeps what it knew.
-QCoro::Task<std::optional<bool>> codexHooksNeedApproval(const usage::CodexAppServer& server,
+QCoro::Task<std::optional<bool>> codexHooksNeedApproval(usage::CodexAppServer server,
                                                         std::filesystem::path home);
 
 inline constexpr const char* kCodexApprovalMessage =

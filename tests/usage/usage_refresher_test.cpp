@@ -1,3 +1,4 @@
+#include "tests/support/scripted_provider.h"
 #include "tests/support/temporary_folder.h"
 #include "usage/usage_refresher.h"
 
@@ -10,25 +11,7 @@
 namespace ravo::usage {
 namespace {
 
-// A provider whose answer arrives after a delay on the event loop, like a child process's.
-struct ScriptedProvider final : UsageProvider {
-    UsageOutcome outcome;
-    std::chrono::milliseconds delay{0};
-    int calls = 0;
-    std::vector<std::string>* finishOrder = nullptr;
-    std::string name;
-
-    QCoro::Task<UsageOutcome> fetch(TimePoint) override {
-        ++calls;
-        QTimer timer;
-        timer.setSingleShot(true);
-        timer.start(delay);
-        co_await timer;
-        if (finishOrder)
-            finishOrder->push_back(name);
-        co_return outcome;
-    }
-};
+using testing::ScriptedProvider;
 
 ProviderReading reading(double used) {
     ProviderReading r;

@@ -1,6 +1,8 @@
 #include "ui/terminal/dashboard_text.h"
 
 #include "metrics/core/metric_summary.h"
+#include "sessions/core/session_list.h"
+#include "usage/core/usage_text.h"
 #include "ui/terminal/sparkline.h"
 
 #include <algorithm>
@@ -56,6 +58,31 @@ std::vector<double> historyFor(const DashboardFrame& frame, SystemMetric metric)
     return it == frame.history.end() ? std::vector<double>{} : it->second;
 }
 
+std::string limitsText(const DashboardFrame& frame, const std::string& bold,
+                       const std::string& reset) {
+    std::string text = "\n" + bold + "AI limits" + reset + "\n";
+    if (!frame.usage || frame.usage->providers.empty())
+        return text + "  Asking Claude Code and Codex…\n";
+    for (const auto& provider : frame.usage->providers) {
+        text += "  " + usage::UsageText::planLine(provider) + "\n";
+        for (const auto& line : usage::UsageText::describe(provider, frame.now))
+            text += "    " + line + "\n";
+    }
+    return text;
+}
+
+std::string sessionsText(const DashboardFrame& frame, const std::string& bold,
+                         const std::string& reset) {
+    std::string text = "\n" + bold + "Agent sessions" + reset + "\n";
+    if (!frame.tracksSessions)
+        return text + "  Tracking is off; turn it on with `ravo hooks install`.\n";
+    if (frame.sessions.empty())
+        return text + "  None right now.\n";
+    for (const auto& session : frame.sessions)
+        text += "  " + sessions::SessionList::line(session, frame.now) + "\n";
+    return text;
+}
+
 } // namespace
 
 std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& locale) {
@@ -82,6 +109,8 @@ std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& loc
         if (!summary.detail.empty())
             text += std::string(kNameWidth, ' ') + summary.detail + "\n";
     }
+    text += limitsText(frame, bold, reset);
+    text += sessionsText(frame, bold, reset);
     text += "\nPress q to quit.\n";
     return text;
 }

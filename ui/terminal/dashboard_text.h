@@ -2,6 +2,8 @@
 
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
+#include "sessions/core/agent_session.h"
+#include "usage/core/usage_model.h"
 
 #include <map>
 #include <optional>
@@ -17,6 +19,10 @@ struct DashboardFrame {
     std::map<metrics::SystemMetric, std::vector<double>> history;
     std::map<metrics::RateSeries, std::vector<double>> rateHistory;
     bool online = false;
+    std::optional<usage::UsageSnapshot> usage;
+    bool tracksSessions = false;
+    std::vector<sessions::AgentSession> sessions; // newest first
+    TimePoint now;
     int width = 80;
     bool color = true;
 };

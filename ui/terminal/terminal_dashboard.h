@@ -2,8 +2,8 @@
 
 #include <QObject>
 
-namespace ravo::metrics {
-class SystemMonitor;
+namespace ravo::app {
+class AppController;
 }
 
 namespace ravo::ui {
@@ -11,17 +11,17 @@ namespace ravo::ui {
 class TerminalSession;
 
 // The live dashboard of a machine without a display: the enabled metrics, redrawn on
-// every reading, with the last minute as sparklines.
+// every reading, with the last minute as sparklines, then the AI limits and the sessions.
 class TerminalDashboard : public QObject {
     Q_OBJECT
 public:
-    TerminalDashboard(metrics::SystemMonitor* monitor, TerminalSession* terminal,
+    TerminalDashboard(app::AppController* controller, TerminalSession* terminal,
                       QObject* parent = nullptr);
 
     void redraw();
 
 private:
-    metrics::SystemMonitor* monitor_;
+    app::AppController* controller_;
     TerminalSession* terminal_;
 };
 

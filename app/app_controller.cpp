@@ -1,0 +1,267 @@
+#include "app/app_controller.h"
+
+#include "app/log_categories.h"
+#include "app/platform/cross_process_listener.h"
+#include "app/platform/login_item.h"
+#include "app/platform/sleep_wake_watcher.h"
+#include "app/session_link.h"
+#include "app/settings_values.h"
+#include "core/agent_detection.h"
+#include "core/group_settings.h"
+#include "metrics/system_monitor.h"
+#include "sessions/core/session_list.h"
+#include "sessions/core/session_store.h"
+#include "sessions/core/session_tracking.h"
+#include "usage/claude_usage_probe.h"
+#include "usage/usage_refresher.h"
+
+#include <QPointer>
+#include <QSettings>
+#include <QTimer>
+
+namespace ravo::app {
+
+AppController::AppController(QSettings* defaults, sessions::HookInstaller hookInstaller,
+                             Services services, QObject* parent)
+    : QObject(parent), defaults_(defaults), hookInstaller_(std::move(hookInstaller)),
+      services_(std::move(services)), refreshLoop_(new QTimer(this)) {
+    if (services_.refresher && !services_.refresher->snapshot().providers.empty())
+        snapshot_ = services_.refresher->snapshot(); // the last picture, shown at once
+    launchAtLogin_ = services_.loginItem && services_.loginItem->isEnabled();
+    codexHooksNeedApproval_ = GroupSettings::readBool(GroupSettings::kCodexHooksNeedApproval);
+    readsClaudeLimits_ = readBool(*defaults_, kClaudeStatusLineKey, true);
+    refreshLoop_->setInterval(services_.refreshInterval);
+    refreshLoop_->setTimerType(Qt::VeryCoarseTimer);
+    connect(refreshLoop_, &QTimer::timeout, this, &AppController::runLoopIteration);
+}
+
+AppController::~AppController() = default;
+
+bool AppController::asksClaudeCodeForUsage() const {
+    return services_.probe && services_.probe->isEnabled();
+}
+
+void AppController::start() {
+    if (started_)
+        return;
+    started_ = true;
+    if (services_.canManageLoginItem && !readBool(*defaults_, kLoginItemConfiguredKey, false)) {
+        setLaunchAtLogin(true);
+        defaults_->setValue(kLoginItemConfiguredKey, true);
+    }
+    startSessionTracking();
+    startClaudeLimits();
+    // The update checker starts here; when it requires an update nothing below starts.
+    if (services_.systemMonitor)
+        services_.systemMonitor->start();
+    // Then the connection watchdog, the website monitor, the cloud-session resume and the
+    // settings sync start, in that order.
+    refreshLoop_->start();
+    runLoopIteration();
+    if (auto* watcher = services_.sleepWake) {
+        connect(watcher, &SleepWakeWatcher::didWake, this, &AppController::afterWake);
+        connect(watcher, &SleepWakeWatcher::screensDidWake, this, &AppController::afterWake);
+        connect(watcher, &SleepWakeWatcher::sessionDidBecomeActive, this, &AppController::afterWake);
+    }
+}
+
+void AppController::stop() {
+    refreshLoop_->stop();
+    if (services_.systemMonitor)
+        services_.systemMonitor->stop();
+    if (services_.sleepWake)
+        disconnect(services_.sleepWake, nullptr, this, nullptr);
+    if (services_.listener)
+        disconnect(services_.listener, nullptr, this, nullptr);
+    started_ = false;
+}
+
+void AppController::startSessionTracking() {
+    publishInstalledAgents();
+    const bool installed = hookInstaller_.isInstalled();
+    if (installed != sessions::SessionTracking::isOn())
+        GroupSettings::write(GroupSettings::kTracksSessions, installed);
+    tracksSessions_ = installed;
+    if (tracksSessions_ && services_.canManageLoginItem) {
+        const auto rewritten = hookInstaller_.reconcile();
+        if (!rewritten) {
+            qCWarning(lcApp).noquote() << "Hook change failed:" << QString::fromStdString(rewritten.error());
+        } else if (!rewritten.value().empty()) {
+            QStringList names;
+            for (auto provider : rewritten.value())
+                names << QString::fromUtf8(usage::rawValue(provider).data());
+            qCInfo(lcApp).noquote() << "Hooks updated for" << names.join(", ");
+        }
+    }
+    reloadSessions();
+    if (services_.listener)
+        connect(services_.listener, &CrossProcessListener::sessionsChanged, this,
+                &AppController::reloadSessions);
+}
+
+void AppController::startClaudeLimits() {
+    if (readsClaudeLimits_ && services_.canManageLoginItem &&
+        AgentDetection::isClaudeInstalled(hookInstaller_.home()) &&
+        !hookInstaller_.isStatusLineCurrent())
+        setReadsClaudeLimits(true);
+    if (services_.listener)
+        connect(services_.listener, &CrossProcessListener::claudeLimitsChanged, this,
+                [this] { refresh(); });
+}
+
+void AppController::runLoopIteration() {
+    refresh();
+    publishInstalledAgents();
+    checkCodexHookTrust();
+    sessions::SessionStore::prune(services_.now());
+    reloadSessions();
+}
+
+void AppController::afterWake() {
+    QTimer::singleShot(services_.wakeSettleDelay, this, [this] { refreshIfOutdated(); });
+}
+
+QCoro::Task<> AppController::refresh() {
+    if (isRefreshing_) {
+        refreshRequested_ = true;
+        co_return;
+    }
+    if (!services_.refresher)
+        co_return;
+    QPointer<AppController> self(this);
+    isRefreshing_ = true;
+    do {
+        refreshRequested_ = false;
+        ++refreshCount_;
+        const auto fresh = co_await services_.refresher->refresh();
+        if (!self)
+            co_return;
+        // Identical data wakes nobody: the tray icons and views redraw only on change.
+        if (fresh && (!snapshot_ || fresh->providers != snapshot_->providers)) {
+            snapshot_ = *fresh;
+            emit snapshotChanged();
+        }
+    } while (refreshRequested_);
+    isRefreshing_ = false;
+}
+
+QCoro::Task<> AppController::refreshIfOutdated() {
+    std::optional<TimePoint> earliest;
+    if (snapshot_) {
+        for (const auto& usage : snapshot_->providers) {
+            const TimePoint updated = usage.updatedAt.value_or(TimePoint{});
+            if (!earliest || updated < *earliest)
+                earliest = updated;
+        }
+    }
+    if (!earliest || secondsBetween(*earliest, services_.now()) >= kOutdatedSeconds)
+        co_await refresh();
+}
+
+QCoro::Task<> AppController::checkCodexHookTrust() {
+    if (!tracksSessions_ || !services_.isCodexAvailable || !services_.isCodexAvailable() ||
+        !services_.checkCodexTrust) {
+        setCodexHooksNeedApproval(false);
+        co_return;
+    }
+    QPointer<AppController> self(this);
+    const auto needsApproval = co_await services_.checkCodexTrust();
+    if (self && needsApproval)
+        setCodexHooksNeedApproval(*needsApproval);
+}
+
+void AppController::publishInstalledAgents() {
+    sessions::SessionTracking::publishInstalledAgents(hookInstaller_);
+    if (services_.refresher)
+        services_.refresher->setEnabledProviders(
+            AgentDetection::isCodexInstalled(hookInstaller_.home())
+                ? std::set<usage::Provider>{usage::Provider::claude, usage::Provider::codex}
+                : std::set<usage::Provider>{usage::Provider::claude});
+}
+
+void AppController::reloadSessions() {
+    auto loaded = sessions::SessionList::newestFirst(sessions::SessionStore::loadAll());
+    if (loaded == sessions_)
+        return;
+    sessions_ = std::move(loaded);
+    emit sessionsChanged();
+}
+
+void AppController::setLaunchAtLogin(bool enabled) {
+    if (!services_.canManageLoginItem || !services_.loginItem)
+        return;
+    if (const Status changed = services_.loginItem->setEnabled(enabled); !changed)
+        qCWarning(lcApp).noquote() << "Login item change failed:"
+                                   << QString::fromStdString(changed.error());
+    const bool now = services_.loginItem->isEnabled();
+    if (now != launchAtLogin_) {
+        launchAtLogin_ = now;
+        emit settingsChanged();
+    }
+}
+
+void AppController::setTracksSessions(bool enabled) {
+    const Status changed = enabled ? sessions::SessionTracking::turnOn(hookInstaller_)
+                                   : sessions::SessionTracking::turnOff(hookInstaller_);
+    if (!changed) {
+        sessionTrackingError_ = changed.error();
+        tracksSessions_ = !enabled; // a switch that failed stays where it was
+        emit settingsChanged();
+        return;
+    }
+    sessionTrackingError_.reset();
+    tracksSessions_ = enabled;
+    emit settingsChanged();
+    reloadSessions();
+    checkCodexHookTrust();
+}
+
+void AppController::setReadsClaudeLimits(bool enabled) {
+    defaults_->setValue(kClaudeStatusLineKey, enabled);
+    const auto changed =
+        enabled ? hookInstaller_.installStatusLine() : hookInstaller_.uninstallStatusLine();
+    if (!changed) {
+        claudeLimitsError_ = changed.error();
+        qCWarning(lcApp).noquote() << "Claude status line change failed:"
+                                   << QString::fromStdString(changed.error());
+    } else {
+        claudeLimitsError_.reset();
+    }
+    readsClaudeLimits_ = enabled && changed.ok();
+    emit settingsChanged();
+}
+
+void AppController::setAsksClaudeCodeForUsage(bool enabled) {
+    if (!services_.probe || enabled == services_.probe->isEnabled())
+        return;
+    services_.probe->setEnabled(enabled);
+    emit settingsChanged();
+    if (enabled)
+        refresh();
+}
+
+void AppController::setCodexHooksNeedApproval(bool value) {
+    if (value == codexHooksNeedApproval_)
+        return;
+    GroupSettings::write(GroupSettings::kCodexHooksNeedApproval, value);
+    codexHooksNeedApproval_ = value;
+    emit settingsChanged();
+}
+
+void AppController::openSession(const std::string& url) {
+    const auto link = SessionLink::parse(url);
+    if (!link) {
+        qCWarning(lcApp).noquote() << "Not a session link:" << QString::fromStdString(url);
+        return;
+    }
+    const auto session = sessions::SessionStore::load(link->provider, link->sessionID);
+    if (session && session->state == sessions::AgentSession::State::done) {
+        if (const Status removed = sessions::SessionStore::apply(sessions::Remove{}, link->provider,
+                                                                 link->sessionID);
+            !removed)
+            qCWarning(lcApp).noquote() << QString::fromStdString(removed.error());
+        reloadSessions();
+    }
+}
+
+} // namespace ravo::app

@@ -1,0 +1,125 @@
+#pragma once
+
+#include "sessions/core/agent_session.h"
+#include "sessions/core/hook_installer.h"
+#include "usage/core/usage_model.h"
+
+#include <QObject>
+
+#include <qcoro/qcorotask.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+class QSettings;
+class QTimer;
+
+namespace ravo::metrics {
+class SystemMonitor;
+}
+namespace ravo::usage {
+class ClaudeUsageProbe;
+class UsageRefresher;
+} // namespace ravo::usage
+
+namespace ravo::app {
+
+class CrossProcessListener;
+class LoginItem;
+class SleepWakeWatcher;
+
+// Owns and wires the long-lived coordinators, runs the 2-minute refresh loop and reacts to
+// the hook's announcements, to wake-ups and to the settings' switches.
+class AppController : public QObject {
+    Q_OBJECT
+public:
+    struct Services {
+        usage::UsageRefresher* refresher = nullptr;
+        usage::ClaudeUsageProbe* probe = nullptr;
+        metrics::SystemMonitor* systemMonitor = nullptr;
+        LoginItem* loginItem = nullptr;
+        SleepWakeWatcher* sleepWake = nullptr;
+        CrossProcessListener* listener = nullptr;
+        std::function<bool()> isCodexAvailable;
+        std::function<QCoro::Task<std::optional<bool>>()> checkCodexTrust;
+        std::function<TimePoint()> now = Clock::now;
+        std::chrono::milliseconds refreshInterval{120'000};
+        std::chrono::milliseconds wakeSettleDelay{3'000};
+        // Only an installed copy registers itself at login and keeps the agents' files
+        // pointing at its own ravo-hook; a build-tree copy leaves them alone.
+        bool canManageLoginItem = false;
+    };
+
+    AppController(QSettings* defaults, sessions::HookInstaller hookInstaller, Services services,
+                  QObject* parent = nullptr);
+    ~AppController() override;
+
+    static constexpr double kOutdatedSeconds = 120.0;
+    static constexpr const char* kClaudeStatusLineKey = "claudeStatusLineEnabled";
+    static constexpr const char* kLoginItemConfiguredKey = "loginItemConfigured";
+
+    void start();
+    void stop();
+    bool isStarted() const { return started_; }
+
+    QCoro::Task<> refresh();
+    QCoro::Task<> refreshIfOutdated();
+    QCoro::Task<> checkCodexHookTrust();
+    void publishInstalledAgents();
+    void reloadSessions();
+
+    void setLaunchAtLogin(bool enabled);
+    void setTracksSessions(bool enabled);
+    void setReadsClaudeLimits(bool enabled);
+    void setAsksClaudeCodeForUsage(bool enabled);
+    void setCodexHooksNeedApproval(bool value);
+    // A finished session disappears once the user has opened it.
+    void openSession(const std::string& url);
+
+    const std::optional<usage::UsageSnapshot>& snapshot() const { return snapshot_; }
+    const std::vector<sessions::AgentSession>& sessions() const { return sessions_; }
+    bool isRefreshing() const { return isRefreshing_; }
+    bool launchAtLogin() const { return launchAtLogin_; }
+    bool tracksSessions() const { return tracksSessions_; }
+    bool readsClaudeLimits() const { return readsClaudeLimits_; }
+    bool asksClaudeCodeForUsage() const;
+    bool codexHooksNeedApproval() const { return codexHooksNeedApproval_; }
+    bool canManageLoginItem() const { return services_.canManageLoginItem; }
+    const std::optional<std::string>& claudeLimitsError() const { return claudeLimitsError_; }
+    const std::optional<std::string>& sessionTrackingError() const { return sessionTrackingError_; }
+    metrics::SystemMonitor* systemMonitor() const { return services_.systemMonitor; }
+    int refreshCount() const { return refreshCount_; }
+
+signals:
+    void snapshotChanged();
+    void sessionsChanged();
+    void settingsChanged(); // any of the switches, their errors and the approval flag
+
+private:
+    void startSessionTracking();
+    void startClaudeLimits();
+    void runLoopIteration();
+    void afterWake();
+
+    QSettings* defaults_;
+    sessions::HookInstaller hookInstaller_;
+    Services services_;
+    std::optional<usage::UsageSnapshot> snapshot_;
+    std::vector<sessions::AgentSession> sessions_;
+    bool isRefreshing_ = false;
+    bool refreshRequested_ = false;
+    bool launchAtLogin_ = false;
+    bool tracksSessions_ = false;
+    bool readsClaudeLimits_ = true;
+    bool codexHooksNeedApproval_ = false;
+    std::optional<std::string> claudeLimitsError_;
+    std::optional<std::string> sessionTrackingError_;
+    QTimer* refreshLoop_;
+    bool started_ = false;
+    int refreshCount_ = 0;
+};
+
+} // namespace ravo::app

@@ -1,0 +1,76 @@
+#include "app/app_services.h"
+
+#include "app/app_controller.h"
+#include "app/helper_path.h"
+#include "app/platform/cross_process_listener.h"
+#include "app/platform/linux/dbus_sleep_wake_watcher.h"
+#include "app/platform/linux/xdg_autostart_login_item.h"
+#include "app/settings_values.h"
+#include "connectivity/platform/linux/route_path_monitor.h"
+#include "core/paths.h"
+#include "metrics/platform/platform_counter_source.h"
+#include "metrics/system_monitor.h"
+#include "sessions/codex_hook_trust_check.h"
+#include "usage/live_usage.h"
+
+#include <QCoreApplication>
+
+namespace ravo::app {
+
+namespace fs = std::filesystem;
+
+struct LiveUsageParts {
+    usage::LiveUsage live;
+};
+
+bool AppServices::isInstalledCopy(const fs::path& executable) {
+    std::error_code error;
+    // A CMake build tree has its cache one folder above the programs.
+    return !fs::exists(executable.parent_path().parent_path() / "CMakeCache.txt", error);
+}
+
+AppServices::AppServices(QObject* parent)
+    : QObject(parent), settings_(openUserSettings()),
+      sleepWake_(new DBusSleepWakeWatcher(QDBusConnection::sessionBus(),
+                                          QDBusConnection::systemBus(), this)),
+      pathMonitor_(new connectivity::RoutePathMonitor(QStringLiteral("/proc"), this)) {
+    const fs::path home = paths::home().value_or("/");
+    const fs::path executable = QCoreApplication::applicationFilePath().toStdString();
+    loginItem_ = std::make_unique<XdgAutostartLoginItem>(
+        paths::configHome().value_or(home / ".config") / "autostart", executable);
+    usage_ = std::make_unique<LiveUsageParts>(LiveUsageParts{usage::makeLiveUsage(settings_.get(), home)});
+    listener_ = new CrossProcessListener(
+        QString::fromStdString(paths::sharedContainer().value_or(home).string()), this);
+
+    metrics::SystemMonitor::Services monitorServices;
+    monitorServices.sampler =
+        std::make_unique<metrics::SystemSampler>(metrics::makePlatformCounterSource());
+    monitorServices.pathMonitor = pathMonitor_;
+    monitorServices.sleepWake = sleepWake_;
+    monitorServices.loadHardware = [] { return metrics::readHardwareInfo(); };
+    monitor_ = new metrics::SystemMonitor(settings_.get(), std::move(monitorServices), this);
+
+    AppController::Services services;
+    services.refresher = usage_->live.refresher.get();
+    services.probe = usage_->live.probe.get();
+    services.systemMonitor = monitor_;
+    services.loginItem = loginItem_.get();
+    services.sleepWake = sleepWake_;
+    services.listener = listener_;
+    services.isCodexAvailable = [home] { return usage::CodexAppServer(home).isAvailable(); };
+    services.checkCodexTrust = [home] {
+        return sessions::codexHooksNeedApproval(usage::CodexAppServer(home), home);
+    };
+    services.canManageLoginItem = isInstalledCopy(executable);
+    controller_ = new AppController(settings_.get(), sessions::HookInstaller(home, helperPath()),
+                                    std::move(services), this);
+    listener_->start();
+}
+
+AppServices::~AppServices() {
+    controller_->stop();
+    delete controller_;
+    delete monitor_;
+}
+
+} // namespace ravo::app

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QObject>
+
+#include <filesystem>
+#include <memory>
+
+class QSettings;
+
+namespace ravo::connectivity {
+class RoutePathMonitor;
+}
+namespace ravo::metrics {
+class SystemMonitor;
+}
+
+namespace ravo::app {
+
+class AppController;
+class CrossProcessListener;
+class DBusSleepWakeWatcher;
+class LoginItem;
+struct LiveUsageParts;
+
+// Every long-lived coordinator of a running Ravo, built for this machine and owned here;
+// the tray, the dashboard window and the terminal dashboard all sit on top of it.
+class AppServices : public QObject {
+    Q_OBJECT
+public:
+    explicit AppServices(QObject* parent = nullptr);
+    ~AppServices() override;
+
+    AppController* controller() const { return controller_; }
+    metrics::SystemMonitor* systemMonitor() const { return monitor_; }
+
+    // True when this copy runs from an installed location rather than a build tree.
+    static bool isInstalledCopy(const std::filesystem::path& executable);
+
+private:
+    std::unique_ptr<QSettings> settings_;
+    std::unique_ptr<LoginItem> loginItem_;
+    std::unique_ptr<LiveUsageParts> usage_;
+    DBusSleepWakeWatcher* sleepWake_;
+    connectivity::RoutePathMonitor* pathMonitor_;
+    CrossProcessListener* listener_;
+    metrics::SystemMonitor* monitor_;
+    AppController* controller_;
+};
+
+} // namespace ravo::app

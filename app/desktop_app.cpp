@@ -1,0 +1,84 @@
+#include "app/app_controller.h"
+#include "app/app_services.h"
+#include "app/commands.h"
+#include "app/log_categories.h"
+#include "app/platform/single_instance.h"
+#include "ui/color_scheme.h"
+#include "ui/dashboard_window.h"
+#include "ui/settings/settings_window.h"
+#include "ui/tray/system_tray_items.h"
+#include "ui/tray/usage_tray_item.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QSystemTrayIcon>
+
+#include <iostream>
+
+namespace ravo::app {
+
+int runDesktop(int argc, char** argv, const std::string& openURL) {
+    QApplication application(argc, argv);
+    QApplication::setApplicationName("Ravo");
+    QApplication::setDesktopFileName("io.halvorsund.Ravo");
+    QApplication::setQuitOnLastWindowClosed(false); // quitting is an explicit action
+    installCoreLogSink();
+    ui::applyDesktopColorScheme(application);
+
+    SingleInstance instance;
+    if (!instance.claim()) {
+        instance.forwardToRunning(openURL.empty() ? QStringLiteral("show-usage")
+                                                  : "open " + QString::fromStdString(openURL));
+        return 0;
+    }
+
+    AppServices services;
+    AppController* controller = services.controller();
+    ui::SettingsWindow settings(controller);
+    std::unique_ptr<ui::UsageTrayItem> usageItem;
+    std::unique_ptr<ui::SystemTrayItems> metricItems;
+    std::unique_ptr<ui::DashboardWindow> dashboard;
+    QMenu metricMenu;
+    auto showUsage = [&] {
+        if (usageItem)
+            usageItem->showPopover();
+        else if (dashboard) {
+            dashboard->show();
+            dashboard->raise();
+        }
+    };
+    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+        usageItem = std::make_unique<ui::UsageTrayItem>(controller);
+        QObject::connect(usageItem.get(), &ui::UsageTrayItem::settingsRequested, &settings,
+                         [&settings] { settings.showTab(0); });
+        QObject::connect(usageItem.get(), &ui::UsageTrayItem::quitRequested, &application,
+                         &QApplication::quit);
+        metricMenu.addAction("AI usage", showUsage);
+        metricMenu.addAction("Settings…", [&settings] { settings.showTab(1); });
+        metricMenu.addSeparator();
+        metricMenu.addAction("Quit Ravo", &application, &QApplication::quit);
+        metricItems = std::make_unique<ui::SystemTrayItems>(services.systemMonitor(), &metricMenu);
+    } else {
+        qCInfo(lcApp) << "No system tray; showing the dashboard window";
+        dashboard = std::make_unique<ui::DashboardWindow>(controller);
+        QObject::connect(dashboard.get(), &ui::DashboardWindow::settingsRequested, &settings,
+                         [&settings] { settings.showTab(0); });
+        QObject::connect(dashboard.get(), &ui::DashboardWindow::quitRequested, &application,
+                         &QApplication::quit);
+        dashboard->show();
+    }
+    QObject::connect(&instance, &SingleInstance::showUsageRequested, &application, showUsage);
+    QObject::connect(&instance, &SingleInstance::openRequested, controller,
+                     [controller, showUsage](const QString& url) {
+                         controller->openSession(url.toStdString());
+                         showUsage();
+                     });
+    controller->start();
+    if (!openURL.empty())
+        controller->openSession(openURL);
+    const int status = QApplication::exec();
+    controller->stop();
+    return status;
+}
+
+} // namespace ravo::app

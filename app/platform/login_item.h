@@ -1,0 +1,15 @@
+#pragma once
+
+#include "core/result.h"
+
+namespace ravo::app {
+
+// Starting Ravo when the user logs in.
+class LoginItem {
+public:
+    virtual ~LoginItem() = default;
+    virtual bool isEnabled() const = 0;
+    virtual Status setEnabled(bool enabled) = 0;
+};
+
+} // namespace ravo::app

@@ -1,0 +1,12 @@
+#pragma once
+
+class QApplication;
+
+namespace ravo::ui {
+
+// Follows the desktop's light or dark preference (the freedesktop appearance setting, as
+// GNOME and KDE publish it through the settings portal). RAVO_COLOR_SCHEME=light|dark
+// overrides it.
+void applyDesktopColorScheme(QApplication& application);
+
+} // namespace ravo::ui

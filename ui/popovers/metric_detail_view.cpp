@@ -1,0 +1,127 @@
+#include "ui/popovers/metric_detail_view.h"
+
+#include "metrics/core/metric_summary.h"
+#include "metrics/system_monitor.h"
+#include "ui/popovers/metric_rows.h"
+#include "ui/theme.h"
+#include "ui/widgets/layout_helpers.h"
+#include "ui/widgets/sparkline_widget.h"
+#include "ui/widgets/usage_bar.h"
+
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+
+namespace ravo::ui {
+
+using namespace metrics;
+
+namespace {
+
+void fillForm(QFormLayout* form, const MetricRows::Rows& rows) {
+    clearLayout(form);
+    for (const auto& [label, value] : rows) {
+        auto* valueLabel = new QLabel(QString::fromStdString(value));
+        valueLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+        valueLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        form->addRow(mutedLabel(QString::fromStdString(label)), valueLabel);
+    }
+}
+
+QFormLayout* newForm() {
+    auto* form = new QFormLayout;
+    form->setLabelAlignment(Qt::AlignLeft);
+    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form->setHorizontalSpacing(24);
+    form->setVerticalSpacing(4);
+    return form;
+}
+
+} // namespace
+
+MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric, QWidget* parent)
+    : QWidget(parent), monitor_(monitor), metric_(metric) {
+    setMinimumWidth(320);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(10);
+
+    auto* header = new QHBoxLayout;
+    header->addWidget(heading(QString::fromUtf8(displayName(metric).data())));
+    header->addStretch();
+    value_ = heading("—", 18);
+    header->addWidget(value_);
+    layout->addLayout(header);
+
+    sparkline_ = new SparklineWidget;
+    layout->addWidget(sparkline_);
+    if (metric == SystemMetric::network || metric == SystemMetric::disk) {
+        secondSparkline_ = new SparklineWidget;
+        layout->addWidget(secondSparkline_);
+    }
+    rows_ = newForm();
+    layout->addLayout(rows_);
+    if (metric == SystemMetric::cpu) {
+        cores_ = new QGridLayout;
+        cores_->setHorizontalSpacing(8);
+        cores_->setVerticalSpacing(4);
+        layout->addLayout(cores_);
+    }
+    hardware_ = newForm();
+    layout->addLayout(hardware_);
+
+    connect(monitor_, &SystemMonitor::readingChanged, this, &MetricDetailView::refresh);
+    connect(monitor_, &SystemMonitor::hardwareChanged, this, &MetricDetailView::refresh);
+    refresh();
+}
+
+void MetricDetailView::refresh() {
+    const SystemReading reading = monitor_->reading().value_or(SystemReading{});
+    const MetricSummary summary = summarize(reading, metric_);
+    const QColor color = Theme::levelColor(summary.level, palette());
+    value_->setText(QString::fromStdString(summary.value));
+    QPalette valuePalette = value_->palette();
+    valuePalette.setColor(QPalette::WindowText, summary.level ? color : palette().color(QPalette::WindowText));
+    value_->setPalette(valuePalette);
+
+    const QColor accent = palette().color(QPalette::Highlight);
+    if (metric_ == SystemMetric::network) {
+        sparkline_->setValues(monitor_->rateHistory(RateSeries::networkIn), std::nullopt, accent);
+        secondSparkline_->setValues(monitor_->rateHistory(RateSeries::networkOut), std::nullopt,
+                                    Theme::levelColor(MetricLevel::warning, palette()));
+    } else if (metric_ == SystemMetric::disk) {
+        sparkline_->setValues(monitor_->history(metric_), 1.0, color);
+        secondSparkline_->setValues(monitor_->rateHistory(RateSeries::diskWrite), std::nullopt, accent);
+    } else {
+        sparkline_->setValues(monitor_->history(metric_), 1.0,
+                              summary.level ? color : accent);
+    }
+    fillForm(rows_, MetricRows::forReading(reading, metric_));
+    refreshCores();
+    if (monitor_->hardware())
+        fillForm(hardware_, MetricRows::forHardware(*monitor_->hardware(), metric_));
+}
+
+void MetricDetailView::refreshCores() {
+    if (!cores_)
+        return;
+    const auto reading = monitor_->reading();
+    const std::vector<double> perCore =
+        reading && reading->cpu ? reading->cpu->perCore : std::vector<double>{};
+    if (cores_->count() != static_cast<int>(perCore.size()) * 2) {
+        clearLayout(cores_);
+        for (std::size_t i = 0; i < perCore.size(); ++i) {
+            const int row = static_cast<int>(i / 2), column = static_cast<int>(i % 2) * 2;
+            cores_->addWidget(mutedLabel(QString::number(i + 1)), row, column);
+            cores_->addWidget(new UsageBar, row, column + 1);
+        }
+    }
+    for (std::size_t i = 0; i < perCore.size(); ++i) {
+        const int row = static_cast<int>(i / 2), column = static_cast<int>(i % 2) * 2 + 1;
+        if (auto* bar = qobject_cast<UsageBar*>(cores_->itemAtPosition(row, column)->widget()))
+            bar->setFraction(perCore[i], Theme::levelColor(levelFor(perCore[i]), palette()));
+    }
+}
+
+} // namespace ravo::ui

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "metrics/core/system_metric.h"
+
+#include <QWidget>
+
+class QFormLayout;
+class QGridLayout;
+class QLabel;
+
+namespace ravo::metrics {
+class SystemMonitor;
+}
+
+namespace ravo::ui {
+
+class SparklineWidget;
+class UsageBar;
+
+// One metric in detail: its value and level, the last two minutes, the figures behind it
+// and, for the processor and graphics, the hardware.
+class MetricDetailView : public QWidget {
+    Q_OBJECT
+public:
+    MetricDetailView(metrics::SystemMonitor* monitor, metrics::SystemMetric metric,
+                     QWidget* parent = nullptr);
+
+    void refresh();
+
+private:
+    void refreshCores();
+
+    metrics::SystemMonitor* monitor_;
+    metrics::SystemMetric metric_;
+    QLabel* value_;
+    SparklineWidget* sparkline_;
+    SparklineWidget* secondSparkline_ = nullptr;
+    QFormLayout* rows_;
+    QGridLayout* cores_ = nullptr;
+    QFormLayout* hardware_;
+};
+
+} // namespace ravo::ui

@@ -1,0 +1,200 @@
+#include "ui/popovers/usage_view.h"
+
+#include "app/app_controller.h"
+#include "metrics/core/metric_level.h"
+#include "sessions/core/session_list.h"
+#include "usage/core/usage_text.h"
+#include "ui/theme.h"
+#include "ui/widgets/layout_helpers.h"
+#include "ui/widgets/usage_bar.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace ravo::ui {
+
+using namespace usage;
+
+namespace {
+
+QColor stateColor(sessions::AgentSession::State state, const QPalette& palette) {
+    switch (state) {
+    case sessions::AgentSession::State::running: return palette.color(QPalette::Highlight);
+    case sessions::AgentSession::State::waiting:
+        return Theme::levelColor(metrics::MetricLevel::warning, palette);
+    case sessions::AgentSession::State::done:
+        return Theme::levelColor(metrics::MetricLevel::normal, palette);
+    }
+    return Theme::mutedText(palette);
+}
+
+QString stateText(sessions::AgentSession::State state) {
+    switch (state) {
+    case sessions::AgentSession::State::running: return "Running";
+    case sessions::AgentSession::State::waiting: return "Waiting for you";
+    case sessions::AgentSession::State::done: return "Done";
+    }
+    return {};
+}
+
+QWidget* windowRow(const UsageWindow& window, TimePoint now, const QPalette& palette) {
+    auto* row = new QWidget;
+    auto* grid = new QGridLayout(row);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setHorizontalSpacing(10);
+    grid->setVerticalSpacing(2);
+    const double fraction = std::clamp(window.usedPercent / 100.0, 0.0, 1.0);
+    auto* label = new QLabel(QString::fromStdString(window.label()));
+    label->setMinimumWidth(96);
+    auto* bar = new UsageBar;
+    bar->setFraction(fraction, Theme::levelColor(metrics::levelFor(fraction), palette));
+    auto* percent = new QLabel(QString::fromStdString(UsageText::percentUsed(window)));
+    percent->setMinimumWidth(40);
+    percent->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    grid->addWidget(label, 0, 0);
+    grid->addWidget(bar, 0, 1);
+    grid->addWidget(percent, 0, 2);
+    if (window.resetsAt)
+        grid->addWidget(mutedLabel("Resets " + QString::fromStdString(
+                                                   UsageText::timeUntil(*window.resetsAt, now))),
+                        1, 1, 1, 2);
+    grid->setColumnStretch(1, 1);
+    return row;
+}
+
+} // namespace
+
+UsageView::UsageView(app::AppController* controller, QWidget* parent)
+    : QWidget(parent), controller_(controller) {
+    setMinimumWidth(360);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(10);
+    auto* header = new QHBoxLayout;
+    header->addWidget(heading("AI usage", 16));
+    header->addStretch();
+    updated_ = mutedLabel({});
+    header->addWidget(updated_);
+    layout->addLayout(header);
+    body_ = new QVBoxLayout;
+    body_->setSpacing(8);
+    layout->addLayout(body_);
+    layout->addWidget(separator());
+
+    auto* actions = new QHBoxLayout;
+    auto* refresh = new QPushButton("Refresh");
+    auto* settings = new QPushButton("Settings…");
+    auto* quit = new QPushButton("Quit Ravo");
+    actions->addWidget(refresh);
+    actions->addStretch();
+    actions->addWidget(settings);
+    actions->addWidget(quit);
+    layout->addLayout(actions);
+    connect(refresh, &QPushButton::clicked, this, [this] { controller_->refresh(); });
+    connect(settings, &QPushButton::clicked, this, &UsageView::settingsRequested);
+    connect(quit, &QPushButton::clicked, this, &UsageView::quitRequested);
+
+    connect(controller_, &app::AppController::snapshotChanged, this, &UsageView::rebuild);
+    connect(controller_, &app::AppController::sessionsChanged, this, &UsageView::rebuild);
+    connect(controller_, &app::AppController::settingsChanged, this, &UsageView::rebuild);
+    // Reset times and ages count down while the popover is open.
+    auto* clock = new QTimer(this);
+    clock->setInterval(30'000);
+    clock->setTimerType(Qt::VeryCoarseTimer);
+    connect(clock, &QTimer::timeout, this, &UsageView::rebuild);
+    clock->start();
+    rebuild();
+}
+
+void UsageView::rebuild() {
+    clearLayout(body_);
+    addProviders();
+    body_->addWidget(separator());
+    addSessions();
+    std::optional<TimePoint> newest;
+    if (const auto& snapshot = controller_->snapshot())
+        for (const auto& provider : snapshot->providers)
+            if (provider.updatedAt && (!newest || *provider.updatedAt > *newest))
+                newest = provider.updatedAt;
+    updated_->setText(newest ? "Updated " + QString::fromStdString(
+                                               sessions::SessionList::age(*newest, Clock::now()))
+                             : QString());
+    adjustSize();
+    if (window() != this)
+        window()->adjustSize();
+}
+
+void UsageView::addProviders() {
+    const auto& snapshot = controller_->snapshot();
+    if (!snapshot || snapshot->providers.empty()) {
+        body_->addWidget(mutedLabel("Ravo is asking Claude Code and Codex for your limits…"));
+        return;
+    }
+    const TimePoint now = Clock::now();
+    for (const auto& provider : snapshot->providers) {
+        auto* title = new QHBoxLayout;
+        title->addWidget(heading(QString::fromUtf8(displayName(provider.provider).data()), 14));
+        title->addStretch();
+        if (const auto plan = PlanName::display(provider.plan, provider.planMultiplier))
+            title->addWidget(mutedLabel(QString::fromStdString(*plan)));
+        body_->addLayout(title);
+        for (const auto& window : provider.windows)
+            body_->addWidget(windowRow(window, now, palette()));
+        if (provider.credits)
+            body_->addWidget(mutedLabel(provider.credits->unlimited
+                                            ? "Credits: unlimited"
+                                            : "Credits: " + QString::fromStdString(
+                                                                provider.credits->balance.toString())));
+        if (provider.resetCredits > 0)
+            body_->addWidget(mutedLabel(QString("Limit resets available: %1").arg(provider.resetCredits)));
+        if (provider.setup)
+            body_->addWidget(wrappedLabel(QString::fromUtf8(message(*provider.setup).data()),
+                                          palette().color(QPalette::WindowText)));
+        if (provider.error)
+            body_->addWidget(wrappedLabel(QString::fromStdString(*provider.error),
+                                          Theme::errorText(palette())));
+    }
+}
+
+void UsageView::addSessions() {
+    body_->addWidget(heading("Agent sessions", 14));
+    if (!controller_->tracksSessions()) {
+        body_->addWidget(wrappedLabel("Turn on “Track agent sessions” in Settings to see your "
+                                      "Claude Code and Codex sessions here.",
+                                      Theme::mutedText(palette())));
+        return;
+    }
+    const auto& sessions = controller_->sessions();
+    if (sessions.empty()) {
+        body_->addWidget(mutedLabel("No sessions right now."));
+        return;
+    }
+    const TimePoint now = Clock::now();
+    for (const auto& session : sessions) {
+        auto* row = new QGridLayout;
+        row->setHorizontalSpacing(8);
+        row->setVerticalSpacing(0);
+        auto* dot = coloredLabel("●", stateColor(session.state, palette()));
+        row->addWidget(dot, 0, 0, Qt::AlignTop);
+        auto* project = new QLabel("<b>" + QString::fromStdString(session.project).toHtmlEscaped() +
+                                   "</b>  " +
+                                   QString::fromUtf8(displayName(session.provider).data()));
+        row->addWidget(project, 0, 1);
+        row->addWidget(mutedLabel(stateText(session.state) + " · " +
+                                  QString::fromStdString(sessions::SessionList::age(session.updatedAt, now))),
+                       0, 2, Qt::AlignRight);
+        if (session.title) {
+            QLabel* title = mutedLabel(QString::fromStdString(*session.title));
+            title->setMaximumWidth(300);
+            title->setText(title->fontMetrics().elidedText(title->text(), Qt::ElideRight, 300));
+            row->addWidget(title, 1, 1, 1, 2);
+        }
+        row->setColumnStretch(1, 1);
+        body_->addLayout(row);
+    }
+}
+
+} // namespace ravo::ui

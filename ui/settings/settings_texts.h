@@ -1,0 +1,27 @@
+#pragma once
+
+// The settings' own words.
+namespace ravo::ui::SettingsTexts {
+
+inline constexpr const char* kLaunchAtLogin = "Launch at login";
+inline constexpr const char* kLoginItemUnavailable =
+    "Ravo starts itself at login only when it is installed (cmake --install). This copy runs "
+    "from its build folder.";
+inline constexpr const char* kReadClaudeLimits = "Read Claude limits from Claude Code";
+inline constexpr const char* kReadClaudeLimitsHelp =
+    "Claude Code passes your plan's 5-hour and weekly usage to its status line. Ravo adds "
+    "itself there and keeps showing your own status line if you have one.";
+inline constexpr const char* kAskClaudeCode = "Ask Claude Code for detailed usage";
+inline constexpr const char* kAskClaudeCodeHelp =
+    "Every few minutes Ravo runs Claude Code's own /usage command for your plan size, "
+    "per-model weekly limits (e.g. Fable) and use from the Claude app or claude.ai. It needs "
+    "Claude Code installed and signed in, uses no tokens, and Ravo never touches your Claude "
+    "sign-in.";
+inline constexpr const char* kTrackSessions = "Track agent sessions";
+inline constexpr const char* kTrackSessionsHelp =
+    "Adds hooks to Claude Code and Codex so the AI Sessions widget shows running and finished "
+    "tasks";
+inline constexpr const char* kMenuBarHelp =
+    "Choose the metrics that get a tray item and put them in order.";
+
+} // namespace ravo::ui::SettingsTexts

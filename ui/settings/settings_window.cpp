@@ -1,0 +1,224 @@
+#include "ui/settings/settings_window.h"
+
+#include "app/app_controller.h"
+#include "metrics/system_monitor.h"
+#include "sessions/codex_hook_trust_check.h"
+#include "ui/settings/settings_texts.h"
+#include "ui/theme.h"
+#include "ui/widgets/layout_helpers.h"
+
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace ravo::ui {
+
+using namespace metrics;
+
+namespace {
+
+QVBoxLayout* pageLayout(QWidget* page) {
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(20, 18, 20, 18);
+    layout->setSpacing(6);
+    return layout;
+}
+
+// A switch with its explanation under it, indented to the text.
+QCheckBox* addSwitch(QVBoxLayout* layout, const char* title, const char* help) {
+    auto* box = new QCheckBox(title);
+    QFont font = box->font();
+    font.setBold(true);
+    box->setFont(font);
+    layout->addWidget(box);
+    if (help) {
+        QLabel* text = wrappedLabel(help, Theme::mutedText(box->palette()));
+        text->setContentsMargins(24, 0, 0, 8);
+        layout->addWidget(text);
+    }
+    return box;
+}
+
+QLabel* addNote(QVBoxLayout* layout, const QColor& color) {
+    QLabel* note = wrappedLabel({}, color);
+    note->setContentsMargins(24, 0, 0, 8);
+    note->hide();
+    layout->addWidget(note);
+    return note;
+}
+
+void showNote(QLabel* label, const std::optional<std::string>& text) {
+    label->setText(text ? QString::fromStdString(*text) : QString());
+    label->setVisible(text.has_value());
+}
+
+} // namespace
+
+SettingsWindow::SettingsWindow(app::AppController* controller, QWidget* parent)
+    : QWidget(parent, Qt::Window), controller_(controller), tabs_(new QTabWidget) {
+    setWindowTitle("Ravo Settings");
+    setMinimumWidth(560);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(12, 12, 12, 12);
+    layout->addWidget(tabs_);
+    tabs_->addTab(generalTab(), "General");
+    tabs_->addTab(menuBarTab(), "Menu bar");
+    tabs_->addTab(aiTab(), "AI");
+    tabs_->addTab(sessionsTab(), "Sessions");
+    connect(controller_, &app::AppController::settingsChanged, this, &SettingsWindow::sync);
+    sync();
+}
+
+void SettingsWindow::showTab(int index) {
+    tabs_->setCurrentIndex(index);
+    show();
+    raise();
+    activateWindow();
+}
+
+QWidget* SettingsWindow::generalTab() {
+    auto* page = new QWidget;
+    auto* layout = pageLayout(page);
+    launchAtLogin_ = addSwitch(layout, SettingsTexts::kLaunchAtLogin, nullptr);
+    if (!controller_->canManageLoginItem()) {
+        launchAtLogin_->setEnabled(false);
+        QLabel* note = wrappedLabel(SettingsTexts::kLoginItemUnavailable,
+                                    Theme::mutedText(page->palette()));
+        note->setContentsMargins(24, 0, 0, 0);
+        layout->addWidget(note);
+    }
+    connect(launchAtLogin_, &QCheckBox::toggled, controller_, &app::AppController::setLaunchAtLogin);
+    layout->addStretch();
+    return page;
+}
+
+QWidget* SettingsWindow::menuBarTab() {
+    auto* page = new QWidget;
+    auto* layout = pageLayout(page);
+    layout->addWidget(wrappedLabel(SettingsTexts::kMenuBarHelp, page->palette().color(QPalette::WindowText)));
+    auto* row = new QHBoxLayout;
+    metrics_ = new QListWidget;
+    metrics_->setDragDropMode(QAbstractItemView::InternalMove);
+    metrics_->setMinimumHeight(190);
+    row->addWidget(metrics_, 1);
+    auto* buttons = new QVBoxLayout;
+    auto* up = new QPushButton("Move up");
+    auto* down = new QPushButton("Move down");
+    buttons->addWidget(up);
+    buttons->addWidget(down);
+    buttons->addStretch();
+    row->addLayout(buttons);
+    layout->addLayout(row);
+    connect(up, &QPushButton::clicked, this, [this] { moveSelectedMetric(-1); });
+    connect(down, &QPushButton::clicked, this, [this] { moveSelectedMetric(1); });
+    connect(metrics_, &QListWidget::itemChanged, this, &SettingsWindow::storeMetrics);
+    connect(metrics_->model(), &QAbstractItemModel::rowsMoved, this, &SettingsWindow::storeMetrics);
+    if (SystemMonitor* monitor = controller_->systemMonitor()) {
+        connect(monitor, &SystemMonitor::enabledMetricsChanged, this, &SettingsWindow::syncMetrics);
+        connect(monitor, &SystemMonitor::metricOrderChanged, this, &SettingsWindow::syncMetrics);
+    }
+    syncMetrics();
+    return page;
+}
+
+QWidget* SettingsWindow::aiTab() {
+    auto* page = new QWidget;
+    auto* layout = pageLayout(page);
+    readsClaudeLimits_ = addSwitch(layout, SettingsTexts::kReadClaudeLimits,
+                                   SettingsTexts::kReadClaudeLimitsHelp);
+    claudeLimitsError_ = addNote(layout, Theme::errorText(page->palette()));
+    asksClaudeCode_ = addSwitch(layout, SettingsTexts::kAskClaudeCode, SettingsTexts::kAskClaudeCodeHelp);
+    connect(readsClaudeLimits_, &QCheckBox::toggled, controller_,
+            &app::AppController::setReadsClaudeLimits);
+    connect(asksClaudeCode_, &QCheckBox::toggled, controller_,
+            &app::AppController::setAsksClaudeCodeForUsage);
+    layout->addStretch();
+    return page;
+}
+
+QWidget* SettingsWindow::sessionsTab() {
+    auto* page = new QWidget;
+    auto* layout = pageLayout(page);
+    tracksSessions_ = addSwitch(layout, SettingsTexts::kTrackSessions, SettingsTexts::kTrackSessionsHelp);
+    sessionError_ = addNote(layout, Theme::errorText(page->palette()));
+    codexApproval_ = addNote(layout, Theme::levelColor(MetricLevel::warning, page->palette()));
+    connect(tracksSessions_, &QCheckBox::toggled, controller_, &app::AppController::setTracksSessions);
+    layout->addStretch();
+    return page;
+}
+
+void SettingsWindow::sync() {
+    // The controller decides; the switches show what it ended up with.
+    const QSignalBlocker a(launchAtLogin_), b(readsClaudeLimits_), c(asksClaudeCode_),
+        d(tracksSessions_);
+    launchAtLogin_->setChecked(controller_->launchAtLogin());
+    readsClaudeLimits_->setChecked(controller_->readsClaudeLimits());
+    asksClaudeCode_->setChecked(controller_->asksClaudeCodeForUsage());
+    tracksSessions_->setChecked(controller_->tracksSessions());
+    showNote(claudeLimitsError_, controller_->claudeLimitsError());
+    showNote(sessionError_, controller_->sessionTrackingError());
+    showNote(codexApproval_, controller_->codexHooksNeedApproval()
+                                 ? std::optional<std::string>(sessions::kCodexApprovalMessage)
+                                 : std::nullopt);
+}
+
+void SettingsWindow::syncMetrics() {
+    SystemMonitor* monitor = controller_->systemMonitor();
+    if (!monitor)
+        return;
+    bool same = metrics_->count() == static_cast<int>(monitor->metricOrder().size());
+    for (int i = 0; same && i < metrics_->count(); ++i) {
+        const auto metric = monitor->metricOrder()[static_cast<std::size_t>(i)];
+        same = metrics_->item(i)->data(Qt::UserRole).toInt() == static_cast<int>(metric) &&
+               (metrics_->item(i)->checkState() == Qt::Checked) ==
+                   monitor->enabledMetrics().contains(metric);
+    }
+    if (same)
+        return; // our own change coming back; rebuilding now would pull the list from under a drag
+    const QSignalBlocker blocker(metrics_);
+    metrics_->clear();
+    for (SystemMetric metric : monitor->metricOrder()) {
+        auto* item = new QListWidgetItem(QString::fromUtf8(displayName(metric).data()));
+        item->setData(Qt::UserRole, static_cast<int>(metric));
+        item->setFlags(item->flags() | Qt::ItemIsUserCheckable | Qt::ItemIsDragEnabled);
+        item->setFlags(item->flags() & ~Qt::ItemIsDropEnabled);
+        item->setCheckState(monitor->enabledMetrics().contains(metric) ? Qt::Checked : Qt::Unchecked);
+        metrics_->addItem(item);
+    }
+}
+
+void SettingsWindow::moveSelectedMetric(int step) {
+    const int row = metrics_->currentRow();
+    const int target = row + step;
+    if (row < 0 || target < 0 || target >= metrics_->count())
+        return;
+    {
+        const QSignalBlocker blocker(metrics_);
+        QListWidgetItem* item = metrics_->takeItem(row);
+        metrics_->insertItem(target, item);
+        metrics_->setCurrentRow(target);
+    }
+    storeMetrics();
+}
+
+void SettingsWindow::storeMetrics() {
+    SystemMonitor* monitor = controller_->systemMonitor();
+    if (!monitor)
+        return;
+    std::vector<SystemMetric> order;
+    std::set<SystemMetric> enabled;
+    for (int i = 0; i < metrics_->count(); ++i) {
+        const auto metric = static_cast<SystemMetric>(metrics_->item(i)->data(Qt::UserRole).toInt());
+        order.push_back(metric);
+        if (metrics_->item(i)->checkState() == Qt::Checked)
+            enabled.insert(metric);
+    }
+    monitor->setMetricOrder(order);
+    monitor->setEnabledMetrics(enabled);
+}
+
+} // namespace ravo::ui

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "metrics/core/metric_level.h"
+
+#include <QColor>
+#include <QPalette>
+
+#include <optional>
+
+// Colours that read well on the light and the dark palette alike.
+namespace ravo::ui::Theme {
+
+QColor levelColor(std::optional<metrics::MetricLevel> level, const QPalette& palette);
+QColor mutedText(const QPalette& palette);
+QColor errorText(const QPalette& palette);
+QColor cardBackground(const QPalette& palette);
+QColor trackColor(const QPalette& palette);
+bool isDark(const QPalette& palette);
+
+} // namespace ravo::ui::Theme

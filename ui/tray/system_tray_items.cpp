@@ -1,0 +1,91 @@
+#include "ui/tray/system_tray_items.h"
+
+#include "metrics/system_monitor.h"
+#include "ui/popovers/metric_detail_view.h"
+#include "ui/tray/tray_icon_painter.h"
+#include "ui/widgets/popover_window.h"
+
+#include <QSystemTrayIcon>
+
+namespace ravo::ui {
+
+using namespace metrics;
+
+struct SystemTrayItems::Item {
+    SystemMetric metric;
+    std::unique_ptr<QSystemTrayIcon> icon;
+    std::unique_ptr<PopoverWindow> popover; // made on first open
+    std::optional<TrayIconContent> drawn;
+};
+
+SystemTrayItems::SystemTrayItems(SystemMonitor* monitor, QMenu* sharedMenu, QObject* parent)
+    : QObject(parent), monitor_(monitor), menu_(sharedMenu) {
+    connect(monitor_, &SystemMonitor::readingChanged, this, &SystemTrayItems::redraw);
+    connect(monitor_, &SystemMonitor::enabledMetricsChanged, this, &SystemTrayItems::rebuild);
+    connect(monitor_, &SystemMonitor::metricOrderChanged, this, &SystemTrayItems::rebuild);
+    rebuild();
+}
+
+SystemTrayItems::~SystemTrayItems() = default;
+
+void SystemTrayItems::rebuild() {
+    items_.clear();
+    // Trays, like the macOS menu bar, put the newest item on the left: created last to
+    // first, the items read left to right in the user's order.
+    const auto visible = monitor_->visibleMetrics();
+    for (auto it = visible.rbegin(); it != visible.rend(); ++it) {
+        const SystemMetric metric = *it;
+        auto item = std::make_unique<Item>();
+        item->metric = metric;
+        item->icon = std::make_unique<QSystemTrayIcon>();
+        item->icon->setContextMenu(menu_);
+        connect(item->icon.get(), &QSystemTrayIcon::activated, this,
+                [this, metric](QSystemTrayIcon::ActivationReason why) {
+                    if (why == QSystemTrayIcon::Trigger)
+                        showDetail(metric);
+                });
+        items_.push_back(std::move(item));
+    }
+    redraw();
+    for (auto& item : items_)
+        item->icon->show();
+}
+
+void SystemTrayItems::showDetail(SystemMetric metric) {
+    for (auto& item : items_) {
+        if (item->metric != metric)
+            continue;
+        if (!item->popover) {
+            item->popover = std::make_unique<PopoverWindow>(new MetricDetailView(monitor_, metric));
+            connect(item->popover.get(), &PopoverWindow::closed, this,
+                    [this, metric] { monitor_->detailDidClose(metric); });
+        }
+        if (item->popover->isVisible()) {
+            item->popover->hide();
+            return;
+        }
+        monitor_->detailDidOpen(metric);
+        item->popover->showAt(item->icon->geometry());
+    }
+}
+
+void SystemTrayItems::redraw() {
+    const SystemReading reading = monitor_->reading().value_or(SystemReading{});
+    for (auto& item : items_) {
+        const auto content = TrayIconContent::forMetric(reading, item->metric);
+        item->icon->setToolTip(
+            QString::fromStdString(TrayIconContent::tooltip(reading, item->metric)));
+        if (item->drawn == content)
+            continue; // the same picture: trays repaint on every setIcon
+        item->drawn = content;
+        ++redraws_;
+        item->icon->setIcon(content.isGauge
+                                ? TrayIconPainter::gauge(content.fraction, content.level,
+                                                         QString::fromStdString(content.first))
+                                : TrayIconPainter::text(QString::fromStdString(content.first),
+                                                        QString::fromStdString(content.second),
+                                                        content.level));
+    }
+}
+
+} // namespace ravo::ui

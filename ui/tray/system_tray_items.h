@@ -1,0 +1,45 @@
+#pragma once
+
+#include "metrics/core/system_metric.h"
+#include "ui/tray/tray_icon_content.h"
+
+#include <QObject>
+
+#include <map>
+#include <memory>
+
+class QMenu;
+class QSystemTrayIcon;
+
+namespace ravo::metrics {
+class SystemMonitor;
+}
+
+namespace ravo::ui {
+
+class PopoverWindow;
+
+// One tray item per enabled metric, in the user's order, each drawn from the latest reading
+// and opening the metric's detail.
+class SystemTrayItems : public QObject {
+    Q_OBJECT
+public:
+    SystemTrayItems(metrics::SystemMonitor* monitor, QMenu* sharedMenu, QObject* parent = nullptr);
+    ~SystemTrayItems() override;
+
+    int count() const { return static_cast<int>(items_.size()); }
+    int redraws() const { return redraws_; }
+    void showDetail(metrics::SystemMetric metric);
+
+private:
+    struct Item;
+    void rebuild();
+    void redraw();
+
+    metrics::SystemMonitor* monitor_;
+    QMenu* menu_;
+    std::vector<std::unique_ptr<Item>> items_;
+    int redraws_ = 0;
+};
+
+} // namespace ravo::ui

@@ -1,0 +1,65 @@
+#include "ui/tray/tray_icon_content.h"
+
+#include "metrics/core/metric_format.h"
+#include "metrics/core/metric_summary.h"
+
+#include <cmath>
+
+namespace ravo::ui {
+
+using namespace metrics;
+
+namespace {
+
+// "1.2 K/s" -> "1.2K"
+std::string shortRate(double bytesPerSecond) {
+    std::string text = MetricFormat::compactRate(bytesPerSecond);
+    text = text.substr(0, text.size() - 2);
+    text.erase(text.find(' '), 1);
+    return text;
+}
+
+} // namespace
+
+TrayIconContent TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric) {
+    TrayIconContent content;
+    if (metric == SystemMetric::network) {
+        content.isGauge = false;
+        if (reading.network) {
+            content.first = "↓" + shortRate(reading.network->inRate);
+            content.second = "↑" + shortRate(reading.network->outRate);
+        } else {
+            content.first = "—";
+        }
+        return content;
+    }
+    if (metric == SystemMetric::temperature) {
+        content.isGauge = false;
+        const auto t = reading.temperatures.value_or(Temperatures{});
+        const auto shown = t.cpu ? t.cpu : (t.gpu ? t.gpu : (t.ssd ? t.ssd : t.battery));
+        content.first = shown ? std::to_string(std::lround(*shown)) + "°" : "—";
+        if (shown)
+            content.level = *shown >= 95 ? MetricLevel::critical
+                                         : (*shown >= 80 ? std::optional(MetricLevel::warning)
+                                                         : std::nullopt);
+        return content;
+    }
+    if (const auto fraction = reading.fraction(metric)) {
+        content.fraction = std::round(*fraction * 100) / 100;
+        content.level = levelFor(*fraction);
+        content.first = std::to_string(std::lround(*fraction * 100));
+    } else {
+        content.first = "—";
+    }
+    return content;
+}
+
+std::string TrayIconContent::tooltip(const SystemReading& reading, SystemMetric metric) {
+    const auto summary = summarize(reading, metric);
+    std::string text = std::string(displayName(metric)) + ": " + summary.value;
+    if (!summary.detail.empty())
+        text += "\n" + summary.detail;
+    return text;
+}
+
+} // namespace ravo::ui

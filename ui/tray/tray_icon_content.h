@@ -1,0 +1,27 @@
+#pragma once
+
+#include "metrics/core/metric_level.h"
+#include "metrics/core/system_reading.h"
+
+#include <optional>
+#include <string>
+
+namespace ravo::ui {
+
+// What a metric's tray icon shows, decided apart from the drawing so it can be compared:
+// the icon is redrawn only when this changes.
+struct TrayIconContent {
+    bool isGauge = true;
+    std::optional<double> fraction; // rounded to whole percent, so noise does not redraw
+    std::optional<metrics::MetricLevel> level;
+    std::string first;
+    std::string second;
+    bool operator==(const TrayIconContent&) const = default;
+
+    static TrayIconContent forMetric(const metrics::SystemReading& reading,
+                                     metrics::SystemMetric metric);
+    // The tooltip: "Processor: 42%".
+    static std::string tooltip(const metrics::SystemReading& reading, metrics::SystemMetric metric);
+};
+
+} // namespace ravo::ui

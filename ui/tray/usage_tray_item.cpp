@@ -1,0 +1,62 @@
+#include "ui/tray/usage_tray_item.h"
+
+#include "app/app_controller.h"
+#include "ui/popovers/usage_view.h"
+#include "ui/tray/tray_icon_painter.h"
+#include "ui/widgets/popover_window.h"
+
+#include <QMenu>
+
+namespace ravo::ui {
+
+UsageTrayItem::UsageTrayItem(app::AppController* controller, QObject* parent)
+    : QObject(parent), controller_(controller), icon_(new QSystemTrayIcon(this)),
+      view_(new UsageView(controller)), popover_(new PopoverWindow(view_)) {
+    icon_->setContextMenu(buildMenu());
+    connect(icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason why) {
+        if (why == QSystemTrayIcon::Trigger)
+            popover_->toggleAt(icon_->geometry());
+    });
+    connect(view_, &UsageView::settingsRequested, this, [this] {
+        popover_->hide();
+        emit settingsRequested();
+    });
+    connect(view_, &UsageView::quitRequested, this, &UsageTrayItem::quitRequested);
+    connect(controller_, &app::AppController::snapshotChanged, this, &UsageTrayItem::redraw);
+    redraw();
+    icon_->show();
+}
+
+UsageTrayItem::~UsageTrayItem() { delete popover_; }
+
+void UsageTrayItem::showPopover() { popover_->showAt(icon_->geometry()); }
+
+QMenu* UsageTrayItem::buildMenu() {
+    auto* menu = new QMenu;
+    menu->addAction("AI usage", this, &UsageTrayItem::showPopover);
+    menu->addAction("Refresh now", this, [this] { controller_->refresh(); });
+    menu->addSeparator();
+    menu->addAction("Settings…", this, &UsageTrayItem::settingsRequested);
+    menu->addAction("Quit Ravo", this, &UsageTrayItem::quitRequested);
+    connect(this, &QObject::destroyed, menu, &QObject::deleteLater);
+    return menu;
+}
+
+void UsageTrayItem::redraw() {
+    const auto& snapshot = controller_->snapshot();
+    const auto peak = snapshot ? snapshot->peakFraction() : std::nullopt;
+    const bool attention = snapshot && snapshot->needsAttention(Clock::now());
+    const QString key = QString("%1|%2").arg(peak ? qRound(*peak * 100) : -1).arg(attention);
+    QString tooltip = "Ravo: AI usage";
+    if (peak)
+        tooltip += QString(", highest limit %1% used").arg(qRound(*peak * 100));
+    if (attention)
+        tooltip += "\nA provider could not be read for a while";
+    icon_->setToolTip(tooltip);
+    if (key == drawnKey_)
+        return;
+    drawnKey_ = key;
+    icon_->setIcon(TrayIconPainter::usage(peak, attention));
+}
+
+} // namespace ravo::ui

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QObject>
+#include <QSystemTrayIcon>
+
+class QMenu;
+
+namespace ravo::app {
+class AppController;
+}
+
+namespace ravo::ui {
+
+class PopoverWindow;
+class UsageView;
+
+// The AI usage item: the peak use of all limits, a mark when something failed for a while,
+// and the usage popover on click.
+class UsageTrayItem : public QObject {
+    Q_OBJECT
+public:
+    UsageTrayItem(app::AppController* controller, QObject* parent = nullptr);
+    ~UsageTrayItem() override;
+
+    void showPopover();
+    QSystemTrayIcon* icon() const { return icon_; }
+    UsageView* view() const { return view_; }
+
+signals:
+    void settingsRequested();
+    void quitRequested();
+
+private:
+    void redraw();
+    QMenu* buildMenu();
+
+    app::AppController* controller_;
+    QSystemTrayIcon* icon_;
+    UsageView* view_;
+    PopoverWindow* popover_;
+    QString drawnKey_;
+};
+
+} // namespace ravo::ui

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QFrame>
+#include <QRect>
+
+class QVBoxLayout;
+
+namespace ravo::ui {
+
+// A borderless panel that opens under (or above) its tray item and closes when the user
+// clicks elsewhere or presses Escape.
+class PopoverWindow : public QFrame {
+    Q_OBJECT
+public:
+    explicit PopoverWindow(QWidget* content, QWidget* parent = nullptr);
+
+    // Opens next to `anchor` (the tray item), or near the pointer when the tray does not say
+    // where its items are.
+    void showAt(const QRect& anchor);
+    void toggleAt(const QRect& anchor);
+
+signals:
+    void closed();
+
+protected:
+    void hideEvent(QHideEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QPoint placement(const QRect& anchor) const;
+    QWidget* content_;
+};
+
+} // namespace ravo::ui
