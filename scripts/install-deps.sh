@@ -11,7 +11,7 @@ packages=(
     dbus dbus-x11 xvfb xauth procps jq valgrind fonts-dejavu-core
 )
 if [ "${1:-}" = "--tests" ]; then
-    packages+=(nodejs npm)
+    packages+=(nodejs npm trayer x11-utils)
 fi
 
 missing=()

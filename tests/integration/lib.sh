@@ -8,3 +8,26 @@ use_temporary_home() {
     export HOME=$work
     unset XDG_DATA_HOME XDG_CONFIG_HOME DBUS_SESSION_BUS_ADDRESS
 }
+
+# An X server of its own on a free display, stopped on exit: sets DISPLAY.
+start_x_server() {
+    local n
+    for n in $(seq 50 99); do
+        [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ] || break
+    done
+    Xvfb ":$n" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
+    x_server=$!
+    export DISPLAY=":$n"
+    for _ in $(seq 50); do xwininfo -root >/dev/null 2>&1 && return 0; sleep 0.1; done
+    fail "Xvfb did not start"
+}
+
+# The number of Ravo tray items embedded in the tray.
+tray_items() { xwininfo -root -tree 2>/dev/null | grep -A100 '"panel"' | grep -c '"Ravo": ("ravo"' || true; }
+
+wait_until() { # seconds command...
+    local tries=$(($1 * 10))
+    shift
+    for _ in $(seq "$tries"); do "$@" && return 0; sleep 0.1; done
+    return 1
+}

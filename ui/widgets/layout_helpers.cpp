@@ -53,7 +53,8 @@ QWidget* separator() {
 }
 
 void clearLayout(QLayout* layout) {
-    while (QLayoutItem* item = layout->takeAt(0)) {
+    while (layout->count() > 0) {
+        QLayoutItem* item = layout->takeAt(0);
         if (QWidget* widget = item->widget())
             delete widget;
         else if (QLayout* child = item->layout())

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Ravo on an X desktop with a tray: the AI item and one item per metric appear, a second
+# `ravo` hands over to the first and brings up the usage popover, and the desktop entry's
+# link form is passed on. Without a tray the dashboard window stands in.
+set -euo pipefail
+bin=$1
+source "$(dirname "$0")/lib.sh"
+use_temporary_home
+export XDG_RUNTIME_DIR=$work/runtime
+mkdir -m 700 "$XDG_RUNTIME_DIR"
+start_x_server
+trap 'kill $ravo $tray $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
+
+trayer --edge top --align right --widthtype request --height 28 >/dev/null 2>&1 &
+tray=$!
+sleep 0.5
+"$bin/ravo" >"$work/log" 2>&1 &
+ravo=$!
+has_items() { [ "$(tray_items)" -eq 7 ]; }
+wait_until 10 has_items || fail "tray items: $(tray_items), log: $(cat "$work/log")"
+
+popover_shown() { xwininfo -root -tree | grep '"Ravo": ("ravo" "Ravo")' | grep -qv '+0+0  +'; }
+"$bin/ravo" || fail "the second ravo failed"
+kill -0 $ravo || fail "the first ravo died"
+wait_until 5 popover_shown || fail "no usage popover after the second ravo"
+"$bin/ravo" "ravo://session/claude/not-there" || fail "handing over a link failed"
+kill -0 $ravo || fail "the first ravo died on a link"
+
+kill $ravo
+wait $ravo || true
+kill $tray
+"$bin/ravo" >"$work/log2" 2>&1 &
+ravo=$!
+dashboard() { xwininfo -root -tree | grep -q '"Ravo": ("ravo" "Ravo")  7[0-9][0-9]x'; }
+wait_until 10 dashboard || fail "no dashboard window without a tray: $(xwininfo -root -tree | grep Ravo)"
+echo "seven tray items; the second ravo showed the popover; without a tray, the window"

@@ -1,0 +1,52 @@
+#include "ui/tray/tray_icon_content.h"
+#include "ui/tray/tray_icon_painter.h"
+
+#include <QImage>
+#include <gtest/gtest.h>
+
+namespace ravo::ui {
+namespace {
+
+using namespace metrics;
+
+TEST(TrayIconContents, GaugesShowWholePercentAndTheirLevel) {
+    SystemReading reading;
+    reading.cpu = CPULoad{0.70, 0.2049, {}};
+    const auto cpu = TrayIconContent::forMetric(reading, SystemMetric::cpu);
+    EXPECT_TRUE(cpu.isGauge);
+    EXPECT_EQ(cpu.first, "90");
+    EXPECT_EQ(cpu.level, MetricLevel::critical);
+    // Noise below a whole percent draws the same icon.
+    reading.cpu->system = 0.2046;
+    EXPECT_EQ(TrayIconContent::forMetric(reading, SystemMetric::cpu), cpu);
+    EXPECT_EQ(TrayIconContent::forMetric(reading, SystemMetric::gpu).first, "—");
+}
+
+TEST(TrayIconContents, RatesAndTemperaturesAreShortText) {
+    SystemReading reading;
+    reading.network = NetworkUsage{1234, 999.4, std::nullopt, std::nullopt};
+    const auto network = TrayIconContent::forMetric(reading, SystemMetric::network);
+    EXPECT_FALSE(network.isGauge);
+    EXPECT_EQ(network.first, "↓1.2K");
+    EXPECT_EQ(network.second, "↑999B");
+    reading.temperatures =
+        Temperatures{std::nullopt, std::nullopt, 84.6, std::nullopt, std::nullopt};
+    const auto hot = TrayIconContent::forMetric(reading, SystemMetric::temperature);
+    EXPECT_EQ(hot.first, "85°");
+    EXPECT_EQ(hot.level, MetricLevel::warning);
+    EXPECT_EQ(TrayIconContent::tooltip(reading, SystemMetric::temperature),
+              "Temperature: 85°C\ngraphics 85°C");
+}
+
+TEST(TrayIconPictures, UsageMarkIsDrawnOnlyWhenAttentionIsNeeded) {
+    const QImage calm = TrayIconPainter::usage(0.5, false).pixmap(64, 64).toImage();
+    const QImage alarmed = TrayIconPainter::usage(0.5, true).pixmap(64, 64).toImage();
+    ASSERT_EQ(calm.width(), 64);
+    const QColor corner = alarmed.pixelColor(TrayIconPainter::kSize - 12, 11);
+    EXPECT_GT(corner.red(), 200);
+    EXPECT_LT(corner.green(), 100);
+    EXPECT_NE(calm.pixelColor(TrayIconPainter::kSize - 12, 11), corner);
+}
+
+} // namespace
+} // namespace ravo::ui

@@ -1,0 +1,280 @@
+#include "app/app_controller.h"
+#include "core/group_settings.h"
+#include "metrics/system_monitor.h"
+#include "sessions/core/session_store.h"
+#include "tests/metrics/recorded_counter_source.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/ui/widget_checks.h"
+#include "ui/dashboard_window.h"
+#include "ui/popovers/metric_detail_view.h"
+#include "ui/popovers/usage_view.h"
+#include "ui/settings/settings_texts.h"
+#include "ui/settings/settings_window.h"
+#include "ui/widgets/popover_window.h"
+#include "usage/claude_usage_probe.h"
+#include "usage/usage_refresher.h"
+
+#include <QCheckBox>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSettings>
+#include <QTabWidget>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace ravo::ui {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace usage;
+using testing::clippedLabels;
+using testing::visibleText;
+
+// A picture of a busy afternoon: both providers with limits, one failing, and three sessions.
+UsageSnapshot afternoon(TimePoint now) {
+    UsageSnapshot snapshot;
+    ProviderReading claude;
+    claude.plan = "max";
+    claude.planMultiplier = 20;
+    auto window = [&](const char* id, double used, std::int64_t minutes, double resetHours,
+                      std::optional<std::string> model = std::nullopt) {
+        UsageWindow w;
+        w.id = id;
+        w.usedPercent = used;
+        w.minutes = minutes;
+        w.model = model;
+        // Half a minute of slack keeps "in 2 h 12 min" from becoming 11 while the test runs.
+        w.resetsAt = now + std::chrono::minutes(static_cast<int>(resetHours * 60)) +
+                     std::chrono::seconds(30);
+        return w;
+    };
+    claude.windows = {window("claude-5h", 23.5, 300, 2.2), window("claude-7d", 76, 10080, 76),
+                      window("claude-7d-fable", 93, 10080, 52, "Fable")};
+    snapshot.apply(claude, Provider::claude, now);
+    ProviderReading codex;
+    codex.plan = "plus";
+    codex.windows = {window("codex-300", 6, 300, 4), window("codex-10080", 24, 10080, 120)};
+    codex.credits = Credits{*Decimal::parse("5.39"), false};
+    codex.resetCredits = 1;
+    snapshot.apply(codex, Provider::codex, now - std::chrono::hours(1));
+    snapshot.apply(UsageError{"codex app-server timed out", std::nullopt, std::nullopt},
+                   Provider::codex, now);
+    return snapshot;
+}
+
+void addSession(const char* id, const char* project, const char* title,
+                sessions::AgentSession::State state, TimePoint at) {
+    sessions::AgentSession s;
+    s.sessionID = id;
+    s.project = project;
+    s.title = title;
+    s.state = state;
+    s.updatedAt = s.turnStartedAt = at;
+    sessions::SessionStore::apply(sessions::Upsert{s}, Provider::claude, id);
+}
+
+class ViewsTest : public ::testing::Test {
+protected:
+    ViewsTest() {
+        fs::create_directories(home.path() / ".claude");
+        const TimePoint now = Clock::now();
+        refresher = std::make_unique<UsageRefresher>(
+            UsageRefresher::Providers{}, [now] { return afternoon(now); },
+            [](const UsageSnapshot&) { return success(); }, &settings);
+        probe = std::make_unique<ClaudeUsageProbe>(&settings, home.path());
+        addSession("a", "shop",
+                   "Add a shopping cart with tests and a migration for the orders table",
+                   sessions::AgentSession::State::running, now - std::chrono::minutes(2));
+        addSession("b", "ravo", "Fix the tray icon order", sessions::AgentSession::State::waiting,
+                   now - std::chrono::minutes(5));
+        addSession("c", "docs", "Write the release notes", sessions::AgentSession::State::done,
+                   now - std::chrono::hours(1));
+
+        auto source = std::make_unique<metrics::testing::RecordedCounterSource>(&calls);
+        source->ticks = {{{100, 50, 850, 0}, {300, 100, 600, 0}},
+                         {{160, 70, 870, 0}, {380, 130, 690, 0}}};
+        source->memoryValue = metrics::MemoryUsage{
+            16ull << 30, 9ull << 30,   2ull << 30, 1ull << 30,
+            3ull << 30,  512ull << 20, 0.75,       metrics::MemoryPressureLevel::warning};
+        source->spaces = {{500ull << 30, 120ull << 30}};
+        source->disks = {{{{"nvme0n1", 0}}, {{"nvme0n1", 0}}},
+                         {{{"nvme0n1", 8'000'000}}, {{"nvme0n1", 2'000'000}}}};
+        source->networks = {{{{"3", 0}}, {{"3", 0}}}, {{{"3", 3'000'000}}, {{"3", 400'000}}}};
+        source->gpuValue = metrics::GPUUtilization{0.37, std::nullopt, std::nullopt};
+        source->temperatureValue = {{{"Tp core", 61}, {"Tg edge", 55}}, {{"NAND nvme", 38}}};
+        metrics::SystemMonitor::Services monitorServices;
+        monitorServices.sampler = std::make_unique<metrics::SystemSampler>(
+            std::move(source), [this] { return clock.now; });
+        monitorServices.loadHardware = [] {
+            return metrics::HardwareInfo{"12th Gen Intel(R) Core(TM) i7-1260P",
+                                         16,
+                                         12,
+                                         {{"Performance", 4, 4700.0}, {"Efficiency", 8, 3400.0}},
+                                         "Intel graphics",
+                                         std::nullopt,
+                                         1400.0};
+        };
+        monitor = std::make_unique<metrics::SystemMonitor>(&settings, std::move(monitorServices));
+        monitor->tick();
+        clock.advance(2);
+        monitor->tick();
+
+        app::AppController::Services services;
+        services.refresher = refresher.get();
+        services.probe = probe.get();
+        services.systemMonitor = monitor.get();
+        controller = std::make_unique<app::AppController>(
+            &settings, sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
+            std::move(services));
+        controller->setTracksSessions(true);
+    }
+
+    // Shows a view as its popover and returns the popover for a look.
+    std::unique_ptr<PopoverWindow> inPopover(QWidget* view) {
+        auto popover = std::make_unique<PopoverWindow>(view);
+        popover->showAt(QRect(900, 0, 24, 24));
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(popover.get()));
+        return popover;
+    }
+
+    ravo::testing::TemporaryHome home;
+    QSettings settings{QString::fromStdString((home.path() / "ravo.conf").string()),
+                       QSettings::IniFormat};
+    metrics::testing::RecordedCounterSource::Calls calls;
+    metrics::testing::ManualClock clock;
+    std::unique_ptr<UsageRefresher> refresher;
+    std::unique_ptr<ClaudeUsageProbe> probe;
+    std::unique_ptr<metrics::SystemMonitor> monitor;
+    std::unique_ptr<app::AppController> controller;
+};
+
+TEST_F(ViewsTest, UsagePopoverShowsPlansWindowsCreditsFailuresAndSessions) {
+    auto* view = new UsageView(controller.get());
+    auto popover = inPopover(view);
+    const std::string text = visibleText(*popover);
+    for (const char* expected :
+         {"Claude", "Max 20×", "5 h", "Week", "Week · Fable", "24%", "93%", "Resets in 2 h 12 min",
+          "Codex", "Plus", "Credits: 5.39", "Limit resets available: 1",
+          "codex app-server timed out", "Agent sessions", "Waiting for you", "Done"})
+        EXPECT_NE(text.find(expected), std::string::npos) << "missing \"" << expected << "\" in\n"
+                                                          << text;
+    // Newest session first.
+    EXPECT_LT(text.find("shop"), text.find("ravo"));
+    EXPECT_LT(text.find("ravo"), text.find("docs"));
+    EXPECT_TRUE(clippedLabels(*popover).empty());
+    testing::saveScreenshot(*popover, "usage-popover");
+}
+
+TEST_F(ViewsTest, UsagePopoverExplainsAMissingSetup) {
+    controller->setTracksSessions(false);
+    UsageSnapshot setup;
+    setup.apply(UsageError::setupRequired(ProviderSetup::claudeCodeMissing), Provider::claude,
+                Clock::now());
+    refresher = std::make_unique<UsageRefresher>(
+        UsageRefresher::Providers{}, [setup] { return setup; },
+        [](const UsageSnapshot&) { return success(); }, &settings);
+    app::AppController::Services services;
+    services.refresher = refresher.get();
+    app::AppController fresh(&settings, sessions::HookInstaller(home.path(), "/x/ravo-hook"),
+                             std::move(services));
+    auto* view = new UsageView(&fresh);
+    auto popover = inPopover(view);
+    const std::string text = visibleText(*popover);
+    EXPECT_NE(text.find("Claude limits come from Claude Code. Install it and sign in once"),
+              std::string::npos);
+    EXPECT_NE(text.find("Turn on “Track agent sessions” in Settings"), std::string::npos);
+    testing::saveScreenshot(*popover, "usage-popover-setup");
+}
+
+TEST_F(ViewsTest, MetricDetailsShowTheirFiguresWithoutClipping) {
+    for (auto metric : metrics::kAllMetrics) {
+        monitor->detailDidOpen(metric);
+        auto* view = new MetricDetailView(monitor.get(), metric);
+        QTest::qWait(5); // the hardware description arrives on the event loop
+        view->refresh();
+        auto popover = inPopover(view);
+        EXPECT_TRUE(clippedLabels(*popover).empty()) << metrics::rawValue(metric);
+        testing::saveScreenshot(*popover, QString("detail-") + metrics::rawValue(metric).data());
+        const std::string text = visibleText(*popover);
+        if (metric == metrics::SystemMetric::cpu) {
+            EXPECT_NE(text.find("Performance"), std::string::npos) << text;
+            EXPECT_NE(text.find("4 cores up to 4.7 GHz"), std::string::npos) << text;
+        }
+        if (metric == metrics::SystemMetric::memory) {
+            EXPECT_NE(text.find("75%"), std::string::npos) << text;
+            EXPECT_NE(text.find("12 GB of 16 GB"), std::string::npos) << text;
+            EXPECT_NE(text.find("Elevated"), std::string::npos) << text;
+        }
+        if (metric == metrics::SystemMetric::network) {
+            EXPECT_NE(text.find("1.5 MB/s"), std::string::npos) << text;
+        }
+        if (metric == metrics::SystemMetric::temperature) {
+            EXPECT_NE(text.find("61°C"), std::string::npos) << text;
+        }
+        monitor->detailDidClose(metric);
+    }
+}
+
+TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
+    SettingsWindow window(controller.get());
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    QStringList tabs;
+    for (int i = 0; i < window.tabs()->count(); ++i)
+        tabs << window.tabs()->tabText(i);
+    EXPECT_EQ(tabs, (QStringList{"General", "Menu bar", "AI", "Sessions"}));
+    const char* names[] = {"general", "menubar", "ai", "sessions"};
+    for (int i = 0; i < window.tabs()->count(); ++i) {
+        window.tabs()->setCurrentIndex(i);
+        QTest::qWait(5);
+        EXPECT_TRUE(clippedLabels(window).empty()) << names[i];
+        testing::saveScreenshot(window, QString("settings-") + names[i]);
+        if (i == 2) {
+            EXPECT_NE(visibleText(window).find(SettingsTexts::kReadClaudeLimitsHelp),
+                      std::string::npos);
+        }
+    }
+
+    QCheckBox* tracking = nullptr;
+    for (auto* box : window.findChildren<QCheckBox*>())
+        if (box->text() == SettingsTexts::kTrackSessions)
+            tracking = box;
+    ASSERT_NE(tracking, nullptr);
+    EXPECT_TRUE(tracking->isChecked());
+    tracking->click();
+    EXPECT_FALSE(controller->tracksSessions());
+    EXPECT_FALSE(sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook").isInstalled());
+}
+
+TEST_F(ViewsTest, MenuBarTabOrdersAndEnablesTheMetrics) {
+    SettingsWindow window(controller.get());
+    window.showTab(1);
+    auto* list = window.findChild<QListWidget*>();
+    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(list->count(), 6);
+    list->item(1)->setCheckState(Qt::Unchecked); // Graphics off
+    list->setCurrentRow(5);                      // Temperature to the top
+    for (auto* button : window.findChildren<QPushButton*>())
+        if (button->text() == "Move up")
+            for (int i = 0; i < 5; ++i)
+                button->click();
+    EXPECT_EQ(monitor->metricOrder().front(), metrics::SystemMetric::temperature);
+    EXPECT_FALSE(monitor->enabledMetrics().contains(metrics::SystemMetric::gpu));
+    EXPECT_EQ(monitor->visibleMetrics().size(), 5u);
+    QSettings reread(settings.fileName(), QSettings::IniFormat);
+    EXPECT_EQ(reread.value("systemMetricOrder").toStringList().front(), "temperature");
+}
+
+TEST_F(ViewsTest, WithoutATrayTheDashboardWindowSaysWhy) {
+    DashboardWindow window(controller.get());
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    const std::string text = visibleText(window);
+    EXPECT_NE(text.find(DashboardWindow::kNoTrayText), std::string::npos);
+    EXPECT_NE(text.find("Processor"), std::string::npos);
+    EXPECT_NE(text.find("AI usage"), std::string::npos);
+    testing::saveScreenshot(window, "dashboard-window");
+}
+
+} // namespace
+} // namespace ravo::ui
