@@ -184,6 +184,10 @@ void AppController::reloadSessions() {
     if (loaded == sessions_)
         return;
     sessions_ = std::move(loaded);
+    QStringList states;
+    for (const auto& session : sessions_)
+        states << QString::fromStdString(session.id() + "=" + std::string(sessions::rawValue(session.state)));
+    qCInfo(lcApp).noquote() << "Sessions:" << (states.isEmpty() ? QStringLiteral("none") : states.join(' '));
     emit sessionsChanged();
 }
 
