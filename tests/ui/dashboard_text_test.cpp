@@ -42,6 +42,38 @@ TEST(DashboardText, ShowsEnabledMetricsInOrderWithTheirHistory) {
     EXPECT_EQ(text.find("\x1b["), std::string::npos); // no colour codes when not a terminal
 }
 
+TEST(DashboardText, ShowsTheLimitsAndTheSessionsBesideTheMetrics) {
+    DashboardFrame frame;
+    frame.color = false;
+    frame.now = fromUnixSeconds(1'800'000'000);
+    usage::UsageSnapshot snapshot;
+    usage::ProviderReading reading;
+    usage::UsageWindow window;
+    window.id = "claude-5h";
+    window.minutes = 300;
+    window.usedPercent = 42;
+    window.resetsAt = frame.now + std::chrono::minutes(90);
+    reading.windows = {window};
+    reading.plan = "max";
+    reading.planMultiplier = 5;
+    snapshot.apply(reading, usage::Provider::claude, frame.now);
+    frame.usage = snapshot;
+    frame.tracksSessions = true;
+    sessions::AgentSession session;
+    session.sessionID = "s1";
+    session.project = "shop";
+    session.title = "Add a cart";
+    session.state = sessions::AgentSession::State::waiting;
+    session.updatedAt = session.turnStartedAt = frame.now - std::chrono::minutes(3);
+    frame.sessions = {session};
+    const auto text = renderDashboard(frame);
+    EXPECT_NE(text.find("Claude Max 5×"), std::string::npos) << text;
+    EXPECT_NE(text.find("42% used, resets in 1 h 30 min"), std::string::npos) << text;
+    EXPECT_NE(text.find("waiting  Claude  shop — Add a cart (3 min ago)"), std::string::npos) << text;
+    frame.tracksSessions = false;
+    EXPECT_NE(renderDashboard(frame).find("Tracking is off"), std::string::npos);
+}
+
 TEST(DashboardText, SaysSoWhenNothingIsEnabled) {
     DashboardFrame frame;
     frame.color = false;

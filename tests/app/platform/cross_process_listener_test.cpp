@@ -1,0 +1,67 @@
+#include "app/platform/cross_process_listener.h"
+#include "app/platform/single_instance.h"
+#include "core/cross_process_signal.h"
+#include "core/atomic_file.h"
+#include "tests/support/temporary_folder.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QSignalSpy>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace ravo::app {
+namespace {
+
+// Runs inside dbus-run-session: a real session bus with nobody else on it.
+class CrossProcessListenerTest : public ::testing::Test {
+protected:
+    testing::TemporaryFolder container;
+    CrossProcessListener listener{QString::fromStdString(container.path().string())};
+};
+
+TEST_F(CrossProcessListenerTest, TheHooksSignalsArriveAndBurstsCountOnce) {
+    listener.start();
+    ASSERT_TRUE(listener.isListeningOnBus());
+    QSignalSpy sessions(&listener, &CrossProcessListener::sessionsChanged);
+    QSignalSpy limits(&listener, &CrossProcessListener::claudeLimitsChanged);
+    for (int i = 0; i < 50; ++i)
+        QDBusConnection::sessionBus().send(QDBusMessage::createSignal(
+            CrossProcessSignal::kPath, CrossProcessSignal::kInterface,
+            CrossProcessSignal::kSessionsChanged));
+    ASSERT_TRUE(sessions.wait(2000));
+    QTest::qWait(300);
+    EXPECT_EQ(sessions.count(), 1);
+    // The hook's own sender, from a real child process.
+    ASSERT_TRUE(CrossProcessSignal::post(CrossProcessSignal::kClaudeLimitsChanged));
+    ASSERT_TRUE(limits.wait(2000));
+}
+
+TEST_F(CrossProcessListenerTest, WithoutTheBusTheFolderIsWatched) {
+    listener.start();
+    QSignalSpy sessions(&listener, &CrossProcessListener::sessionsChanged);
+    QSignalSpy limits(&listener, &CrossProcessListener::claudeLimitsChanged);
+    writeFileAtomically(container / "Sessions" / "claude-x.json", "{}");
+    ASSERT_TRUE(sessions.wait(2000));
+    writeFileAtomically(container / "claude-limits.json", "{}");
+    ASSERT_TRUE(limits.wait(2000));
+}
+
+TEST(SingleInstance, TheSecondHandsItsRequestToTheFirst) {
+    testing::TemporaryFolder folder;
+    const QString name = QString::fromStdString((folder / "ravo.socket").string());
+    SingleInstance first(name);
+    ASSERT_TRUE(first.claim());
+    QSignalSpy shows(&first, &SingleInstance::showUsageRequested);
+    QSignalSpy opens(&first, &SingleInstance::openRequested);
+    SingleInstance second(name);
+    EXPECT_FALSE(second.claim());
+    EXPECT_TRUE(second.forwardToRunning("show-usage"));
+    ASSERT_TRUE(shows.wait(2000));
+    EXPECT_TRUE(second.forwardToRunning("open ravo://session/claude/abc"));
+    ASSERT_TRUE(opens.wait(2000));
+    EXPECT_EQ(opens.takeFirst().at(0).toString(), "ravo://session/claude/abc");
+}
+
+} // namespace
+} // namespace ravo::app
