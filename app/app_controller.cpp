@@ -61,7 +61,8 @@ void AppController::start() {
     if (auto* watcher = services_.sleepWake) {
         connect(watcher, &SleepWakeWatcher::didWake, this, &AppController::afterWake);
         connect(watcher, &SleepWakeWatcher::screensDidWake, this, &AppController::afterWake);
-        connect(watcher, &SleepWakeWatcher::sessionDidBecomeActive, this, &AppController::afterWake);
+        connect(watcher, &SleepWakeWatcher::sessionDidBecomeActive, this,
+                &AppController::afterWake);
     }
 }
 
@@ -85,7 +86,8 @@ void AppController::startSessionTracking() {
     if (tracksSessions_ && services_.canManageLoginItem) {
         const auto rewritten = hookInstaller_.reconcile();
         if (!rewritten) {
-            qCWarning(lcApp).noquote() << "Hook change failed:" << QString::fromStdString(rewritten.error());
+            qCWarning(lcApp).noquote()
+                << "Hook change failed:" << QString::fromStdString(rewritten.error());
         } else if (!rewritten.value().empty()) {
             QStringList names;
             for (auto provider : rewritten.value())
@@ -186,8 +188,10 @@ void AppController::reloadSessions() {
     sessions_ = std::move(loaded);
     QStringList states;
     for (const auto& session : sessions_)
-        states << QString::fromStdString(session.id() + "=" + std::string(sessions::rawValue(session.state)));
-    qCInfo(lcApp).noquote() << "Sessions:" << (states.isEmpty() ? QStringLiteral("none") : states.join(' '));
+        states << QString::fromStdString(session.id() + "=" +
+                                         std::string(sessions::rawValue(session.state)));
+    qCInfo(lcApp).noquote() << "Sessions:"
+                            << (states.isEmpty() ? QStringLiteral("none") : states.join(' '));
     emit sessionsChanged();
 }
 
@@ -195,8 +199,8 @@ void AppController::setLaunchAtLogin(bool enabled) {
     if (!services_.canManageLoginItem || !services_.loginItem)
         return;
     if (const Status changed = services_.loginItem->setEnabled(enabled); !changed)
-        qCWarning(lcApp).noquote() << "Login item change failed:"
-                                   << QString::fromStdString(changed.error());
+        qCWarning(lcApp).noquote()
+            << "Login item change failed:" << QString::fromStdString(changed.error());
     const bool now = services_.loginItem->isEnabled();
     if (now != launchAtLogin_) {
         launchAtLogin_ = now;
@@ -226,8 +230,8 @@ void AppController::setReadsClaudeLimits(bool enabled) {
         enabled ? hookInstaller_.installStatusLine() : hookInstaller_.uninstallStatusLine();
     if (!changed) {
         claudeLimitsError_ = changed.error();
-        qCWarning(lcApp).noquote() << "Claude status line change failed:"
-                                   << QString::fromStdString(changed.error());
+        qCWarning(lcApp).noquote()
+            << "Claude status line change failed:" << QString::fromStdString(changed.error());
     } else {
         claudeLimitsError_.reset();
     }
@@ -260,8 +264,8 @@ void AppController::openSession(const std::string& url) {
     }
     const auto session = sessions::SessionStore::load(link->provider, link->sessionID);
     if (session && session->state == sessions::AgentSession::State::done) {
-        if (const Status removed = sessions::SessionStore::apply(sessions::Remove{}, link->provider,
-                                                                 link->sessionID);
+        if (const Status removed =
+                sessions::SessionStore::apply(sessions::Remove{}, link->provider, link->sessionID);
             !removed)
             qCWarning(lcApp).noquote() << QString::fromStdString(removed.error());
         reloadSessions();

@@ -38,7 +38,8 @@ AppServices::AppServices(QObject* parent)
     const fs::path executable = QCoreApplication::applicationFilePath().toStdString();
     loginItem_ = std::make_unique<XdgAutostartLoginItem>(
         paths::configHome().value_or(home / ".config") / "autostart", executable);
-    usage_ = std::make_unique<LiveUsageParts>(LiveUsageParts{usage::makeLiveUsage(settings_.get(), home)});
+    usage_ = std::make_unique<LiveUsageParts>(
+        LiveUsageParts{usage::makeLiveUsage(settings_.get(), home)});
     listener_ = new CrossProcessListener(
         QString::fromStdString(paths::sharedContainer().value_or(home).string()), this);
 

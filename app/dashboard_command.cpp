@@ -14,8 +14,7 @@ int runTerminalDashboard() {
     AppServices services;
     ui::TerminalSession terminal(STDIN_FILENO, STDOUT_FILENO);
     ui::TerminalDashboard dashboard(services.controller(), &terminal);
-    QObject::connect(&terminal, &ui::TerminalSession::quitRequested, qApp,
-                     &QCoreApplication::quit);
+    QObject::connect(&terminal, &ui::TerminalSession::quitRequested, qApp, &QCoreApplication::quit);
     services.controller()->start();
     const int status = QCoreApplication::exec();
     services.controller()->stop();

@@ -6,9 +6,7 @@ ravo=$(cd "$(dirname "${1:-build/bin/ravo}")" && pwd)/$(basename "${1:-build/bin
 seconds=${2:-60}
 source "$(dirname "$0")/../tests/integration/lib.sh"
 use_temporary_home
-export XDG_RUNTIME_DIR=$work/runtime
-mkdir -m 700 "$XDG_RUNTIME_DIR"
-start_x_server
+use_desktop_session
 trap 'kill $pid $tray $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
 trayer --edge top --align right --widthtype request --height 28 >/dev/null 2>&1 &
 tray=$!

@@ -1,6 +1,7 @@
 #include "core/group_settings.h"
 
 #include "core/atomic_file.h"
+#include "core/json_file.h"
 #include "core/paths.h"
 
 namespace ravo::GroupSettings {
@@ -10,17 +11,12 @@ using nlohmann::json;
 
 namespace {
 
-std::optional<fs::path> filePath() { return paths::inSharedContainer("group.json"); }
+std::optional<fs::path> filePath() {
+    return paths::inSharedContainer("group.json");
+}
 
 json load() {
-    const auto path = filePath();
-    if (!path)
-        return json::object();
-    const auto text = readFile(*path, 1024 * 1024);
-    if (!text)
-        return json::object();
-    json parsed = json::parse(*text, nullptr, false);
-    return parsed.is_object() ? parsed : json::object();
+    return readJsonObject(filePath()).value_or(json::object());
 }
 
 } // namespace

@@ -16,9 +16,9 @@ int portalColorScheme() {
     auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return 0;
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
-        "org.freedesktop.portal.Settings", "Read");
+    QDBusMessage call = QDBusMessage::createMethodCall("org.freedesktop.portal.Desktop",
+                                                       "/org/freedesktop/portal/desktop",
+                                                       "org.freedesktop.portal.Settings", "Read");
     call << QStringLiteral("org.freedesktop.appearance") << QStringLiteral("color-scheme");
     const QDBusMessage reply = bus.call(call, QDBus::Block, 300);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())

@@ -2,16 +2,21 @@
 
 namespace ravo::ui::Theme {
 
-bool isDark(const QPalette& palette) { return palette.color(QPalette::Window).lightness() < 128; }
+bool isDark(const QPalette& palette) {
+    return palette.color(QPalette::Window).lightness() < 128;
+}
 
 QColor levelColor(std::optional<metrics::MetricLevel> level, const QPalette& palette) {
     const bool dark = isDark(palette);
     if (!level)
         return mutedText(palette);
     switch (*level) {
-    case metrics::MetricLevel::normal: return dark ? QColor(0x4c, 0xc2, 0x7a) : QColor(0x1f, 0x8f, 0x4e);
-    case metrics::MetricLevel::warning: return dark ? QColor(0xf2, 0xb1, 0x3b) : QColor(0xb8, 0x6e, 0x00);
-    case metrics::MetricLevel::critical: return dark ? QColor(0xff, 0x6b, 0x5e) : QColor(0xc6, 0x28, 0x28);
+    case metrics::MetricLevel::normal:
+        return dark ? QColor(0x4c, 0xc2, 0x7a) : QColor(0x1f, 0x8f, 0x4e);
+    case metrics::MetricLevel::warning:
+        return dark ? QColor(0xf2, 0xb1, 0x3b) : QColor(0xb8, 0x6e, 0x00);
+    case metrics::MetricLevel::critical:
+        return dark ? QColor(0xff, 0x6b, 0x5e) : QColor(0xc6, 0x28, 0x28);
     }
     return mutedText(palette);
 }

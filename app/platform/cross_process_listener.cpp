@@ -34,18 +34,22 @@ void CrossProcessListener::start() {
     started_ = true;
     auto bus = QDBusConnection::sessionBus();
     if (bus.isConnected()) {
-        onBus_ = bus.connect(QString(), CrossProcessSignal::kPath, CrossProcessSignal::kInterface,
-                             CrossProcessSignal::kSessionsChanged, this,
-                             SLOT(onSessionsSignal())) &&
-                 bus.connect(QString(), CrossProcessSignal::kPath, CrossProcessSignal::kInterface,
-                             CrossProcessSignal::kClaudeLimitsChanged, this,
-                             SLOT(onClaudeLimitsSignal()));
+        onBus_ =
+            bus.connect(QString(), CrossProcessSignal::kPath, CrossProcessSignal::kInterface,
+                        CrossProcessSignal::kSessionsChanged, this, SLOT(onSessionsSignal())) &&
+            bus.connect(QString(), CrossProcessSignal::kPath, CrossProcessSignal::kInterface,
+                        CrossProcessSignal::kClaudeLimitsChanged, this,
+                        SLOT(onClaudeLimitsSignal()));
     }
     watchFolders();
 }
 
-void CrossProcessListener::onSessionsSignal() { sessionsBurst_->start(); }
-void CrossProcessListener::onClaudeLimitsSignal() { limitsBurst_->start(); }
+void CrossProcessListener::onSessionsSignal() {
+    sessionsBurst_->start();
+}
+void CrossProcessListener::onClaudeLimitsSignal() {
+    limitsBurst_->start();
+}
 
 void CrossProcessListener::watchFolders() {
     // The folders must exist to be watched; the hook creates the same ones.

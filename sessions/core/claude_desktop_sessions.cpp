@@ -1,6 +1,6 @@
 #include "sessions/core/claude_desktop_sessions.h"
 
-#include "core/atomic_file.h"
+#include "core/json_file.h"
 #include "core/paths.h"
 
 #include <nlohmann/json.hpp>
@@ -47,12 +47,10 @@ std::optional<std::string> desktopID(const std::string& cliSessionID, const fs::
         }
         if (!name.starts_with("local_") || it->path().extension() != ".json")
             continue;
-        const auto text = readFile(it->path(), 4 * 1024 * 1024);
-        if (!text)
+        const auto file = readJsonObject(it->path(), 4 * 1024 * 1024);
+        if (!file)
             continue;
-        const auto metadata = nlohmann::json::parse(*text, nullptr, false);
-        if (!metadata.is_object())
-            continue;
+        const nlohmann::json& metadata = *file;
         const auto cli = metadata.find("cliSessionId");
         const auto desktop = metadata.find("sessionId");
         if (cli == metadata.end() || desktop == metadata.end() || !cli->is_string() ||

@@ -1,6 +1,7 @@
 #include "sessions/core/session_store.h"
 
 #include "core/atomic_file.h"
+#include "core/json_file.h"
 #include "core/paths.h"
 
 #include <nlohmann/json.hpp>
@@ -9,7 +10,9 @@ namespace ravo::sessions::SessionStore {
 
 namespace fs = std::filesystem;
 
-std::optional<fs::path> directory() { return paths::inSharedContainer("Sessions"); }
+std::optional<fs::path> directory() {
+    return paths::inSharedContainer("Sessions");
+}
 
 bool isValidSessionID(std::string_view id) {
     if (id.empty() || id.size() > 128 || id == "." || id == "..")
@@ -49,13 +52,8 @@ Status apply(const SessionTransition& transition, Provider provider, const std::
 
 namespace {
 std::optional<AgentSession> decodeFile(const fs::path& file) {
-    const auto text = readFile(file, 1024 * 1024);
-    if (!text)
-        return std::nullopt;
-    const auto parsed = nlohmann::json::parse(*text, nullptr, false);
-    if (parsed.is_discarded())
-        return std::nullopt;
-    return sessionFromJson(parsed);
+    const auto record = readJsonObject(file);
+    return record ? sessionFromJson(*record) : std::nullopt;
 }
 } // namespace
 

@@ -4,10 +4,10 @@
 #include "core/atomic_file.h"
 #include "core/group_settings.h"
 #include "sessions/core/session_store.h"
-#include "usage/claude_usage_probe.h"
-#include "usage/usage_refresher.h"
 #include "tests/support/scripted_provider.h"
 #include "tests/support/temporary_folder.h"
+#include "usage/claude_usage_probe.h"
+#include "usage/usage_refresher.h"
 
 #include <QSettings>
 #include <QSignalSpy>
@@ -41,7 +41,8 @@ protected:
     std::unique_ptr<AppController> make(bool installed = false) {
         refresher = std::make_unique<usage::UsageRefresher>(
             usage::UsageRefresher::Providers{{Provider::claude, claude}}, nullptr,
-            [](const usage::UsageSnapshot&) { return success(); }, &settings, [this] { return now; });
+            [](const usage::UsageSnapshot&) { return success(); }, &settings,
+            [this] { return now; });
         probe = std::make_unique<usage::ClaudeUsageProbe>(&settings, home.path());
         AppController::Services services;
         services.refresher = refresher.get();
@@ -71,7 +72,8 @@ protected:
     testing::TemporaryHome home;
     QSettings settings{QString::fromStdString((home.path() / "ravo.conf").string()),
                        QSettings::IniFormat};
-    std::shared_ptr<testing::ScriptedProvider> claude = std::make_shared<testing::ScriptedProvider>();
+    std::shared_ptr<testing::ScriptedProvider> claude =
+        std::make_shared<testing::ScriptedProvider>();
     std::unique_ptr<usage::UsageRefresher> refresher;
     std::unique_ptr<usage::ClaudeUsageProbe> probe;
     FakeLoginItem loginItem;
@@ -192,7 +194,8 @@ TEST_F(AppControllerTest, ClaudeLimitsSwitchInstallsTheStatusLine) {
     auto controller = make();
     EXPECT_TRUE(controller->readsClaudeLimits());
     controller->setReadsClaudeLimits(true);
-    EXPECT_TRUE(sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook").isStatusLineCurrent());
+    EXPECT_TRUE(
+        sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook").isStatusLineCurrent());
     controller->setReadsClaudeLimits(false);
     EXPECT_FALSE(controller->readsClaudeLimits());
     EXPECT_EQ(settings.value(AppController::kClaudeStatusLineKey).toBool(), false);

@@ -31,3 +31,20 @@ wait_until() { # seconds command...
     for _ in $(seq "$tries"); do "$@" && return 0; sleep 0.1; done
     return 1
 }
+
+# A runtime folder and an X server of its own, as a logged-in desktop has.
+use_desktop_session() {
+    export XDG_RUNTIME_DIR=$work/runtime
+    mkdir -m 700 "$XDG_RUNTIME_DIR"
+    start_x_server
+}
+
+# The real agents, installed by scripts/install-test-agents.sh, in the home's binary folder.
+link_real_agents() {
+    local agents=${RAVO_TEST_AGENTS:-}
+    [ -x "$agents/node_modules/.bin/claude" ] && [ -x "$agents/node_modules/.bin/codex" ] ||
+        fail "the real agents are not installed; run ./scripts/test.sh (or scripts/install-test-agents.sh)"
+    mkdir -p "$HOME/.local/bin"
+    ln -s "$agents/node_modules/.bin/claude" "$HOME/.local/bin/claude"
+    ln -s "$agents/node_modules/.bin/codex" "$HOME/.local/bin/codex"
+}

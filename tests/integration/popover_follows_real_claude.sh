@@ -5,17 +5,12 @@
 set -euo pipefail
 bin=$1
 here=$(cd "$(dirname "$0")" && pwd)
-agents=${RAVO_TEST_AGENTS:-}
 source "$here/lib.sh"
-[ -x "$agents/node_modules/.bin/claude" ] ||
-    fail "the real agents are not installed; run ./scripts/test.sh (or scripts/install-test-agents.sh)"
 use_temporary_home
-export XDG_RUNTIME_DIR=$work/runtime
-mkdir -m 700 "$XDG_RUNTIME_DIR"
-start_x_server
+use_desktop_session
 trap 'kill $ravo $tray $server $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
-mkdir -p "$HOME/.local/bin" "$HOME/.claude" "$HOME/app" "$HOME/shop"
-ln -s "$agents/node_modules/.bin/claude" "$HOME/.local/bin/claude"
+link_real_agents
+mkdir -p "$HOME/.claude" "$HOME/app" "$HOME/shop"
 cp "$bin/ravo" "$HOME/app/ravo"
 cat >"$HOME/app/ravo-hook" <<WRAPPER
 #!/bin/sh

@@ -5,15 +5,11 @@
 set -euo pipefail
 bin=$1
 here=$(cd "$(dirname "$0")" && pwd)
-agents=${RAVO_TEST_AGENTS:-}
 source "$here/lib.sh"
-[ -x "$agents/node_modules/.bin/claude" ] && [ -x "$agents/node_modules/.bin/codex" ] ||
-    fail "the real agents are not installed; run ./scripts/test.sh (or scripts/install-test-agents.sh)"
 use_temporary_home
 trap 'kill $server 2>/dev/null || true; rm -rf "$work"' EXIT
-mkdir -p "$HOME/.local/bin" "$HOME/.claude" "$HOME/.codex" "$HOME/app" "$HOME/project"
-ln -s "$agents/node_modules/.bin/claude" "$HOME/.local/bin/claude"
-ln -s "$agents/node_modules/.bin/codex" "$HOME/.local/bin/codex"
+link_real_agents
+mkdir -p "$HOME/.claude" "$HOME/.codex" "$HOME/app" "$HOME/project"
 
 # Ravo as installed in a folder of its own, with a ravo-hook that notes each state.
 cp "$bin/ravo" "$HOME/app/ravo"

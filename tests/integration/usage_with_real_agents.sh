@@ -3,14 +3,10 @@
 # lines, and `codex app-server` sends notifications and then rejects the request.
 set -euo pipefail
 bin=$1
-agents=${RAVO_TEST_AGENTS:-}
 source "$(dirname "$0")/lib.sh"
-[ -x "$agents/node_modules/.bin/claude" ] && [ -x "$agents/node_modules/.bin/codex" ] ||
-    fail "the real agents are not installed; run ./scripts/test.sh (or scripts/install-test-agents.sh)"
 use_temporary_home
-mkdir -p "$HOME/.local/bin" "$HOME/.config/ravo"
-ln -s "$agents/node_modules/.bin/claude" "$HOME/.local/bin/claude"
-ln -s "$agents/node_modules/.bin/codex" "$HOME/.local/bin/codex"
+link_real_agents
+mkdir -p "$HOME/.config/ravo"
 printf '[General]\nclaudeUsageCommand=true\n' >"$HOME/.config/ravo/ravo.conf"
 
 status=$(QT_LOGGING_RULES="io.halvorsund.Ravo.*=true" "$bin/ravo" status --json 2>"$work/log")

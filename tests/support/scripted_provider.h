@@ -4,9 +4,9 @@
 
 #include <QTimer>
 
+#include <qcoro/qcorotimer.h>
 #include <string>
 #include <vector>
-#include <qcoro/qcorotimer.h>
 
 namespace ravo::testing {
 

@@ -69,7 +69,8 @@ TEST(DashboardText, ShowsTheLimitsAndTheSessionsBesideTheMetrics) {
     const auto text = renderDashboard(frame);
     EXPECT_NE(text.find("Claude Max 5×"), std::string::npos) << text;
     EXPECT_NE(text.find("42% used, resets in 1 h 30 min"), std::string::npos) << text;
-    EXPECT_NE(text.find("waiting  Claude  shop — Add a cart (3 min ago)"), std::string::npos) << text;
+    EXPECT_NE(text.find("waiting  Claude  shop — Add a cart (3 min ago)"), std::string::npos)
+        << text;
     frame.tracksSessions = false;
     EXPECT_NE(renderDashboard(frame).find("Tracking is off"), std::string::npos);
 }

@@ -82,7 +82,8 @@ void MetricDetailView::refresh() {
     const QColor color = Theme::levelColor(summary.level, palette());
     value_->setText(QString::fromStdString(summary.value));
     QPalette valuePalette = value_->palette();
-    valuePalette.setColor(QPalette::WindowText, summary.level ? color : palette().color(QPalette::WindowText));
+    valuePalette.setColor(QPalette::WindowText,
+                          summary.level ? color : palette().color(QPalette::WindowText));
     value_->setPalette(valuePalette);
 
     const QColor accent = palette().color(QPalette::Highlight);
@@ -92,10 +93,10 @@ void MetricDetailView::refresh() {
                                     Theme::levelColor(MetricLevel::warning, palette()));
     } else if (metric_ == SystemMetric::disk) {
         sparkline_->setValues(monitor_->history(metric_), 1.0, color);
-        secondSparkline_->setValues(monitor_->rateHistory(RateSeries::diskWrite), std::nullopt, accent);
+        secondSparkline_->setValues(monitor_->rateHistory(RateSeries::diskWrite), std::nullopt,
+                                    accent);
     } else {
-        sparkline_->setValues(monitor_->history(metric_), 1.0,
-                              summary.level ? color : accent);
+        sparkline_->setValues(monitor_->history(metric_), 1.0, summary.level ? color : accent);
     }
     fillForm(rows_, MetricRows::forReading(reading, metric_));
     refreshCores();

@@ -16,9 +16,12 @@ std::string gigahertz(double mhz) {
 
 std::string pressure(MemoryPressureLevel level) {
     switch (level) {
-    case MemoryPressureLevel::normal: return "Normal";
-    case MemoryPressureLevel::warning: return "Elevated";
-    case MemoryPressureLevel::critical: return "Critical";
+    case MemoryPressureLevel::normal:
+        return "Normal";
+    case MemoryPressureLevel::warning:
+        return "Elevated";
+    case MemoryPressureLevel::critical:
+        return "Critical";
     }
     return "Normal";
 }
@@ -38,15 +41,17 @@ Rows forReading(const SystemReading& r, SystemMetric metric, const FormatLocale&
         if (r.cpu) {
             rows.emplace_back("User", MetricFormat::percent(r.cpu->user, locale));
             rows.emplace_back("System", MetricFormat::percent(r.cpu->system, locale));
-            rows.emplace_back("Idle", MetricFormat::percent(
-                                          std::max(0.0, 1.0 - r.cpu->user - r.cpu->system), locale));
+            rows.emplace_back(
+                "Idle",
+                MetricFormat::percent(std::max(0.0, 1.0 - r.cpu->user - r.cpu->system), locale));
         }
         break;
     case SystemMetric::gpu:
         if (r.gpuDetail) {
             rows.emplace_back("Busy", MetricFormat::percent(r.gpuDetail->device, locale));
             if (r.gpuDetail->renderer)
-                rows.emplace_back("Renderer", MetricFormat::percent(*r.gpuDetail->renderer, locale));
+                rows.emplace_back("Renderer",
+                                  MetricFormat::percent(*r.gpuDetail->renderer, locale));
             if (r.gpuDetail->tiler)
                 rows.emplace_back("Tiler", MetricFormat::percent(*r.gpuDetail->tiler, locale));
         }
@@ -104,7 +109,8 @@ Rows forHardware(const HardwareInfo& hardware, SystemMetric metric) {
     if (metric == SystemMetric::cpu) {
         rows.emplace_back("Chip", hardware.chipName);
         for (const auto& cluster : hardware.clusters) {
-            std::string text = std::to_string(cluster.cores) + (cluster.cores == 1 ? " core" : " cores");
+            std::string text =
+                std::to_string(cluster.cores) + (cluster.cores == 1 ? " core" : " cores");
             if (cluster.maxFrequencyMHz)
                 text += " up to " + gigahertz(*cluster.maxFrequencyMHz);
             rows.emplace_back(cluster.name, text);

@@ -3,10 +3,10 @@
 #include "app/app_controller.h"
 #include "metrics/core/metric_level.h"
 #include "sessions/core/session_list.h"
-#include "usage/core/usage_text.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/usage_bar.h"
+#include "usage/core/usage_text.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -22,7 +22,8 @@ namespace {
 
 QColor stateColor(sessions::AgentSession::State state, const QPalette& palette) {
     switch (state) {
-    case sessions::AgentSession::State::running: return palette.color(QPalette::Highlight);
+    case sessions::AgentSession::State::running:
+        return palette.color(QPalette::Highlight);
     case sessions::AgentSession::State::waiting:
         return Theme::levelColor(metrics::MetricLevel::warning, palette);
     case sessions::AgentSession::State::done:
@@ -33,9 +34,12 @@ QColor stateColor(sessions::AgentSession::State state, const QPalette& palette) 
 
 QString stateText(sessions::AgentSession::State state) {
     switch (state) {
-    case sessions::AgentSession::State::running: return "Running";
-    case sessions::AgentSession::State::waiting: return "Waiting for you";
-    case sessions::AgentSession::State::done: return "Done";
+    case sessions::AgentSession::State::running:
+        return "Running";
+    case sessions::AgentSession::State::waiting:
+        return "Waiting for you";
+    case sessions::AgentSession::State::done:
+        return "Done";
     }
     return {};
 }
@@ -120,7 +124,7 @@ void UsageView::rebuild() {
             if (provider.updatedAt && (!newest || *provider.updatedAt > *newest))
                 newest = provider.updatedAt;
     updated_->setText(newest ? "Updated " + QString::fromStdString(
-                                               sessions::SessionList::age(*newest, Clock::now()))
+                                                sessions::SessionList::age(*newest, Clock::now()))
                              : QString());
     adjustSize();
     if (window() != this)
@@ -144,18 +148,19 @@ void UsageView::addProviders() {
         for (const auto& window : provider.windows)
             body_->addWidget(windowRow(window, now, palette()));
         if (provider.credits)
-            body_->addWidget(mutedLabel(provider.credits->unlimited
-                                            ? "Credits: unlimited"
-                                            : "Credits: " + QString::fromStdString(
-                                                                provider.credits->balance.toString())));
+            body_->addWidget(mutedLabel(
+                provider.credits->unlimited
+                    ? "Credits: unlimited"
+                    : "Credits: " + QString::fromStdString(provider.credits->balance.toString())));
         if (provider.resetCredits > 0)
-            body_->addWidget(mutedLabel(QString("Limit resets available: %1").arg(provider.resetCredits)));
+            body_->addWidget(
+                mutedLabel(QString("Limit resets available: %1").arg(provider.resetCredits)));
         if (provider.setup)
             body_->addWidget(wrappedLabel(QString::fromUtf8(message(*provider.setup).data()),
                                           palette().color(QPalette::WindowText)));
         if (provider.error)
-            body_->addWidget(wrappedLabel(QString::fromStdString(*provider.error),
-                                          Theme::errorText(palette())));
+            body_->addWidget(
+                wrappedLabel(QString::fromStdString(*provider.error), Theme::errorText(palette())));
     }
 }
 
@@ -179,13 +184,14 @@ void UsageView::addSessions() {
         row->setVerticalSpacing(0);
         auto* dot = coloredLabel("●", stateColor(session.state, palette()));
         row->addWidget(dot, 0, 0, Qt::AlignTop);
-        auto* project = new QLabel("<b>" + QString::fromStdString(session.project).toHtmlEscaped() +
-                                   "</b>  " +
-                                   QString::fromUtf8(displayName(session.provider).data()));
+        auto* project =
+            new QLabel("<b>" + QString::fromStdString(session.project).toHtmlEscaped() + "</b>  " +
+                       QString::fromUtf8(displayName(session.provider).data()));
         row->addWidget(project, 0, 1);
-        row->addWidget(mutedLabel(stateText(session.state) + " · " +
-                                  QString::fromStdString(sessions::SessionList::age(session.updatedAt, now))),
-                       0, 2, Qt::AlignRight);
+        row->addWidget(
+            mutedLabel(stateText(session.state) + " · " +
+                       QString::fromStdString(sessions::SessionList::age(session.updatedAt, now))),
+            0, 2, Qt::AlignRight);
         if (session.title) {
             QLabel* title = mutedLabel(QString::fromStdString(*session.title));
             title->setMaximumWidth(300);

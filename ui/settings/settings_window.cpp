@@ -86,12 +86,13 @@ QWidget* SettingsWindow::generalTab() {
     launchAtLogin_ = addSwitch(layout, SettingsTexts::kLaunchAtLogin, nullptr);
     if (!controller_->canManageLoginItem()) {
         launchAtLogin_->setEnabled(false);
-        QLabel* note = wrappedLabel(SettingsTexts::kLoginItemUnavailable,
-                                    Theme::mutedText(page->palette()));
+        QLabel* note =
+            wrappedLabel(SettingsTexts::kLoginItemUnavailable, Theme::mutedText(page->palette()));
         note->setContentsMargins(24, 0, 0, 0);
         layout->addWidget(note);
     }
-    connect(launchAtLogin_, &QCheckBox::toggled, controller_, &app::AppController::setLaunchAtLogin);
+    connect(launchAtLogin_, &QCheckBox::toggled, controller_,
+            &app::AppController::setLaunchAtLogin);
     layout->addStretch();
     return page;
 }
@@ -99,7 +100,8 @@ QWidget* SettingsWindow::generalTab() {
 QWidget* SettingsWindow::menuBarTab() {
     auto* page = new QWidget;
     auto* layout = pageLayout(page);
-    layout->addWidget(wrappedLabel(SettingsTexts::kMenuBarHelp, page->palette().color(QPalette::WindowText)));
+    layout->addWidget(
+        wrappedLabel(SettingsTexts::kMenuBarHelp, page->palette().color(QPalette::WindowText)));
     auto* row = new QHBoxLayout;
     metrics_ = new QListWidget;
     metrics_->setDragDropMode(QAbstractItemView::InternalMove);
@@ -128,10 +130,11 @@ QWidget* SettingsWindow::menuBarTab() {
 QWidget* SettingsWindow::aiTab() {
     auto* page = new QWidget;
     auto* layout = pageLayout(page);
-    readsClaudeLimits_ = addSwitch(layout, SettingsTexts::kReadClaudeLimits,
-                                   SettingsTexts::kReadClaudeLimitsHelp);
+    readsClaudeLimits_ =
+        addSwitch(layout, SettingsTexts::kReadClaudeLimits, SettingsTexts::kReadClaudeLimitsHelp);
     claudeLimitsError_ = addNote(layout, Theme::errorText(page->palette()));
-    asksClaudeCode_ = addSwitch(layout, SettingsTexts::kAskClaudeCode, SettingsTexts::kAskClaudeCodeHelp);
+    asksClaudeCode_ =
+        addSwitch(layout, SettingsTexts::kAskClaudeCode, SettingsTexts::kAskClaudeCodeHelp);
     connect(readsClaudeLimits_, &QCheckBox::toggled, controller_,
             &app::AppController::setReadsClaudeLimits);
     connect(asksClaudeCode_, &QCheckBox::toggled, controller_,
@@ -143,10 +146,12 @@ QWidget* SettingsWindow::aiTab() {
 QWidget* SettingsWindow::sessionsTab() {
     auto* page = new QWidget;
     auto* layout = pageLayout(page);
-    tracksSessions_ = addSwitch(layout, SettingsTexts::kTrackSessions, SettingsTexts::kTrackSessionsHelp);
+    tracksSessions_ =
+        addSwitch(layout, SettingsTexts::kTrackSessions, SettingsTexts::kTrackSessionsHelp);
     sessionError_ = addNote(layout, Theme::errorText(page->palette()));
     codexApproval_ = addNote(layout, Theme::levelColor(MetricLevel::warning, page->palette()));
-    connect(tracksSessions_, &QCheckBox::toggled, controller_, &app::AppController::setTracksSessions);
+    connect(tracksSessions_, &QCheckBox::toggled, controller_,
+            &app::AppController::setTracksSessions);
     layout->addStretch();
     return page;
 }
@@ -186,7 +191,8 @@ void SettingsWindow::syncMetrics() {
         item->setData(Qt::UserRole, static_cast<int>(metric));
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable | Qt::ItemIsDragEnabled);
         item->setFlags(item->flags() & ~Qt::ItemIsDropEnabled);
-        item->setCheckState(monitor->enabledMetrics().contains(metric) ? Qt::Checked : Qt::Unchecked);
+        item->setCheckState(monitor->enabledMetrics().contains(metric) ? Qt::Checked
+                                                                       : Qt::Unchecked);
         metrics_->addItem(item);
     }
 }
@@ -212,7 +218,8 @@ void SettingsWindow::storeMetrics() {
     std::vector<SystemMetric> order;
     std::set<SystemMetric> enabled;
     for (int i = 0; i < metrics_->count(); ++i) {
-        const auto metric = static_cast<SystemMetric>(metrics_->item(i)->data(Qt::UserRole).toInt());
+        const auto metric =
+            static_cast<SystemMetric>(metrics_->item(i)->data(Qt::UserRole).toInt());
         order.push_back(metric);
         if (metrics_->item(i)->checkState() == Qt::Checked)
             enabled.insert(metric);

@@ -2,8 +2,8 @@
 
 #include "metrics/core/metric_summary.h"
 #include "sessions/core/session_list.h"
-#include "usage/core/usage_text.h"
 #include "ui/terminal/sparkline.h"
+#include "usage/core/usage_text.h"
 
 #include <algorithm>
 

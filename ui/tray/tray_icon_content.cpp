@@ -39,9 +39,9 @@ TrayIconContent TrayIconContent::forMetric(const SystemReading& reading, SystemM
         const auto shown = t.cpu ? t.cpu : (t.gpu ? t.gpu : (t.ssd ? t.ssd : t.battery));
         content.first = shown ? std::to_string(std::lround(*shown)) + "°" : "—";
         if (shown)
-            content.level = *shown >= 95 ? MetricLevel::critical
-                                         : (*shown >= 80 ? std::optional(MetricLevel::warning)
-                                                         : std::nullopt);
+            content.level =
+                *shown >= 95 ? MetricLevel::critical
+                             : (*shown >= 80 ? std::optional(MetricLevel::warning) : std::nullopt);
         return content;
     }
     if (const auto fraction = reading.fraction(metric)) {

@@ -17,9 +17,12 @@ QColor levelColor(std::optional<metrics::MetricLevel> level) {
     if (!level)
         return QColor(0x8e, 0xc5, 0xff);
     switch (*level) {
-    case metrics::MetricLevel::normal: return QColor(0x4c, 0xd9, 0x7b);
-    case metrics::MetricLevel::warning: return QColor(0xf2, 0xa9, 0x1e);
-    case metrics::MetricLevel::critical: return QColor(0xff, 0x4d, 0x40);
+    case metrics::MetricLevel::normal:
+        return QColor(0x4c, 0xd9, 0x7b);
+    case metrics::MetricLevel::warning:
+        return QColor(0xf2, 0xa9, 0x1e);
+    case metrics::MetricLevel::critical:
+        return QColor(0xff, 0x4d, 0x40);
     }
     return kText;
 }
@@ -71,7 +74,8 @@ void drawRing(QPainter& painter, std::optional<double> fraction, const QColor& c
     painter.drawEllipse(ring);
     if (fraction && *fraction > 0) {
         painter.setPen(QPen(color, 6, Qt::SolidLine, Qt::FlatCap));
-        painter.drawArc(ring, 90 * 16, -static_cast<int>(std::clamp(*fraction, 0.0, 1.0) * 360 * 16));
+        painter.drawArc(ring, 90 * 16,
+                        -static_cast<int>(std::clamp(*fraction, 0.0, 1.0) * 360 * 16));
     }
 }
 
@@ -94,7 +98,8 @@ QIcon text(const QString& first, const QString& second, std::optional<metrics::M
         drawCentered(canvas.painter, first, QRect(4, 4, kSize - 8, kSize - 8), color, 32);
     } else {
         drawCentered(canvas.painter, first, QRect(3, 3, kSize - 6, kSize / 2 - 3), color, 26);
-        drawCentered(canvas.painter, second, QRect(3, kSize / 2, kSize - 6, kSize / 2 - 3), color, 26);
+        drawCentered(canvas.painter, second, QRect(3, kSize / 2, kSize - 6, kSize / 2 - 3), color,
+                     26);
     }
     return canvas.icon();
 }
@@ -102,7 +107,8 @@ QIcon text(const QString& first, const QString& second, std::optional<metrics::M
 QIcon usage(std::optional<double> peakFraction, bool needsAttention) {
     Canvas canvas;
     drawRing(canvas.painter, peakFraction,
-             peakFraction ? levelColor(metrics::levelFor(*peakFraction)) : levelColor(std::nullopt));
+             peakFraction ? levelColor(metrics::levelFor(*peakFraction))
+                          : levelColor(std::nullopt));
     const QString value = peakFraction ? QString::number(qRound(*peakFraction * 100)) : "AI";
     drawCentered(canvas.painter, value, kInsideRing, kText, 28);
     if (needsAttention) {

@@ -13,10 +13,11 @@ UsageTrayItem::UsageTrayItem(app::AppController* controller, QObject* parent)
     : QObject(parent), controller_(controller), icon_(new QSystemTrayIcon(this)),
       view_(new UsageView(controller)), popover_(new PopoverWindow(view_)) {
     icon_->setContextMenu(buildMenu());
-    connect(icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason why) {
-        if (why == QSystemTrayIcon::Trigger)
-            popover_->toggleAt(icon_->geometry());
-    });
+    connect(icon_, &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason why) {
+                if (why == QSystemTrayIcon::Trigger)
+                    popover_->toggleAt(icon_->geometry());
+            });
     connect(view_, &UsageView::settingsRequested, this, [this] {
         popover_->hide();
         emit settingsRequested();
@@ -27,9 +28,13 @@ UsageTrayItem::UsageTrayItem(app::AppController* controller, QObject* parent)
     icon_->show();
 }
 
-UsageTrayItem::~UsageTrayItem() { delete popover_; }
+UsageTrayItem::~UsageTrayItem() {
+    delete popover_;
+}
 
-void UsageTrayItem::showPopover() { popover_->showAt(icon_->geometry()); }
+void UsageTrayItem::showPopover() {
+    popover_->showAt(icon_->geometry());
+}
 
 QMenu* UsageTrayItem::buildMenu() {
     auto* menu = new QMenu;

@@ -1,6 +1,6 @@
 #include "usage/core/claude_account_plan.h"
 
-#include "core/atomic_file.h"
+#include "core/json_file.h"
 #include "usage/core/usage_model.h"
 
 #include <nlohmann/json.hpp>
@@ -32,10 +32,8 @@ std::optional<ClaudeAccountPlan> ClaudeAccountPlan::fromAccountFile(const nlohma
 }
 
 std::optional<ClaudeAccountPlan> ClaudeAccountPlan::load(const std::filesystem::path& home) {
-    const auto text = readFile(home / ".claude.json", 8 * 1024 * 1024);
-    if (!text)
-        return std::nullopt;
-    return fromAccountFile(nlohmann::json::parse(*text, nullptr, false));
+    const auto file = readJsonObject(home / ".claude.json", 8 * 1024 * 1024);
+    return file ? fromAccountFile(*file) : std::nullopt;
 }
 
 std::optional<std::string> ClaudeAccountPlan::plan() const {

@@ -1,6 +1,6 @@
 #include "usage/core/claude_limits.h"
 
-#include "core/atomic_file.h"
+#include "core/json_file.h"
 #include "core/paths.h"
 
 #include <algorithm>
@@ -83,16 +83,8 @@ std::optional<std::filesystem::path> ClaudeLimitsStore::filePath() {
 }
 
 std::optional<ClaudeLimits> ClaudeLimitsStore::load() {
-    const auto path = filePath();
-    if (!path)
-        return std::nullopt;
-    const auto text = readFile(*path, 1024 * 1024);
-    if (!text)
-        return std::nullopt;
-    const json parsed = json::parse(*text, nullptr, false);
-    if (parsed.is_discarded())
-        return std::nullopt;
-    return claudeLimitsFromJson(parsed);
+    const auto file = readJsonObject(filePath());
+    return file ? claudeLimitsFromJson(*file) : std::nullopt;
 }
 
 ProviderReading ClaudeStatusLine::reading(const ClaudeLimits& limits, TimePoint now) {

@@ -12,7 +12,9 @@ namespace ravo::usage::SnapshotStore {
 
 namespace fs = std::filesystem;
 
-std::optional<fs::path> filePath() { return paths::inSharedContainer("snapshot.json"); }
+std::optional<fs::path> filePath() {
+    return paths::inSharedContainer("snapshot.json");
+}
 
 std::optional<UsageSnapshot> load() {
     const auto path = filePath();

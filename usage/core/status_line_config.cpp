@@ -1,6 +1,6 @@
 #include "usage/core/status_line_config.h"
 
-#include "core/atomic_file.h"
+#include "core/json_file.h"
 #include "core/paths.h"
 #include "core/shell_quote.h"
 
@@ -55,16 +55,7 @@ std::optional<std::filesystem::path> StatusLineChain::filePath() {
 }
 
 std::optional<json> StatusLineChain::load() {
-    const auto path = filePath();
-    if (!path)
-        return std::nullopt;
-    const auto text = readFile(*path, 1024 * 1024);
-    if (!text)
-        return std::nullopt;
-    json parsed = json::parse(*text, nullptr, false);
-    if (parsed.is_discarded() || !parsed.is_object())
-        return std::nullopt;
-    return parsed;
+    return readJsonObject(filePath());
 }
 
 } // namespace ravo::usage

@@ -31,7 +31,9 @@ Status XdgAutostartLoginItem::setEnabled(bool enabled) {
                               "Type=Application\n"
                               "Name=Ravo\n"
                               "Comment=Machine health, AI limits and agent sessions in your tray\n"
-                              "Exec=\"" + executable_.string() + "\"\n"
+                              "Exec=\"" +
+                              executable_.string() +
+                              "\"\n"
                               "Icon=ravo\n"
                               "Terminal=false\n"
                               "X-GNOME-Autostart-enabled=true\n";

@@ -1,7 +1,7 @@
 #include "app/platform/cross_process_listener.h"
 #include "app/platform/single_instance.h"
-#include "core/cross_process_signal.h"
 #include "core/atomic_file.h"
+#include "core/cross_process_signal.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QDBusConnection>
@@ -26,9 +26,9 @@ TEST_F(CrossProcessListenerTest, TheHooksSignalsArriveAndBurstsCountOnce) {
     QSignalSpy sessions(&listener, &CrossProcessListener::sessionsChanged);
     QSignalSpy limits(&listener, &CrossProcessListener::claudeLimitsChanged);
     for (int i = 0; i < 50; ++i)
-        QDBusConnection::sessionBus().send(QDBusMessage::createSignal(
-            CrossProcessSignal::kPath, CrossProcessSignal::kInterface,
-            CrossProcessSignal::kSessionsChanged));
+        QDBusConnection::sessionBus().send(
+            QDBusMessage::createSignal(CrossProcessSignal::kPath, CrossProcessSignal::kInterface,
+                                       CrossProcessSignal::kSessionsChanged));
     ASSERT_TRUE(sessions.wait(2000));
     QTest::qWait(300);
     EXPECT_EQ(sessions.count(), 1);

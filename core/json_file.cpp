@@ -1,0 +1,20 @@
+#include "core/json_file.h"
+
+#include "core/atomic_file.h"
+
+namespace ravo {
+
+std::optional<nlohmann::json> readJsonObject(const std::optional<std::filesystem::path>& path,
+                                             std::size_t maxBytes) {
+    if (!path)
+        return std::nullopt;
+    const auto text = readFile(*path, maxBytes);
+    if (!text)
+        return std::nullopt;
+    auto parsed = nlohmann::json::parse(*text, nullptr, false);
+    if (parsed.is_discarded() || !parsed.is_object())
+        return std::nullopt;
+    return parsed;
+}
+
+} // namespace ravo
