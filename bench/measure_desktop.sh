@@ -8,9 +8,7 @@ source "$(dirname "$0")/../tests/integration/lib.sh"
 use_temporary_home
 use_desktop_session
 trap 'kill $pid $tray $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
-trayer --edge top --align right --widthtype request --height 28 >/dev/null 2>&1 &
-tray=$!
-sleep 1
+start_tray
 started=$(date +%s%N)
 "$ravo" >/dev/null 2>&1 &
 pid=$!

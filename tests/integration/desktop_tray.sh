@@ -9,9 +9,7 @@ use_temporary_home
 use_desktop_session
 trap 'kill $ravo $tray $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
 
-trayer --edge top --align right --widthtype request --height 28 >/dev/null 2>&1 &
-tray=$!
-sleep 0.5
+start_tray
 "$bin/ravo" >"$work/log" 2>&1 &
 ravo=$!
 has_items() { [ "$(tray_items)" -eq 7 ]; }
@@ -27,6 +25,7 @@ kill -0 $ravo || fail "the first ravo died on a link"
 kill $ravo
 wait $ravo || true
 kill $tray
+wait $tray 2>/dev/null || true
 "$bin/ravo" >"$work/log2" 2>&1 &
 ravo=$!
 dashboard() { xwininfo -root -tree | grep -q '"Ravo": ("ravo" "Ravo")  7[0-9][0-9]x'; }

@@ -9,17 +9,15 @@ use_temporary_home() {
     unset XDG_DATA_HOME XDG_CONFIG_HOME DBUS_SESSION_BUS_ADDRESS
 }
 
-# An X server of its own on a free display, stopped on exit: sets DISPLAY.
+# An X server of its own on a display it picks itself (tests run side by side): sets DISPLAY.
 start_x_server() {
-    local n
-    for n in $(seq 50 99); do
-        [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ] || break
-    done
-    Xvfb ":$n" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
+    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
     x_server=$!
-    export DISPLAY=":$n"
+    for _ in $(seq 50); do [ -s "$work/display" ] && break; sleep 0.1; done
+    [ -s "$work/display" ] || fail "Xvfb did not start"
+    export DISPLAY=":$(head -n 1 "$work/display")"
     for _ in $(seq 50); do xwininfo -root >/dev/null 2>&1 && return 0; sleep 0.1; done
-    fail "Xvfb did not start"
+    fail "Xvfb did not answer on $DISPLAY"
 }
 
 # The number of Ravo tray items embedded in the tray.
@@ -47,4 +45,13 @@ link_real_agents() {
     mkdir -p "$HOME/.local/bin"
     ln -s "$agents/node_modules/.bin/claude" "$HOME/.local/bin/claude"
     ln -s "$agents/node_modules/.bin/codex" "$HOME/.local/bin/codex"
+}
+
+# A system tray (trayer) on the X server, up before anyone looks for it: sets $tray.
+start_tray() {
+    trayer --edge top --align right --widthtype request --height 28 >/dev/null 2>&1 &
+    tray=$!
+    has_panel() { xwininfo -root -tree 2>/dev/null | grep -q '"panel": ("panel" "trayer")'; }
+    wait_until 10 has_panel || fail "trayer did not start"
+    sleep 0.3 # the panel maps right after it claims the tray selection
 }

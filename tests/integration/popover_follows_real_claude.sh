@@ -33,8 +33,7 @@ WRAPPER
 chmod +x "$HOME/app/ravo-hook"
 "$HOME/app/ravo" hooks install >/dev/null
 
-trayer --edge top --align right --widthtype request --height 28 >/dev/null 2>&1 &
-tray=$!
+start_tray
 QT_LOGGING_RULES="io.halvorsund.Ravo.app.info=true" QT_MESSAGE_PATTERN="%{message}" \
     "$HOME/app/ravo" >"$work/app.log" 2>&1 &
 ravo=$!

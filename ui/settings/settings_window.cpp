@@ -105,7 +105,8 @@ QWidget* SettingsWindow::menuBarTab() {
     auto* row = new QHBoxLayout;
     metrics_ = new QListWidget;
     metrics_->setDragDropMode(QAbstractItemView::InternalMove);
-    metrics_->setMinimumHeight(190);
+    metrics_->setSpacing(4);
+    metrics_->setMinimumHeight(220);
     row->addWidget(metrics_, 1);
     auto* buttons = new QVBoxLayout;
     auto* up = new QPushButton("Move up");
