@@ -16,17 +16,20 @@ struct ScriptedProvider final : usage::UsageProvider {
     usage::UsageOutcome outcome = usage::ProviderReading{};
     std::chrono::milliseconds delay{0};
     int calls = 0;
-    std::vector<std::string>* finishOrder = nullptr; // when set, `name` is noted on finishing
+    // When set, "start <name>" is noted when asked and "<name>" when answering.
+    std::vector<std::string>* events = nullptr;
     std::string name;
 
     QCoro::Task<usage::UsageOutcome> fetch(TimePoint) override {
         ++calls;
+        if (events)
+            events->push_back("start " + name);
         QTimer timer;
         timer.setSingleShot(true);
         timer.start(delay);
         co_await timer;
-        if (finishOrder)
-            finishOrder->push_back(name);
+        if (events)
+            events->push_back(name);
         usage::UsageOutcome answer = outcome; // g++ 12 would move the member out
         co_return answer;
     }
