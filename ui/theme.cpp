@@ -31,11 +31,6 @@ QColor errorText(const QPalette& palette) {
     return isDark(palette) ? QColor(0xff, 0x8a, 0x80) : QColor(0xb3, 0x26, 0x1e);
 }
 
-QColor cardBackground(const QPalette& palette) {
-    return isDark(palette) ? palette.color(QPalette::Window).lighter(125)
-                           : palette.color(QPalette::Base);
-}
-
 QColor trackColor(const QPalette& palette) {
     QColor track = palette.color(QPalette::WindowText);
     track.setAlphaF(0.12f);

@@ -13,7 +13,6 @@ namespace ravo::ui::Theme {
 QColor levelColor(std::optional<metrics::MetricLevel> level, const QPalette& palette);
 QColor mutedText(const QPalette& palette);
 QColor errorText(const QPalette& palette);
-QColor cardBackground(const QPalette& palette);
 QColor trackColor(const QPalette& palette);
 bool isDark(const QPalette& palette);
 

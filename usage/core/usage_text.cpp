@@ -1,5 +1,6 @@
 #include "usage/core/usage_text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -37,7 +38,10 @@ std::vector<std::string> describe(const ProviderUsage& usage, TimePoint now) {
     std::vector<std::string> lines;
     for (const auto& window : usage.windows) {
         std::string line = window.label();
-        line.resize(std::max<std::size_t>(line.size() + 1, 16), ' ');
+        // Pad by characters, not bytes: "Week · Fable" has a two-byte dot.
+        const auto characters = static_cast<std::size_t>(std::count_if(
+            line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+        line.append(characters < 15 ? 16 - characters : 1, ' ');
         line += percentUsed(window) + " used";
         if (window.resetsAt)
             line += ", resets " + timeUntil(*window.resetsAt, now);
