@@ -3,5 +3,5 @@
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 "$here/install-deps.sh"
-"$here/build.sh" >/dev/null
+"$here/build.sh"
 exec "$here/../build/app/ravo" "$@"
