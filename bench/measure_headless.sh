@@ -2,7 +2,7 @@
 # `ravo` headless at its 2-second cadence: CPU share of one core over a minute (the
 # scheduler's nanosecond count, not clock ticks), and memory.
 set -euo pipefail
-ravo=${1:-build/app/ravo}
+ravo=${1:-build/bin/ravo}
 seconds=${2:-60}
 work=$(mktemp -d)
 trap 'kill $pid 2>/dev/null || true; rm -rf "$work"' EXIT

@@ -4,4 +4,4 @@ set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 "$here/install-deps.sh"
 "$here/build.sh"
-exec "$here/../build/app/ravo" "$@"
+exec "$here/../build/bin/ravo" "$@"
