@@ -13,6 +13,7 @@
 #include "sessions/core/session_store.h"
 #include "sessions/core/session_tracking.h"
 #include "usage/claude_usage_probe.h"
+#include "usage/live_usage.h"
 #include "usage/usage_refresher.h"
 
 #include <QPointer>
@@ -175,10 +176,7 @@ QCoro::Task<> AppController::checkCodexHookTrust() {
 void AppController::publishInstalledAgents() {
     sessions::SessionTracking::publishInstalledAgents(hookInstaller_);
     if (services_.refresher)
-        services_.refresher->setEnabledProviders(
-            AgentDetection::isCodexInstalled(hookInstaller_.home())
-                ? std::set<usage::Provider>{usage::Provider::claude, usage::Provider::codex}
-                : std::set<usage::Provider>{usage::Provider::claude});
+        services_.refresher->setEnabledProviders(usage::installedProviders(hookInstaller_.home()));
 }
 
 void AppController::reloadSessions() {

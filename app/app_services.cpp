@@ -19,10 +19,6 @@ namespace ravo::app {
 
 namespace fs = std::filesystem;
 
-struct LiveUsageParts {
-    usage::LiveUsage live;
-};
-
 bool AppServices::isInstalledCopy(const fs::path& executable) {
     std::error_code error;
     // A CMake build tree has its cache one folder above the programs.
@@ -38,8 +34,7 @@ AppServices::AppServices(QObject* parent)
     const fs::path executable = QCoreApplication::applicationFilePath().toStdString();
     loginItem_ = std::make_unique<XdgAutostartLoginItem>(
         paths::configHome().value_or(home / ".config") / "autostart", executable);
-    usage_ = std::make_unique<LiveUsageParts>(
-        LiveUsageParts{usage::makeLiveUsage(settings_.get(), home)});
+    usage_ = usage::makeLiveUsage(settings_.get(), home);
     listener_ = new CrossProcessListener(
         QString::fromStdString(paths::sharedContainer().value_or(home).string()), this);
 
@@ -52,8 +47,8 @@ AppServices::AppServices(QObject* parent)
     monitor_ = new metrics::SystemMonitor(settings_.get(), std::move(monitorServices), this);
 
     AppController::Services services;
-    services.refresher = usage_->live.refresher.get();
-    services.probe = usage_->live.probe.get();
+    services.refresher = usage_.refresher.get();
+    services.probe = usage_.probe.get();
     services.systemMonitor = monitor_;
     services.loginItem = loginItem_.get();
     services.sleepWake = sleepWake_;

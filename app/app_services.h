@@ -1,5 +1,7 @@
 #pragma once
 
+#include "usage/live_usage.h"
+
 #include <QObject>
 
 #include <filesystem>
@@ -20,7 +22,6 @@ class AppController;
 class CrossProcessListener;
 class DBusSleepWakeWatcher;
 class LoginItem;
-struct LiveUsageParts;
 
 // Every long-lived coordinator of a running Ravo, built for this machine and owned here;
 // the tray, the dashboard window and the terminal dashboard all sit on top of it.
@@ -39,7 +40,7 @@ public:
 private:
     std::unique_ptr<QSettings> settings_;
     std::unique_ptr<LoginItem> loginItem_;
-    std::unique_ptr<LiveUsageParts> usage_;
+    usage::LiveUsage usage_;
     DBusSleepWakeWatcher* sleepWake_;
     connectivity::RoutePathMonitor* pathMonitor_;
     CrossProcessListener* listener_;

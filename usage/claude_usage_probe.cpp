@@ -1,5 +1,6 @@
 #include "usage/claude_usage_probe.h"
 
+#include "app/settings_values.h"
 #include "core/agent_detection.h"
 #include "usage/claude_usage_command.h"
 #include "usage/core/claude_account_plan.h"
@@ -18,9 +19,7 @@ ClaudeUsageProbe::ClaudeUsageProbe(QSettings* defaults, std::filesystem::path ho
     : QObject(parent), defaults_(defaults), home_(std::move(home)), runner_(runProcess) {}
 
 bool ClaudeUsageProbe::isEnabled() const {
-    const QVariant value = defaults_->value(kEnabledKey);
-    return value.typeId() == QMetaType::Bool ? value.toBool()
-                                             : value.toString() == QLatin1String("true");
+    return app::readBool(*defaults_, kEnabledKey, false);
 }
 
 void ClaudeUsageProbe::setEnabled(bool enabled) {

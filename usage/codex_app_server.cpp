@@ -19,7 +19,7 @@ CodexAppServer::request(std::string method, std::string paramsJSON,
                         std::chrono::milliseconds timeout) const {
     const auto executable = locateExecutable();
     if (!executable)
-        co_return ProbeError{"codex CLI not found", std::nullopt};
+        co_return ProbeError{"codex CLI not found", false};
     const nlohmann::json methodName = method;
     QByteArray lines =
         "{\"id\":1,\"method\":\"initialize\",\"params\":{\"clientInfo\":{\"name\":\"ravo\","
@@ -31,9 +31,9 @@ CodexAppServer::request(std::string method, std::string paramsJSON,
                            QString::fromStdString(AgentDetection::searchPath(home_)), lines,
                            kRequestID, timeout);
     exchange.start();
-    const auto [answer, error] = co_await qCoro(&exchange, &CodexExchange::finished);
+    const auto [answer, error, timedOut] = co_await qCoro(&exchange, &CodexExchange::finished);
     if (!error.isEmpty())
-        co_return ProbeError{error.toStdString(), std::nullopt};
+        co_return ProbeError{error.toStdString(), timedOut};
     co_return answer.toStdString();
 }
 

@@ -19,7 +19,7 @@ namespace ravo::usage {
 // A failed exchange with `codex app-server`, in the user's words.
 struct ProbeError {
     std::string message;
-    std::optional<TimePoint> retryAfter;
+    bool timedOut = false;
     bool operator==(const ProbeError&) const = default;
 };
 

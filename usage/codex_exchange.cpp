@@ -21,7 +21,7 @@ CodexExchange::CodexExchange(QString program, QString path, QByteArray requestLi
     timer_.setSingleShot(true);
     timer_.setInterval(timeout);
     connect(&timer_, &QTimer::timeout, this,
-            [this] { finish({}, QStringLiteral("codex app-server timed out")); });
+            [this] { finish({}, QStringLiteral("codex app-server timed out"), true); });
     connect(&process_, &QProcess::readyReadStandardOutput, this, &CodexExchange::readLines);
     connect(&process_, &QProcess::readyReadStandardError, this,
             [this] { process_.readAllStandardError(); }); // keep its pipe from filling
@@ -66,7 +66,7 @@ void CodexExchange::readLines() {
     }
 }
 
-void CodexExchange::finish(QByteArray answer, QString error) {
+void CodexExchange::finish(QByteArray answer, QString error, bool timedOut) {
     if (done_)
         return;
     done_ = true;
@@ -76,7 +76,7 @@ void CodexExchange::finish(QByteArray answer, QString error) {
         process_.closeWriteChannel();
         killProcessGroup(process_);
     }
-    emit finished(answer, error);
+    emit finished(answer, error, timedOut);
 }
 
 } // namespace ravo::usage

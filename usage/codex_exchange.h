@@ -22,11 +22,11 @@ public:
     void start();
 
 signals:
-    void finished(QByteArray answer, QString error);
+    void finished(QByteArray answer, QString error, bool timedOut);
 
 private:
     void readLines();
-    void finish(QByteArray answer, QString error);
+    void finish(QByteArray answer, QString error, bool timedOut = false);
 
     QProcess process_;
     QTimer timer_;

@@ -9,8 +9,8 @@ CodexUsageProvider::CodexUsageProvider(CodexAppServer server) : server_(std::mov
 QCoro::Task<UsageOutcome> CodexUsageProvider::fetch(TimePoint now) {
     const auto answer = co_await server_.request("account/rateLimits/read", "{}", kTimeout);
     if (const auto* error = std::get_if<ProbeError>(&answer)) {
-        UsageError failure{error->message, std::nullopt, error->retryAfter};
-        if (error->message == "codex app-server timed out")
+        UsageError failure{error->message, std::nullopt, std::nullopt};
+        if (error->timedOut)
             failure.retryAfter =
                 now + std::chrono::duration_cast<Clock::duration>(Seconds(kBackoffAfterTimeout));
         co_return failure;
