@@ -2,6 +2,7 @@
 #include "app/environment_locale.h"
 #include "app/settings_values.h"
 #include "app/status_report.h"
+#include "core/json_exact_number.h"
 #include "core/paths.h"
 #include "metrics/core/system_sampler.h"
 #include "metrics/platform/platform_counter_source.h"
@@ -34,7 +35,7 @@ int runStatusCommand(bool json) {
     std::this_thread::sleep_until(started + std::chrono::seconds(1));
     report.system = sampler.sample(SampleRequest::all());
     if (json)
-        std::cout << statusJson(report).dump(2) << std::endl;
+        std::cout << JsonExactNumber::dump(statusJson(report), 2) << std::endl;
     else
         std::cout << statusText(report, environmentLocale());
     return 0;

@@ -10,14 +10,18 @@
 // written, and the user's original is kept once beside it as "<name>.ravo-backup".
 namespace ravo::JsonConfigFile {
 
-// A missing or empty file reads as an empty object.
+// A missing or empty file reads as an empty object. Anything else that is not a JSON
+// object of sane depth is a failure whose text names the file and the reason.
 Result<nlohmann::json> read(const std::filesystem::path& path);
 
-// Pretty-printed with sorted keys, written atomically; keeps the file's permissions, or
-// gives a new file `newFileMode`.
+// Pretty-printed with sorted keys, written atomically through any symlink, keeping the
+// file's mode and owner; a new file gets `newFileMode`. Before the first change the
+// original is backed up; a file that did not exist yet is recorded as such instead.
 Status write(const nlohmann::json& config, const std::filesystem::path& path,
              std::filesystem::perms newFileMode);
 
 std::filesystem::path backupPath(const std::filesystem::path& path);
+// Written in place of a backup when there was no file (or an empty one) before Ravo's change.
+std::filesystem::path noOriginalMarkerPath(const std::filesystem::path& path);
 
 } // namespace ravo::JsonConfigFile

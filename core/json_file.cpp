@@ -1,6 +1,7 @@
 #include "core/json_file.h"
 
 #include "core/atomic_file.h"
+#include "core/json_parse.h"
 
 namespace ravo {
 
@@ -11,10 +12,10 @@ std::optional<nlohmann::json> readJsonObject(const std::optional<std::filesystem
     const auto text = readFile(*path, maxBytes);
     if (!text)
         return std::nullopt;
-    auto parsed = nlohmann::json::parse(*text, nullptr, false);
-    if (parsed.is_discarded() || !parsed.is_object())
+    auto parsed = parseJson(*text);
+    if (!parsed || !parsed->is_object())
         return std::nullopt;
-    return parsed;
+    return std::move(parsed).value();
 }
 
 } // namespace ravo

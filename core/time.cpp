@@ -72,7 +72,7 @@ bool expect(std::string_view& text, char c) {
 } // namespace
 
 std::optional<TimePoint> parseIso8601(std::string_view text) {
-    int year, month, day, hour, minute, second;
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
     if (!readInt(text, 4, year) || !expect(text, '-') || !readInt(text, 2, month) ||
         !expect(text, '-') || !readInt(text, 2, day))
         return std::nullopt;
@@ -102,7 +102,7 @@ std::optional<TimePoint> parseIso8601(std::string_view text) {
     } else if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
         const int sign = text.front() == '-' ? -1 : 1;
         text.remove_prefix(1);
-        int oh, om;
+        int oh = 0, om = 0;
         if (!readInt(text, 2, oh))
             return std::nullopt;
         expect(text, ':');

@@ -1,5 +1,6 @@
 #include "hook/session_hook_command.h"
 
+#include "core/json_parse.h"
 #include "core/cross_process_signal.h"
 #include "sessions/core/session_events.h"
 
@@ -10,7 +11,7 @@ namespace ravo::hook {
 using namespace sessions;
 
 int runSessionHook(usage::Provider provider, const std::string& input) {
-    const auto payload = nlohmann::json::parse(input, nullptr, false);
+    const auto payload = parseJsonOrDiscarded(input);
     const auto identity = SessionEvents::identify(payload);
     if (!identity || !SessionStore::isValidSessionID(identity->first))
         return 0;

@@ -1,5 +1,6 @@
 #include "hook/statusline_command.h"
 
+#include "core/json_parse.h"
 #include "core/atomic_file.h"
 #include "core/cross_process_signal.h"
 #include "hook/chained_status_line.h"
@@ -15,24 +16,9 @@ using nlohmann::json;
 
 namespace {
 
-// Claude Code runs the status line after every message, mostly with the same figures.
-// Rewriting them would only move "capturedAt", so an unchanged capture younger than this is
-// kept; replacing a file costs a flush on ext4.
-constexpr double kRecaptureSeconds = 60.0;
-
-bool isFreshCopy(const std::optional<usage::ClaudeLimits>& stored,
-                 const usage::ClaudeLimits& limits) {
-    if (!stored)
-        return false;
-    const double age = secondsBetween(stored->capturedAt, limits.capturedAt);
-    auto same = *stored;
-    same.capturedAt = limits.capturedAt;
-    return same == limits && age >= 0 && age < kRecaptureSeconds;
-}
-
 void storeLimits(const usage::ClaudeLimits& limits) {
     const auto path = usage::ClaudeLimitsStore::filePath();
-    if (!path || isFreshCopy(usage::ClaudeLimitsStore::load(), limits))
+    if (!path)
         return;
     std::error_code error;
     std::filesystem::create_directories(path->parent_path(), error);
@@ -43,7 +29,7 @@ void storeLimits(const usage::ClaudeLimits& limits) {
 } // namespace
 
 int runStatusLine(const std::string& input) {
-    const json payload = json::parse(input, nullptr, false);
+    const json payload = parseJsonOrDiscarded(input);
     const auto limits = usage::StatusLinePayload::limits(payload, Clock::now());
     if (limits)
         storeLimits(*limits);

@@ -1,5 +1,6 @@
 #include "sessions/codex_hook_trust_check.h"
 
+#include "core/json_parse.h"
 #include "sessions/core/hook_config.h"
 
 #include <QLoggingCategory>
@@ -20,7 +21,7 @@ QCoro::Task<std::optional<bool>> codexHooksNeedApproval(usage::CodexAppServer se
         co_return std::nullopt;
     }
     const auto count = CodexHookTrust::untrustedHelperHooks(
-        nlohmann::json::parse(std::get<std::string>(answer), nullptr, false));
+        parseJsonOrDiscarded(std::get<std::string>(answer)));
     if (!count)
         co_return std::nullopt;
     co_return *count > 0;

@@ -1,12 +1,14 @@
 #include "usage/claude_usage_command.h"
 
+#include "core/json_parse.h"
+#include "usage/core/claude_usage_text.h"
+
 #include <QDateTime>
 #include <QTimeZone>
 
 #include <array>
 #include <cctype>
 #include <nlohmann/json.hpp>
-#include <regex>
 
 namespace ravo::usage::ClaudeUsageCommand {
 
@@ -38,20 +40,7 @@ QStringList arguments() {
 }
 
 std::string modelKey(std::string_view scope) {
-    std::string lower;
-    for (char c : scope)
-        lower += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    static const std::regex only(R"(\s+only$)");
-    lower = std::regex_replace(lower, only, "");
-    std::string key;
-    for (char c : lower) {
-        const bool keep = (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
-        if (keep)
-            key += c;
-        else if (key.empty() || key.back() != '_')
-            key += '_'; // a run of other characters becomes one underscore
-    }
-    return key;
+    return ClaudeUsageText::modelKey(scope);
 }
 
 namespace {
@@ -75,18 +64,15 @@ TimePoint toTimePoint(const QDateTime& dateTime) {
 } // namespace
 
 std::optional<TimePoint> resetDate(std::string_view text, std::string_view zone, TimePoint now) {
-    static const std::regex pattern(
-        R"((?:([A-Za-z]{3}) (\d{1,2}) at )?(\d{1,2})(?::(\d{2}))?\s?([aApP][mM])?)");
-    std::cmatch match;
-    if (!std::regex_search(text.begin(), text.end(), match, pattern))
+    const auto scanned = ClaudeUsageText::scanResetTime(text);
+    if (!scanned)
         return std::nullopt;
-    int hour = std::stoi(match[3].str());
-    const int minute = match[4].matched ? std::stoi(match[4].str()) : 0;
-    if (match[5].matched) {
+    int hour = scanned->hour;
+    const int minute = scanned->minute.value_or(0);
+    if (scanned->pm) {
         if (hour < 1 || hour > 12)
             return std::nullopt;
-        const bool pm = std::tolower(static_cast<unsigned char>(match[5].str()[0])) == 'p';
-        hour = hour % 12 + (pm ? 12 : 0);
+        hour = hour % 12 + (*scanned->pm ? 12 : 0);
     }
     if (hour > 23 || minute > 59)
         return std::nullopt;
@@ -96,9 +82,9 @@ std::optional<TimePoint> resetDate(std::string_view text, std::string_view zone,
     const QDateTime nowThere =
         QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(unixSeconds(now) * 1000.0), timeZone);
     const QTime time(hour, minute);
-    if (match[1].matched) {
-        const int month = monthNumber(match[1].str());
-        const int day = std::stoi(match[2].str());
+    if (scanned->month) {
+        const int month = monthNumber(*scanned->month);
+        const int day = scanned->day.value_or(0);
         if (month == 0)
             return std::nullopt;
         // A date without a year is the next such date; a day's slack keeps today's past hour.
@@ -119,9 +105,10 @@ std::optional<TimePoint> resetDate(std::string_view text, std::string_view zone,
 }
 
 std::variant<ClaudeLimits, Failure> limits(std::string_view standardOutput, TimePoint now) {
-    const auto answer = nlohmann::json::parse(standardOutput, nullptr, false);
-    if (answer.is_discarded() || !answer.is_object())
+    const auto parsed = parseJson(standardOutput, {.maxDepth = 32});
+    if (!parsed || !parsed->is_object())
         return Failure::unreadable;
+    const auto& answer = *parsed;
     const auto result = answer.find("result");
     if (result == answer.end() || !result->is_string())
         return Failure::unreadable;
@@ -129,26 +116,22 @@ std::variant<ClaudeLimits, Failure> limits(std::string_view standardOutput, Time
     if (command == answer.end() || !command->is_string() || command->get<std::string>() != "usage")
         return Failure::notALocalCommand;
 
-    static const std::regex line(
-        R"(Current (session|week(?: \((.+?)\))?): (\d+(?:\.\d+)?)% used(?: · resets (.+?) \(([^)]+)\))?)");
     ClaudeLimits limits;
     limits.capturedAt = now;
     bool found = false;
-    const std::string text = result->get<std::string>();
-    for (std::sregex_iterator it(text.begin(), text.end(), line), end; it != end; ++it) {
-        const std::smatch& m = *it;
-        ClaudeLimits::Window window{std::stod(m[3].str()), std::nullopt};
-        if (m[4].matched)
-            window.resetsAt = resetDate(m[4].str(), m[5].str(), now);
+    for (const auto& line : ClaudeUsageText::scan(result->get_ref<const std::string&>())) {
+        ClaudeLimits::Window window{line.usedPercent, std::nullopt};
+        if (line.resetText && line.zone)
+            window.resetsAt = resetDate(*line.resetText, *line.zone, now);
         found = true;
-        if (m[1].str() == "session") {
+        if (line.isSession) {
             limits.fiveHour = window;
-        } else if (!m[2].matched || m[2].str() == "all models") {
+        } else if (!line.scope || *line.scope == "all models") {
             limits.sevenDay = window;
         } else {
             if (!limits.models)
                 limits.models.emplace();
-            (*limits.models)[modelKey(m[2].str())] = window;
+            (*limits.models)[modelKey(*line.scope)] = window;
         }
     }
     if (!found)

@@ -2,6 +2,7 @@
 
 #include "app/settings_values.h"
 #include "core/agent_detection.h"
+#include "core/json_parse.h"
 #include "usage/claude_usage_command.h"
 #include "usage/core/claude_account_plan.h"
 #include "usage/core/snapshot_json.h"
@@ -57,8 +58,10 @@ std::optional<ProviderReading> ClaudeUsageProbe::cachedReading() const {
     if (text.isEmpty())
         return std::nullopt;
     try {
-        const json entry = json::parse(text.toStdString());
-        const auto snapshot = snapshotFromJson(json{{"providers", json::array({entry})}});
+        const auto entry = parseJson(text.toStdString(), {.maxDepth = 16});
+        if (!entry)
+            return std::nullopt;
+        const auto snapshot = snapshotFromJson(json{{"providers", json::array({*entry})}});
         const ProviderUsage& usage = snapshot.providers.at(0);
         if (!usage.updatedAt)
             return std::nullopt;

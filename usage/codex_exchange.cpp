@@ -1,5 +1,6 @@
 #include "usage/codex_exchange.h"
 
+#include "core/json_parse.h"
 #include "usage/child_process_group.h"
 
 #include <QProcessEnvironment>
@@ -60,7 +61,7 @@ void CodexExchange::readLines() {
             continue;
         sawOutput_ = true;
         // Notifications have no id; the initialize answer has id 1.
-        const auto message = nlohmann::json::parse(line.constData(), nullptr, false);
+        const auto message = parseJsonOrDiscarded(std::string_view(line.constData(), static_cast<std::size_t>(line.size())));
         if (message.is_object() && message.contains("id") && message["id"] == requestID_)
             finish(line, {});
     }

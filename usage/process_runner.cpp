@@ -3,6 +3,7 @@
 #include "usage/child_process_group.h"
 
 #include <QProcess>
+#include <QTimer>
 #include <qcoro/qcoroprocess.h>
 
 namespace ravo::usage {
@@ -22,9 +23,24 @@ QCoro::Task<ProcessResult> runProcess(QString program, QStringList arguments,
     process.closeWriteChannel();
     const auto left = timeout - std::chrono::duration_cast<std::chrono::milliseconds>(
                                     std::chrono::steady_clock::now() - started);
-    if (!co_await qCoro(process).waitForFinished(std::max(left, std::chrono::milliseconds(1)))) {
+    // QCoro's own time-out rides a coarse timer, which may fire 5% early (14.25 s for 15 s);
+    // a precise one ends the child on time.
+    bool timedOut = false;
+    QTimer deadline;
+    deadline.setTimerType(Qt::PreciseTimer);
+    deadline.setSingleShot(true);
+    QObject::connect(&deadline, &QTimer::timeout, &process, [&] {
+        timedOut = true;
         killProcessGroup(process);
-        co_await qCoro(process).waitForFinished(std::chrono::seconds(2));
+    });
+    deadline.start(std::max(left, std::chrono::milliseconds(1)));
+    const bool finished = co_await qCoro(process).waitForFinished(-1);
+    deadline.stop();
+    if (timedOut || !finished) {
+        if (process.state() != QProcess::NotRunning) {
+            killProcessGroup(process);
+            co_await qCoro(process).waitForFinished(std::chrono::seconds(2));
+        }
         co_return ProcessFailure::timedOut;
     }
     ProcessOutput output;

@@ -1,5 +1,6 @@
 #include "usage/usage_refresher.h"
 
+#include "core/json_parse.h"
 #include "usage/usage_log.h"
 
 #include <QPointer>
@@ -13,11 +14,11 @@ namespace {
 
 std::map<Provider, TimePoint> loadBackoff(QSettings* defaults) {
     std::map<Provider, TimePoint> blocked;
-    const auto stored = nlohmann::json::parse(
-        defaults->value(UsageRefresher::kBackoffKey).toString().toStdString(), nullptr, false);
-    if (!stored.is_object())
+    const auto stored =
+        parseJson(defaults->value(UsageRefresher::kBackoffKey).toString().toStdString());
+    if (!stored || !stored->is_object())
         return blocked;
-    for (const auto& [raw, seconds] : stored.items())
+    for (const auto& [raw, seconds] : stored->items())
         if (const auto provider = providerFromRaw(raw); provider && seconds.is_number())
             blocked[*provider] = fromUnixSeconds(seconds.get<double>());
     return blocked;
@@ -57,7 +58,15 @@ void UsageRefresher::saveBackoff() {
 QCoro::Task<> UsageRefresher::fetchAndApply(Provider provider,
                                             std::shared_ptr<UsageProvider> source, TimePoint now) {
     QPointer<UsageRefresher> self(this);
-    const UsageOutcome outcome = co_await source->fetch(now);
+    UsageOutcome outcome = UsageError{{}, {}, {}};
+    // Whatever a provider throws is its own failure: the pass, and every later pass, go on.
+    try {
+        outcome = co_await source->fetch(now);
+    } catch (const std::exception& error) {
+        outcome = UsageError{std::string("Reading the limits failed: ") + error.what(), {}, {}};
+    } catch (...) {
+        outcome = UsageError{"Reading the limits failed.", {}, {}};
+    }
     if (!self)
         co_return;
     if (const auto* error = std::get_if<UsageError>(&outcome)) {

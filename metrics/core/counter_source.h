@@ -12,6 +12,7 @@ namespace ravo::metrics {
 struct DiskSpace {
     std::uint64_t total = 0;
     std::uint64_t available = 0;
+    std::optional<std::uint64_t> reserved; // free to root only (Linux filesystems)
     bool operator==(const DiskSpace&) const = default;
 };
 

@@ -51,6 +51,8 @@ struct DiskUsage {
     std::uint64_t available = 0;
     std::optional<double> readRate;
     std::optional<double> writeRate;
+    // Blocks kept for root: neither used nor available, so the gauge leaves them out as df does.
+    std::optional<std::uint64_t> reserved;
     bool operator==(const DiskUsage&) const = default;
 };
 

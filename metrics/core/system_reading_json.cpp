@@ -55,6 +55,7 @@ void from_json(const nlohmann::json& j, MemoryUsage& v) {
 
 void to_json(nlohmann::json& j, const DiskUsage& v) {
     j = {{"total", v.total}, {"available", v.available}};
+    putOptional(j, "reserved", v.reserved);
     putOptional(j, "readRate", v.readRate);
     putOptional(j, "writeRate", v.writeRate);
 }
@@ -62,6 +63,7 @@ void to_json(nlohmann::json& j, const DiskUsage& v) {
 void from_json(const nlohmann::json& j, DiskUsage& v) {
     j.at("total").get_to(v.total);
     j.at("available").get_to(v.available);
+    getOptional(j, "reserved", v.reserved);
     getOptional(j, "readRate", v.readRate);
     getOptional(j, "writeRate", v.writeRate);
 }

@@ -42,6 +42,7 @@ SystemReading SystemSampler::sample(SampleRequest request) {
             if (space) {
                 disk.total = space->total;
                 disk.available = space->available;
+                disk.reserved = space->reserved;
             }
             if (rates) {
                 disk.readRate = rates->first;

@@ -34,15 +34,16 @@ std::optional<AgentSession::State> stateFromRaw(std::string_view raw) {
     return std::nullopt;
 }
 
-json toJson(const AgentSession& s) {
-    json j = {{"provider", usage::rawValue(s.provider)},
-              {"sessionID", s.sessionID},
-              {"project", s.project},
-              {"state", rawValue(s.state)},
-              {"updatedAt", unixSeconds(s.updatedAt)},
-              {"turnStartedAt", unixSeconds(s.turnStartedAt)}};
+nlohmann::ordered_json toJson(const AgentSession& s) {
+    nlohmann::ordered_json j;
+    j["provider"] = usage::rawValue(s.provider);
+    j["sessionID"] = s.sessionID;
+    j["project"] = s.project;
     if (s.title)
         j["title"] = *s.title;
+    j["state"] = rawValue(s.state);
+    j["updatedAt"] = unixSeconds(s.updatedAt);
+    j["turnStartedAt"] = unixSeconds(s.turnStartedAt);
     return j;
 }
 

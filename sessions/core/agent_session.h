@@ -32,9 +32,9 @@ struct AgentSession {
 std::string_view rawValue(AgentSession::State state);
 std::optional<AgentSession::State> stateFromRaw(std::string_view raw);
 
-// Dates as Unix seconds; a record missing a key other than "title", or with an unknown
-// provider or state, does not decode.
-nlohmann::json toJson(const AgentSession& session);
+// Dates as Unix seconds, keys in the order of the fields; a record missing a key other
+// than "title", or with an unknown provider or state, does not decode.
+nlohmann::ordered_json toJson(const AgentSession& session);
 std::optional<AgentSession> sessionFromJson(const nlohmann::json& json);
 
 } // namespace ravo::sessions

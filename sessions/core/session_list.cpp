@@ -38,7 +38,7 @@ std::string line(const AgentSession& session, TimePoint now) {
 nlohmann::json toReadableJson(const std::vector<AgentSession>& sessions) {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& session : sessions) {
-        auto record = toJson(session);
+        nlohmann::json record = toJson(session);
         record["updatedAt"] = toIso8601(session.updatedAt);
         record["turnStartedAt"] = toIso8601(session.turnStartedAt);
         list.push_back(std::move(record));

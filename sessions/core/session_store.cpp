@@ -4,7 +4,10 @@
 #include "core/json_file.h"
 #include "core/paths.h"
 
+#include <cerrno>
+#include <cstring>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 namespace ravo::sessions::SessionStore {
 
@@ -13,6 +16,24 @@ namespace fs = std::filesystem;
 std::optional<fs::path> directory() {
     return paths::inSharedContainer("Sessions");
 }
+
+namespace {
+
+// Records hold the first line of the user's prompt: theirs alone to read.
+constexpr auto kRecordMode = fs::perms(0600);
+constexpr auto kFolderMode = fs::perms(0700);
+
+Status createPrivateFolder(const fs::path& folder) {
+    std::error_code error;
+    if (fs::is_directory(folder, error))
+        return success();
+    fs::create_directories(folder.parent_path(), error);
+    if (::mkdir(folder.c_str(), static_cast<mode_t>(kFolderMode)) != 0 && errno != EEXIST)
+        return Failure{"Cannot create " + folder.string() + ": " + std::strerror(errno)};
+    return success();
+}
+
+} // namespace
 
 bool isValidSessionID(std::string_view id) {
     if (id.empty() || id.size() > 128 || id == "." || id == "..")
@@ -35,11 +56,9 @@ Status apply(const SessionTransition& transition, Provider provider, const std::
         return success();
     const fs::path file = *folder / AgentSession::fileName(provider, sessionID);
     if (const auto* upsert = std::get_if<Upsert>(&transition)) {
-        std::error_code error;
-        fs::create_directories(*folder, error);
-        if (error)
-            return Failure{"Cannot create " + folder->string() + ": " + error.message()};
-        return writeFileAtomically(file, toJson(upsert->session).dump());
+        if (auto created = createPrivateFolder(*folder); !created)
+            return created;
+        return writeFileAtomically(file, toJson(upsert->session).dump(), kRecordMode);
     }
     if (std::holds_alternative<Remove>(transition)) {
         std::error_code error;
@@ -81,6 +100,17 @@ std::vector<AgentSession> loadAll(std::optional<Provider> provider) {
 }
 
 void prune(TimePoint now) {
+    // Writers killed between write and rename leave temporaries here and beside the
+    // container's own files.
+    if (const auto container = paths::sharedContainer())
+        removeLeftoverTemporaries(*container);
+    if (const auto folder = directory()) {
+        removeLeftoverTemporaries(*folder);
+        // Folders made by earlier versions were readable by everyone.
+        std::error_code error;
+        if (fs::is_directory(*folder, error))
+            fs::permissions(*folder, kFolderMode, error);
+    }
     for (const auto& session : loadAll()) {
         const double age = secondsBetween(session.updatedAt, now);
         const double limit =

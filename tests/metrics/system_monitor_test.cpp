@@ -32,7 +32,7 @@ protected:
         auto source = std::make_unique<RecordedCounterSource>(&calls);
         source->ticks = {{{0, 0, 0, 0}}};
         source->memoryValue = MemoryUsage{100, 50, 0, 0, 0, 0, 0, MemoryPressureLevel::normal};
-        source->spaces = {{100, 80}};
+        source->spaces = {{100, 80, {}}};
         source->networks = {{}};
         SystemMonitor::Services services;
         services.sampler = std::make_unique<SystemSampler>(std::move(source));

@@ -96,7 +96,7 @@ protected:
         source->memoryValue = metrics::MemoryUsage{
             16ull << 30, 9ull << 30,   2ull << 30, 1ull << 30,
             3ull << 30,  512ull << 20, 0.75,       metrics::MemoryPressureLevel::warning};
-        source->spaces = {{500ull << 30, 120ull << 30}};
+        source->spaces = {{500ull << 30, 120ull << 30, {}}};
         source->disks = {{{{"nvme0n1", 0}}, {{"nvme0n1", 0}}},
                          {{{"nvme0n1", 8'000'000}}, {{"nvme0n1", 2'000'000}}}};
         source->networks = {{{{"3", 0}}, {{"3", 0}}}, {{{"3", 3'000'000}}, {{"3", 400'000}}}};

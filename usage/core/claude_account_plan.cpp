@@ -4,7 +4,6 @@
 #include "usage/core/usage_model.h"
 
 #include <nlohmann/json.hpp>
-#include <regex>
 
 namespace ravo::usage {
 
@@ -47,10 +46,14 @@ std::optional<std::string> ClaudeAccountPlan::plan() const {
     if (!tier)
         return std::nullopt;
     // default_claude_max_20x -> max
-    static const std::regex pattern(R"(claude_([a-z]+))");
-    std::smatch match;
-    if (std::regex_search(*tier, match, pattern))
-        return match[1].str();
+    for (auto at = tier->find("claude_"); at != std::string::npos;
+         at = tier->find("claude_", at + 1)) {
+        std::size_t end = at + 7;
+        while (end < tier->size() && (*tier)[end] >= 'a' && (*tier)[end] <= 'z')
+            ++end;
+        if (end > at + 7)
+            return tier->substr(at + 7, end - at - 7);
+    }
     return std::nullopt;
 }
 

@@ -1,5 +1,7 @@
 #include "usage/core/codex_rate_limits.h"
 
+#include "core/json_parse.h"
+
 #include <algorithm>
 #include <cctype>
 #include <nlohmann/json.hpp>
@@ -59,7 +61,7 @@ std::optional<Credits> credits(const json& payload) {
 } // namespace
 
 std::variant<ProviderReading, UsageError> CodexRateLimitsParser::reading(std::string_view line) {
-    const json response = json::parse(line, nullptr, false);
+    const json response = parseJsonOrDiscarded(line);
     if (response.is_discarded() || !response.is_object())
         return failure("Unreadable Codex response");
     try {

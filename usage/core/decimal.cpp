@@ -84,3 +84,19 @@ double Decimal::toDouble() const {
 }
 
 } // namespace ravo::usage
+
+namespace ravo::usage {
+
+bool Decimal::isExactAsDouble() const {
+    // A double keeps 15 significant decimal digits.
+    std::int64_t magnitude = digits_ < 0 ? -digits_ : digits_;
+    return magnitude < 1'000'000'000'000'000;
+}
+
+std::optional<std::int64_t> Decimal::integer() const {
+    if (scale_ != 0)
+        return std::nullopt;
+    return digits_;
+}
+
+} // namespace ravo::usage

@@ -20,6 +20,10 @@ public:
 
     std::string toString() const;
     double toDouble() const;
+    // Whether toDouble() gives back exactly this number's decimal text when printed shortest.
+    bool isExactAsDouble() const;
+    // A whole number, as an integer.
+    std::optional<std::int64_t> integer() const;
 
     bool operator==(const Decimal&) const = default;
 

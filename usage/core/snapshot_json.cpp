@@ -1,5 +1,8 @@
 #include "usage/core/snapshot_json.h"
 
+#include "core/json_exact_number.h"
+#include "core/json_parse.h"
+
 #include <stdexcept>
 
 namespace ravo::usage {
@@ -49,6 +52,29 @@ UsageWindow windowFromJson(const json& j) {
     return w;
 }
 
+// The balance is a JSON number that keeps the decimal exactly, whatever its length.
+json balanceToJson(const Decimal& balance) {
+    if (const auto whole = balance.integer())
+        return *whole;
+    if (balance.isExactAsDouble())
+        return balance.toDouble();
+    return JsonExactNumber::value(balance.toString());
+}
+
+// Long balances arrive as their text (see kSnapshotLimits).
+std::optional<Decimal> balanceFromJson(const json& value) {
+    if (value.is_number_integer() && !value.is_number_unsigned())
+        return Decimal(value.get<std::int64_t>(), 0);
+    if (value.is_number_unsigned() &&
+        value.get<std::uint64_t>() <= static_cast<std::uint64_t>(INT64_MAX))
+        return Decimal(static_cast<std::int64_t>(value.get<std::uint64_t>()), 0);
+    if (value.is_number_float())
+        return Decimal::fromDouble(value.get<double>());
+    if (value.is_string())
+        return Decimal::parse(value.get_ref<const std::string&>());
+    return std::nullopt;
+}
+
 json usageToJson(const ProviderUsage& u, DateStyle style) {
     json windows = json::array();
     for (const auto& w : u.windows)
@@ -61,7 +87,7 @@ json usageToJson(const ProviderUsage& u, DateStyle style) {
     if (u.planMultiplier)
         j["planMultiplier"] = *u.planMultiplier;
     if (u.credits)
-        j["credits"] = {{"balance", u.credits->balance.toDouble()},
+        j["credits"] = {{"balance", balanceToJson(u.credits->balance)},
                         {"unlimited", u.credits->unlimited}};
     if (u.updatedAt)
         j["updatedAt"] = date(*u.updatedAt, style);
@@ -83,7 +109,7 @@ ProviderUsage usageFromJson(const json& j) {
     for (const auto& w : j.at("windows"))
         u.windows.push_back(windowFromJson(w));
     if (const auto it = j.find("credits"); it != j.end() && !it->is_null()) {
-        const auto balance = Decimal::fromDouble(it->at("balance").get<double>());
+        const auto balance = balanceFromJson(it->at("balance"));
         if (!balance)
             throw std::invalid_argument("balance is not a number");
         u.credits = Credits{*balance, it->at("unlimited").get<bool>()};
@@ -113,6 +139,21 @@ UsageSnapshot snapshotFromJson(const json& j) {
     for (const auto& u : j.at("providers"))
         snapshot.providers.push_back(usageFromJson(u));
     return snapshot;
+}
+
+std::string encodeSnapshot(const UsageSnapshot& snapshot, DateStyle dates) {
+    return JsonExactNumber::dump(snapshotToJson(snapshot, dates));
+}
+
+Result<UsageSnapshot> decodeSnapshot(std::string_view text) {
+    const auto document = parseJson(text, {.maxDepth = 16, .exactDecimalKeys = {"balance"}});
+    if (!document)
+        return Failure{document.error()};
+    try {
+        return snapshotFromJson(*document);
+    } catch (const std::exception& error) {
+        return Failure{error.what()};
+    }
 }
 
 } // namespace ravo::usage

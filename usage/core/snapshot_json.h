@@ -1,8 +1,11 @@
 #pragma once
 
+#include "core/result.h"
 #include "usage/core/usage_model.h"
 
 #include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
 
 namespace ravo::usage {
 
@@ -10,8 +13,13 @@ namespace ravo::usage {
 // what people read (`ravo status --json`) gets ISO 8601 text.
 enum class DateStyle { referenceSeconds, iso8601 };
 
+// Dump the result with JsonExactNumber::dump so that long credit balances stay exact.
 nlohmann::json snapshotToJson(const UsageSnapshot& snapshot, DateStyle dates);
 // Throws nlohmann::json::exception or std::invalid_argument for anything but the file format.
 UsageSnapshot snapshotFromJson(const nlohmann::json& json);
+
+// The file's text, and back; a failure says what is wrong with the text.
+std::string encodeSnapshot(const UsageSnapshot& snapshot, DateStyle dates);
+Result<UsageSnapshot> decodeSnapshot(std::string_view text);
 
 } // namespace ravo::usage

@@ -30,12 +30,12 @@ std::optional<UsageSnapshot> load() {
         log::error("snapshot", "Snapshot load failed: " + path->string() + " is unreadable");
         return std::nullopt;
     }
-    try {
-        return snapshotFromJson(nlohmann::json::parse(*text));
-    } catch (const std::exception& error) {
-        log::error("snapshot", std::string("Snapshot load failed: ") + error.what());
+    auto snapshot = decodeSnapshot(*text);
+    if (!snapshot) {
+        log::error("snapshot", "Snapshot load failed: " + snapshot.error());
         return std::nullopt;
     }
+    return std::move(snapshot).value();
 }
 
 Status save(const UsageSnapshot& snapshot) {
@@ -46,7 +46,7 @@ Status save(const UsageSnapshot& snapshot) {
     fs::create_directories(path->parent_path(), error);
     if (error)
         return Failure{"Cannot create " + path->parent_path().string() + ": " + error.message()};
-    return writeFileAtomically(*path, snapshotToJson(snapshot, DateStyle::referenceSeconds).dump());
+    return writeFileAtomically(*path, encodeSnapshot(snapshot, DateStyle::referenceSeconds));
 }
 
 } // namespace ravo::usage::SnapshotStore

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
-#include <regex>
+#include <charconv>
 
 namespace ravo::usage {
 
@@ -120,15 +120,27 @@ std::string WindowLabel::forMinutes(std::optional<std::int64_t> minutes) {
 std::optional<std::int64_t> PlanName::multiplier(const std::optional<std::string>& plan) {
     if (!plan)
         return std::nullopt;
-    static const std::regex pattern(R"((\d+)x\b)");
-    std::smatch match;
-    if (!std::regex_search(*plan, match, pattern))
-        return std::nullopt;
-    try {
-        return std::stoll(match[1].str());
-    } catch (const std::exception&) {
-        return std::nullopt;
+    // The first run of digits followed by an "x" that ends a word, as in "max_20x".
+    const auto isWord = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
+    const std::string& text = *plan;
+    for (std::size_t start = 0; start < text.size();) {
+        if (!std::isdigit(static_cast<unsigned char>(text[start]))) {
+            ++start;
+            continue;
+        }
+        std::size_t end = start;
+        while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end])))
+            ++end;
+        if (end < text.size() && text[end] == 'x' && (end + 1 == text.size() || !isWord(text[end + 1]))) {
+            std::int64_t value = 0;
+            const auto [ptr, error] = std::from_chars(text.data() + start, text.data() + end, value);
+            if (error != std::errc{} || ptr != text.data() + end)
+                return std::nullopt;
+            return value;
+        }
+        start = end;
     }
+    return std::nullopt;
 }
 
 std::optional<std::string> PlanName::display(const std::optional<std::string>& plan,

@@ -73,9 +73,13 @@ std::optional<DiskSpace> LinuxCounterSource::diskSpace() {
     struct statvfs volume {};
     if (::statvfs(roots_.volume.c_str(), &volume) != 0 || volume.f_frsize == 0)
         return std::nullopt;
-    // df's "Size" and "Avail": space reserved for root does not count as available.
-    return DiskSpace{static_cast<std::uint64_t>(volume.f_blocks) * volume.f_frsize,
-                     static_cast<std::uint64_t>(volume.f_bavail) * volume.f_frsize};
+    // df's "Size" and "Avail"; the blocks only root may use are neither used nor available.
+    const auto bytes = [&](fsblkcnt_t blocks) {
+        return static_cast<std::uint64_t>(blocks) * volume.f_frsize;
+    };
+    const auto reserved =
+        volume.f_bfree > volume.f_bavail ? volume.f_bfree - volume.f_bavail : fsblkcnt_t{0};
+    return DiskSpace{bytes(volume.f_blocks), bytes(volume.f_bavail), bytes(reserved)};
 }
 
 std::optional<DeviceCounters> LinuxCounterSource::diskCounters() {

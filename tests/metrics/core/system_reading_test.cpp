@@ -14,7 +14,7 @@ SystemReading fullReading() {
     r.cpu = CPULoad{0.25, 0.125, {0.5, 0.0}};
     r.gpuDetail = GPUUtilization{0.3, std::nullopt, 0.1};
     r.memory = MemoryUsage{1000, 300, 200, 100, 50, 7, 0.6, MemoryPressureLevel::warning};
-    r.disk = DiskUsage{100, 25, 10.0, std::nullopt};
+    r.disk = DiskUsage{100, 25, 10.0, std::nullopt, std::nullopt};
     r.network = NetworkUsage{1.5, 2.5, 100, std::nullopt};
     r.temperatures = Temperatures{60, 55, std::nullopt, 40, std::nullopt};
     return r;
@@ -39,9 +39,9 @@ TEST(Fraction, ClampsAndHandlesEmptyTotals) {
     EXPECT_EQ(r.fraction(SystemMetric::memory), 0.0); // zero total: empty gauge, not absent
     r.memory = MemoryUsage{100, 90, 20, 0, 0, 0, 0, MemoryPressureLevel::normal};
     EXPECT_EQ(r.fraction(SystemMetric::memory), 1.0);
-    r.disk = DiskUsage{100, 150, std::nullopt, std::nullopt};
+    r.disk = DiskUsage{100, 150, std::nullopt, std::nullopt, std::nullopt};
     EXPECT_EQ(r.fraction(SystemMetric::disk), 0.0);
-    r.disk = DiskUsage{0, 0, std::nullopt, std::nullopt};
+    r.disk = DiskUsage{0, 0, std::nullopt, std::nullopt, std::nullopt};
     EXPECT_EQ(r.fraction(SystemMetric::disk), 0.0);
 }
 

@@ -15,7 +15,7 @@ protected:
         auto owned = std::make_unique<RecordedCounterSource>(&calls);
         source = owned.get();
         source->ticks = {{{100, 100, 800, 0}}, {{150, 110, 840, 0}}, {{200, 120, 880, 0}}};
-        source->spaces = {{1000, 400}, {1000, 100}};
+        source->spaces = {{1000, 400, {}}, {1000, 100, {}}};
         source->disks = {{{{"nvme0n1", 0}}, {{"nvme0n1", 0}}},
                          {{{"nvme0n1", 4000}}, {{"nvme0n1", 2000}}}};
         source->networks = {{{{"3", 1000}}, {{"3", 500}}}, {{{"3", 3000}}, {{"3", 900}}}};
