@@ -52,6 +52,8 @@ void AppController::start() {
     }
     startSessionTracking();
     startClaudeLimits();
+    // Views built before the start show the switches as they were read from the files.
+    emit settingsChanged();
     // The update checker starts here; when it requires an update nothing below starts.
     if (services_.systemMonitor)
         services_.systemMonitor->start();

@@ -26,7 +26,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     ui::applyDesktopColorScheme(application);
 
     SingleInstance instance;
-    if (!instance.claim()) {
+    if (instance.claim() == SingleInstance::Claim::anotherIsRunning) {
         instance.forwardToRunning(openURL.empty() ? QStringLiteral("show-usage")
                                                   : "open " + QString::fromStdString(openURL));
         return 0;

@@ -1,5 +1,5 @@
 #include "app/commands.h"
-#include "app/environment_locale.h"
+#include "metrics/core/metric_format.h"
 #include "app/settings_values.h"
 #include "app/status_report.h"
 #include "core/json_exact_number.h"
@@ -37,7 +37,7 @@ int runStatusCommand(bool json) {
     if (json)
         std::cout << JsonExactNumber::dump(statusJson(report), 2) << std::endl;
     else
-        std::cout << statusText(report, environmentLocale());
+        std::cout << statusText(report, metrics::FormatLocale::fromEnvironment());
     return 0;
 }
 

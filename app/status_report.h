@@ -21,6 +21,6 @@ struct StatusReport {
 };
 
 nlohmann::json statusJson(const StatusReport& report);
-std::string statusText(const StatusReport& report, const metrics::FormatLocale& locale = {});
+std::string statusText(const StatusReport& report, const metrics::FormatLocale& locale);
 
 } // namespace ravo::app

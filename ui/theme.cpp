@@ -12,7 +12,7 @@ QColor levelColor(std::optional<metrics::MetricLevel> level, const QPalette& pal
         return mutedText(palette);
     switch (*level) {
     case metrics::MetricLevel::normal:
-        return dark ? QColor(0x4c, 0xc2, 0x7a) : QColor(0x1f, 0x8f, 0x4e);
+        return palette.color(QPalette::WindowText); // neutral: only trouble gets a colour
     case metrics::MetricLevel::warning:
         return dark ? QColor(0xf2, 0xb1, 0x3b) : QColor(0xb8, 0x6e, 0x00);
     case metrics::MetricLevel::critical:
@@ -25,6 +25,10 @@ QColor mutedText(const QPalette& palette) {
     QColor text = palette.color(QPalette::WindowText);
     text.setAlphaF(0.6f);
     return text;
+}
+
+QColor doneColor(const QPalette& palette) {
+    return isDark(palette) ? QColor(0x4c, 0xc2, 0x7a) : QColor(0x1f, 0x8f, 0x4e);
 }
 
 QColor errorText(const QPalette& palette) {

@@ -12,14 +12,21 @@ namespace ravo::app {
 class SingleInstance : public QObject {
     Q_OBJECT
 public:
+    // An empty name: no safe place for the socket, so no hand-over at all.
     explicit SingleInstance(QString socketName = defaultSocketName(), QObject* parent = nullptr);
 
+    // "ravo-<uid>.socket" in XDG_RUNTIME_DIR, or in a private folder under the temporary
+    // folder; empty (with the reason logged) when neither is the user's own.
     static QString defaultSocketName();
 
-    // Sends the request to a running instance; false when there is none.
+    // Sends the request to a running instance; false when there is none, or when the socket
+    // is not this user's own.
     bool forwardToRunning(const QString& request) const;
-    // Becomes the running instance; false when another one already is.
-    bool claim();
+
+    enum class Claim { claimed, anotherIsRunning, unavailable };
+    // Becomes the running instance, unless another one already is or the socket's place
+    // cannot be trusted (then Ravo runs on its own).
+    Claim claim();
 
 signals:
     void showUsageRequested();

@@ -9,15 +9,32 @@
 namespace ravo::metrics {
 
 FormatLocale FormatLocale::named(std::string_view name) {
-    // Languages that write a decimal comma.
+    // Languages that write a decimal comma, and those that set "%" apart (CLDR).
     static constexpr std::array<std::string_view, 24> commaLanguages{
         "de", "fr", "nb", "nn", "no", "sv", "da", "fi", "es", "it", "nl", "pt",
         "ru", "pl", "cs", "sk", "tr", "uk", "hu", "ro", "el", "is", "id", "vi"};
+    static constexpr std::array<std::string_view, 15> spacedPercentLanguages{
+        "de", "nb", "nn", "no", "sv", "da", "fi", "es", "ru", "pl", "cs", "sk", "uk", "ro", "bg"};
+    constexpr std::string_view kNoBreakSpace = "\u00a0", kNarrowNoBreakSpace = "\u202f";
     const std::string_view language = name.substr(0, name.find_first_of("_.@-"));
+    FormatLocale locale;
     for (std::string_view comma : commaLanguages)
         if (language == comma)
-            return FormatLocale{','};
-    return FormatLocale{};
+            locale.decimalSeparator = ',';
+    for (std::string_view spaced : spacedPercentLanguages)
+        if (language == spaced)
+            locale.percentSpace = kNoBreakSpace;
+    if (language == "fr")
+        locale.percentSpace = kNarrowNoBreakSpace;
+    locale.percentFirst = language == "tr";
+    return locale;
+}
+
+FormatLocale FormatLocale::fromEnvironment() {
+    for (const char* variable : {"LC_ALL", "LC_NUMERIC", "LANG"})
+        if (const char* value = std::getenv(variable); value && value[0])
+            return named(value);
+    return {};
 }
 
 namespace {
@@ -112,12 +129,16 @@ std::string MetricFormat::compactRate(double bytesPerSecond) {
     return buffer;
 }
 
-std::string MetricFormat::percent(double fraction, const FormatLocale&) {
-    return number(std::round(fraction * 100.0), 0, {}) + "%";
+std::string MetricFormat::percent(double fraction, const FormatLocale& locale) {
+    const std::string digits = number(std::round(fraction * 100.0), 0, locale);
+    if (locale.percentFirst)
+        return "%" + digits;
+    return digits + std::string(locale.percentSpace) + "%";
 }
 
-std::string MetricFormat::celsius(double degrees, const FormatLocale&) {
-    return number(std::round(degrees), 0, {}) + "°C";
+std::string MetricFormat::celsius(double degrees, const FormatLocale& locale) {
+    // The narrow unit stays with the number in every locale.
+    return number(std::round(degrees), 0, locale) + "°C";
 }
 
 } // namespace ravo::metrics

@@ -20,6 +20,6 @@ struct MetricSummary {
 };
 
 MetricSummary summarize(const SystemReading& reading, SystemMetric metric,
-                        const FormatLocale& locale = {});
+                        const FormatLocale& locale);
 
 } // namespace ravo::metrics

@@ -26,7 +26,7 @@ TEST(StatusJson, PutsTheReadingUnderSystemWithIsoDates) {
 }
 
 TEST(StatusText, GivesEveryMetricItsValueAndLevel) {
-    const auto text = statusText(report());
+    const auto text = statusText(report(), {});
     EXPECT_NE(text.find("Processor    75% (warning)"), std::string::npos) << text;
     EXPECT_NE(text.find("Memory       50% (normal)  512 MB used of 1 GB"), std::string::npos)
         << text;

@@ -25,7 +25,7 @@ TEST(DashboardText, ShowsEnabledMetricsInOrderWithTheirHistory) {
     frame.history[SystemMetric::memory] = std::vector<double>(100, 1.0);
     frame.width = 60;
     frame.color = false;
-    const auto text = renderDashboard(frame);
+    const auto text = renderDashboard(frame, {});
     const auto memory = text.find("Memory");
     const auto cpu = text.find("Processor");
     ASSERT_NE(memory, std::string::npos);
@@ -66,19 +66,19 @@ TEST(DashboardText, ShowsTheLimitsAndTheSessionsBesideTheMetrics) {
     session.state = sessions::AgentSession::State::waiting;
     session.updatedAt = session.turnStartedAt = frame.now - std::chrono::minutes(3);
     frame.sessions = {session};
-    const auto text = renderDashboard(frame);
+    const auto text = renderDashboard(frame, {});
     EXPECT_NE(text.find("Claude Max 5×"), std::string::npos) << text;
     EXPECT_NE(text.find("42% used, resets in 1 h 30 min"), std::string::npos) << text;
     EXPECT_NE(text.find("waiting  Claude  shop — Add a cart (3 min ago)"), std::string::npos)
         << text;
     frame.tracksSessions = false;
-    EXPECT_NE(renderDashboard(frame).find("Tracking is off"), std::string::npos);
+    EXPECT_NE(renderDashboard(frame, {}).find("Tracking is off"), std::string::npos);
 }
 
 TEST(DashboardText, SaysSoWhenNothingIsEnabled) {
     DashboardFrame frame;
     frame.color = false;
-    EXPECT_NE(renderDashboard(frame).find("No metrics are enabled"), std::string::npos);
+    EXPECT_NE(renderDashboard(frame, {}).find("No metrics are enabled"), std::string::npos);
 }
 
 } // namespace

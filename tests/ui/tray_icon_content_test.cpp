@@ -33,7 +33,8 @@ TEST(TrayIconContents, RatesAndTemperaturesAreShortText) {
         Temperatures{std::nullopt, std::nullopt, 84.6, std::nullopt, std::nullopt};
     const auto hot = TrayIconContent::forMetric(reading, SystemMetric::temperature);
     EXPECT_EQ(hot.first, "85°");
-    EXPECT_EQ(hot.level, MetricLevel::warning);
+    // Regression: temperatures were coloured as warnings, a level they do not have.
+    EXPECT_EQ(hot.level, std::nullopt);
     EXPECT_EQ(TrayIconContent::tooltip(reading, SystemMetric::temperature),
               "Temperature: 85°C\ngraphics 85°C");
 }

@@ -78,7 +78,7 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric, 
 
 void MetricDetailView::refresh() {
     const SystemReading reading = monitor_->reading().value_or(SystemReading{});
-    const MetricSummary summary = summarize(reading, metric_);
+    const MetricSummary summary = summarize(reading, metric_, locale_);
     const QColor color = Theme::levelColor(summary.level, palette());
     value_->setText(QString::fromStdString(summary.value));
     QPalette valuePalette = value_->palette();
@@ -98,7 +98,7 @@ void MetricDetailView::refresh() {
     } else {
         sparkline_->setValues(monitor_->history(metric_), 1.0, summary.level ? color : accent);
     }
-    fillForm(rows_, MetricRows::forReading(reading, metric_));
+    fillForm(rows_, MetricRows::forReading(reading, metric_, locale_));
     refreshCores();
     if (monitor_->hardware())
         fillForm(hardware_, MetricRows::forHardware(*monitor_->hardware(), metric_));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "metrics/core/metric_format.h"
 #include "metrics/core/system_metric.h"
 
 #include <QWidget>
@@ -32,6 +33,7 @@ private:
 
     metrics::SystemMonitor* monitor_;
     metrics::SystemMetric metric_;
+    metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
     QLabel* value_;
     SparklineWidget* sparkline_;
     SparklineWidget* secondSparkline_ = nullptr;

@@ -14,7 +14,7 @@ namespace ravo::ui::MetricRows {
 using Rows = std::vector<std::pair<std::string, std::string>>;
 
 Rows forReading(const metrics::SystemReading& reading, metrics::SystemMetric metric,
-                const metrics::FormatLocale& locale = {});
+                const metrics::FormatLocale& locale);
 Rows forHardware(const metrics::HardwareInfo& hardware, metrics::SystemMetric metric);
 
 } // namespace ravo::ui::MetricRows

@@ -27,7 +27,7 @@ QColor stateColor(sessions::AgentSession::State state, const QPalette& palette) 
     case sessions::AgentSession::State::waiting:
         return Theme::levelColor(metrics::MetricLevel::warning, palette);
     case sessions::AgentSession::State::done:
-        return Theme::levelColor(metrics::MetricLevel::normal, palette);
+        return Theme::doneColor(palette);
     }
     return Theme::mutedText(palette);
 }

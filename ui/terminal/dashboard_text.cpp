@@ -21,7 +21,7 @@ const char* levelColor(std::optional<MetricLevel> level) {
         return "\x1b[2m";
     switch (*level) {
     case MetricLevel::normal:
-        return "\x1b[32m";
+        return ""; // the terminal's own colour: only trouble stands out
     case MetricLevel::warning:
         return "\x1b[33m";
     case MetricLevel::critical:

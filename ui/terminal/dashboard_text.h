@@ -27,6 +27,6 @@ struct DashboardFrame {
     bool color = true;
 };
 
-std::string renderDashboard(const DashboardFrame& frame, const metrics::FormatLocale& locale = {});
+std::string renderDashboard(const DashboardFrame& frame, const metrics::FormatLocale& locale);
 
 } // namespace ravo::ui

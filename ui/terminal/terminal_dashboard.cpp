@@ -33,7 +33,7 @@ void TerminalDashboard::redraw() {
     frame.now = Clock::now();
     frame.width = terminal_->width();
     frame.color = terminal_->isInteractive();
-    terminal_->draw(renderDashboard(frame));
+    terminal_->draw(renderDashboard(frame, locale_));
 }
 
 } // namespace ravo::ui

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "metrics/core/metric_format.h"
+
 #include <QObject>
 
 namespace ravo::app {
@@ -23,6 +25,7 @@ public:
 private:
     app::AppController* controller_;
     TerminalSession* terminal_;
+    metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
 };
 
 } // namespace ravo::ui

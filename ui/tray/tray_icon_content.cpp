@@ -37,11 +37,8 @@ TrayIconContent TrayIconContent::forMetric(const SystemReading& reading, SystemM
         content.isGauge = false;
         const auto t = reading.temperatures.value_or(Temperatures{});
         const auto shown = t.cpu ? t.cpu : (t.gpu ? t.gpu : (t.ssd ? t.ssd : t.battery));
+        // Temperatures have no levels: what is hot differs too much between machines.
         content.first = shown ? std::to_string(std::lround(*shown)) + "°" : "—";
-        if (shown)
-            content.level =
-                *shown >= 95 ? MetricLevel::critical
-                             : (*shown >= 80 ? std::optional(MetricLevel::warning) : std::nullopt);
         return content;
     }
     if (const auto fraction = reading.fraction(metric)) {
@@ -55,7 +52,7 @@ TrayIconContent TrayIconContent::forMetric(const SystemReading& reading, SystemM
 }
 
 std::string TrayIconContent::tooltip(const SystemReading& reading, SystemMetric metric) {
-    const auto summary = summarize(reading, metric);
+    const auto summary = summarize(reading, metric, FormatLocale::fromEnvironment());
     std::string text = std::string(displayName(metric)) + ": " + summary.value;
     if (!summary.detail.empty())
         text += "\n" + summary.detail;

@@ -18,7 +18,7 @@ QColor levelColor(std::optional<metrics::MetricLevel> level) {
         return QColor(0x8e, 0xc5, 0xff);
     switch (*level) {
     case metrics::MetricLevel::normal:
-        return QColor(0x4c, 0xd9, 0x7b);
+        return kText; // neutral: only trouble gets a colour
     case metrics::MetricLevel::warning:
         return QColor(0xf2, 0xa9, 0x1e);
     case metrics::MetricLevel::critical:

@@ -12,7 +12,7 @@ DBusSleepWakeWatcher::DBusSleepWakeWatcher(QDBusConnection session, QDBusConnect
                        "org.freedesktop.login1.Manager", "PrepareForSleep", this,
                        SLOT(onPrepareForSleep(bool)));
         system.connect("org.freedesktop.login1", QString(), "org.freedesktop.login1.Session",
-                       "Unlock", this, SIGNAL(sessionDidBecomeActive()));
+                       "Unlock", this, SLOT(onSessionUnlocked()));
     }
     if (!session.isConnected()) {
         qCInfo(lcApp) << "No session bus; screen sleep is not watched";
@@ -46,12 +46,23 @@ void DBusSleepWakeWatcher::onScreenSaverActiveChanged(bool active) {
     if (active == screensAsleep_)
         return;
     screensAsleep_ = active;
-    if (active) {
+    if (active)
         emit screensDidSleep();
-    } else {
-        emit screensDidWake();
-        emit sessionDidBecomeActive();
-    }
+    else
+        screensWoke();
+}
+
+void DBusSleepWakeWatcher::onSessionUnlocked() {
+    screensWoke();
+}
+
+// An unlock reaches us from the screensaver and from logind, in either order: one user
+// action is one event. (Switching users is logind's "Active" property, not watched here.)
+void DBusSleepWakeWatcher::screensWoke() {
+    if (lastWake_.isValid() && lastWake_.elapsed() < kSameWakeMilliseconds)
+        return;
+    lastWake_.start();
+    emit screensDidWake();
 }
 
 } // namespace ravo::app

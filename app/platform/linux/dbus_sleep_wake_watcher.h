@@ -3,6 +3,7 @@
 #include "app/platform/sleep_wake_watcher.h"
 
 #include <QDBusConnection>
+#include <QElapsedTimer>
 
 namespace ravo::app {
 
@@ -20,8 +21,12 @@ public:
 private slots:
     void onPrepareForSleep(bool sleeping);
     void onScreenSaverActiveChanged(bool active);
+    void onSessionUnlocked();
 
 private:
+    void screensWoke();
+    static constexpr qint64 kSameWakeMilliseconds = 5000;
+    QElapsedTimer lastWake_;
     bool watchingScreens_ = false;
     bool screensAsleep_ = false;
 };

@@ -51,11 +51,11 @@ TEST(SingleInstance, TheSecondHandsItsRequestToTheFirst) {
     testing::TemporaryFolder folder;
     const QString name = QString::fromStdString((folder / "ravo.socket").string());
     SingleInstance first(name);
-    ASSERT_TRUE(first.claim());
+    ASSERT_EQ(first.claim(), SingleInstance::Claim::claimed);
     QSignalSpy shows(&first, &SingleInstance::showUsageRequested);
     QSignalSpy opens(&first, &SingleInstance::openRequested);
     SingleInstance second(name);
-    EXPECT_FALSE(second.claim());
+    EXPECT_EQ(second.claim(), SingleInstance::Claim::anotherIsRunning);
     EXPECT_TRUE(second.forwardToRunning("show-usage"));
     ASSERT_TRUE(shows.wait(2000));
     EXPECT_TRUE(second.forwardToRunning("open ravo://session/claude/abc"));

@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QSignalSpy>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace ravo::app {
@@ -30,7 +31,28 @@ TEST(DBusSleepWakeWatcher, ScreenSaverSignalsPauseAndResume) {
     ASSERT_TRUE(woke.wait(2000));
     EXPECT_EQ(slept.count(), 1);
     EXPECT_EQ(woke.count(), 1);
-    EXPECT_EQ(active.count(), 1);
+    EXPECT_EQ(active.count(), 0);
+}
+
+// Regression: one unlock came as screens-did-wake and session-did-become-active, and logind's
+// Unlock added a third: three refreshes for one user action.
+TEST(DBusSleepWakeWatcher, OneUnlockIsOneWakeWhicheverSourceSpeaksFirst) {
+    auto bus = QDBusConnection::sessionBus();
+    ASSERT_TRUE(bus.registerService("org.freedesktop.login1"));
+    // logind's signals come over the "system" connection; here both are the test bus.
+    DBusSleepWakeWatcher watcher(bus, bus);
+    QSignalSpy woke(&watcher, &SleepWakeWatcher::screensDidWake);
+    QSignalSpy active(&watcher, &SleepWakeWatcher::sessionDidBecomeActive);
+
+    sendActiveChanged("/org/freedesktop/ScreenSaver", "org.freedesktop.ScreenSaver", true);
+    ASSERT_TRUE(bus.send(QDBusMessage::createSignal("/org/freedesktop/login1/session/_31",
+                                                    "org.freedesktop.login1.Session", "Unlock")));
+    ASSERT_TRUE(woke.wait(2000));
+    sendActiveChanged("/org/freedesktop/ScreenSaver", "org.freedesktop.ScreenSaver", false);
+    QTest::qWait(300);
+    EXPECT_EQ(woke.count(), 1);
+    EXPECT_EQ(active.count(), 0);
+    bus.unregisterService("org.freedesktop.login1");
 }
 
 TEST(DBusSleepWakeWatcher, WithoutABusNothingHappens) {
