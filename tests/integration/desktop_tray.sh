@@ -29,5 +29,5 @@ wait $tray 2>/dev/null || true
 "$bin/ravo" >"$work/log2" 2>&1 &
 ravo=$!
 dashboard() { xwininfo -root -tree | grep -q '"Ravo": ("ravo" "Ravo")  7[0-9][0-9]x'; }
-wait_until 10 dashboard || fail "no dashboard window without a tray: $(xwininfo -root -tree | grep Ravo)"
+wait_until 10 dashboard || fail "no dashboard window without a tray: $(xwininfo -root -tree | grep Ravo), log: $(cat "$work/log2")"
 echo "seven tray items; the second ravo showed the popover; without a tray, the window"

@@ -5,6 +5,7 @@
 #include "sessions/core/session_list.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
+#include "ui/widgets/popover_window.h"
 #include "ui/widgets/usage_bar.h"
 #include "usage/core/usage_text.h"
 
@@ -127,8 +128,9 @@ void UsageView::rebuild() {
                                                 sessions::SessionList::age(*newest, Clock::now()))
                              : QString());
     adjustSize();
-    if (window() != this)
-        window()->adjustSize();
+    // A popover fits its content; a window the user sized (the dashboard) keeps its size.
+    if (auto* popover = qobject_cast<PopoverWindow*>(window()))
+        popover->adjustSize();
 }
 
 void UsageView::addProviders() {
