@@ -61,9 +61,13 @@ Result<nlohmann::json> read(const fs::path& path) {
     const auto text = readFile(path, kMaxConfigBytes);
     if (!text)
         return Failure{"Cannot read " + path.string() + "."};
-    if (isBlank(*text))
+    return parse(*text, path);
+}
+
+Result<nlohmann::json> parse(std::string_view text, const fs::path& path) {
+    if (isBlank(text))
         return nlohmann::json::object();
-    auto config = parseJson(*text, {.maxDepth = kMaxConfigDepth});
+    auto config = parseJson(text, {.maxDepth = kMaxConfigDepth});
     if (!config)
         return Failure{"The file " + path.string() + " couldn't be read: " + config.error() +
                        ". Ravo leaves it as it is."};

@@ -13,6 +13,8 @@ namespace ravo::JsonConfigFile {
 // A missing or empty file reads as an empty object. Anything else that is not a JSON
 // object of sane depth is a failure whose text names the file and the reason.
 Result<nlohmann::json> read(const std::filesystem::path& path);
+// The same rules over text already read; `path` only names the file in the failure.
+Result<nlohmann::json> parse(std::string_view text, const std::filesystem::path& path);
 
 // Pretty-printed with sorted keys, written atomically through any symlink, keeping the
 // file's mode and owner; a new file gets `newFileMode`. Before the first change the

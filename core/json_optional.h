@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -21,6 +22,20 @@ void getOptional(const nlohmann::json& object, std::string_view key, std::option
         value.reset();
     else
         value = it->template get<T>();
+}
+
+// A JSON integer that fits 64 signed bits; nothing for fractions, floats out of range or text.
+// (nlohmann's own get<std::int64_t>() casts any float, which is undefined past the range.)
+inline std::optional<std::int64_t> exactInteger(const nlohmann::json& value) {
+    if (value.is_number_unsigned()) {
+        const auto unsignedValue = value.get<std::uint64_t>();
+        if (unsignedValue > static_cast<std::uint64_t>(INT64_MAX))
+            return std::nullopt;
+        return static_cast<std::int64_t>(unsignedValue);
+    }
+    if (value.is_number_integer())
+        return value.get<std::int64_t>();
+    return std::nullopt;
 }
 
 } // namespace ravo::json

@@ -1,5 +1,6 @@
 #include "core/time.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -15,6 +16,11 @@ double unixSeconds(TimePoint t) {
 }
 
 TimePoint fromUnixSeconds(double seconds) {
+    // Outside files may say anything; the clock's range (about 1678 to 2262) holds it all.
+    constexpr double kLimit = 9.2e9;
+    if (std::isnan(seconds))
+        seconds = 0;
+    seconds = std::clamp(seconds, -kLimit, kLimit);
     const double whole = std::floor(seconds);
     const auto fraction = std::chrono::round<Clock::duration>(Seconds(seconds - whole));
     return TimePoint(std::chrono::seconds(static_cast<long long>(whole)) + fraction);

@@ -15,6 +15,7 @@ using Seconds = std::chrono::duration<double>;
 inline constexpr double kReferenceDateOffset = 978307200.0;
 
 double unixSeconds(TimePoint t);
+// Clamped to what the clock can hold; NaN reads as the epoch.
 TimePoint fromUnixSeconds(double seconds);
 double referenceSeconds(TimePoint t);
 TimePoint fromReferenceSeconds(double seconds);

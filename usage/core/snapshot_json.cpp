@@ -1,6 +1,7 @@
 #include "usage/core/snapshot_json.h"
 
 #include "core/json_exact_number.h"
+#include "core/json_optional.h"
 #include "core/json_parse.h"
 
 #include <stdexcept>
@@ -31,6 +32,19 @@ template <typename T> std::optional<T> readOptional(const json& object, const ch
     return it->get<T>();
 }
 
+std::int64_t wholeNumber(const json& value, const char* key) {
+    if (const auto integer = ravo::json::exactInteger(value))
+        return *integer;
+    throw std::invalid_argument(std::string("\"") + key + "\" is not a whole number");
+}
+
+std::optional<std::int64_t> optionalWholeNumber(const json& object, const char* key) {
+    const auto it = object.find(key);
+    if (it == object.end() || it->is_null())
+        return std::nullopt;
+    return wholeNumber(*it, key);
+}
+
 json windowToJson(const UsageWindow& w, DateStyle style) {
     json j = {{"id", w.id}, {"usedPercent", w.usedPercent}};
     if (w.minutes)
@@ -45,7 +59,7 @@ json windowToJson(const UsageWindow& w, DateStyle style) {
 UsageWindow windowFromJson(const json& j) {
     UsageWindow w;
     w.id = j.at("id").get<std::string>();
-    w.minutes = readOptional<std::int64_t>(j, "minutes");
+    w.minutes = optionalWholeNumber(j, "minutes");
     w.model = readOptional<std::string>(j, "model");
     w.usedPercent = j.at("usedPercent").get<double>();
     w.resetsAt = readDate(j, "resetsAt");
@@ -63,11 +77,8 @@ json balanceToJson(const Decimal& balance) {
 
 // Long balances arrive as their text (see kSnapshotLimits).
 std::optional<Decimal> balanceFromJson(const json& value) {
-    if (value.is_number_integer() && !value.is_number_unsigned())
-        return Decimal(value.get<std::int64_t>(), 0);
-    if (value.is_number_unsigned() &&
-        value.get<std::uint64_t>() <= static_cast<std::uint64_t>(INT64_MAX))
-        return Decimal(static_cast<std::int64_t>(value.get<std::uint64_t>()), 0);
+    if (const auto whole = ravo::json::exactInteger(value))
+        return Decimal(*whole, 0);
     if (value.is_number_float())
         return Decimal::fromDouble(value.get<double>());
     if (value.is_string())
@@ -105,7 +116,7 @@ ProviderUsage usageFromJson(const json& j) {
         throw std::invalid_argument("unknown provider");
     u.provider = *provider;
     u.plan = readOptional<std::string>(j, "plan");
-    u.planMultiplier = readOptional<std::int64_t>(j, "planMultiplier");
+    u.planMultiplier = optionalWholeNumber(j, "planMultiplier");
     for (const auto& w : j.at("windows"))
         u.windows.push_back(windowFromJson(w));
     if (const auto it = j.find("credits"); it != j.end() && !it->is_null()) {
@@ -114,7 +125,7 @@ ProviderUsage usageFromJson(const json& j) {
             throw std::invalid_argument("balance is not a number");
         u.credits = Credits{*balance, it->at("unlimited").get<bool>()};
     }
-    u.resetCredits = j.at("resetCredits").get<std::int64_t>();
+    u.resetCredits = wholeNumber(j.at("resetCredits"), "resetCredits");
     u.updatedAt = readDate(j, "updatedAt");
     u.error = readOptional<std::string>(j, "error");
     if (const auto setup = readOptional<std::string>(j, "setup")) {

@@ -97,8 +97,9 @@ std::optional<DeviceCounters> LinuxCounterSource::networkCounters() {
         return std::nullopt;
     DeviceCounters counters;
     for (const auto& [name, bytes] : parseNetDev(*text)) {
-        const auto physical = std::find_if(interfaces_.begin(), interfaces_.end(),
-                                           [&](const auto& i) { return i.name == name; });
+        const auto physical =
+            std::find_if(interfaces_.begin(), interfaces_.end(),
+                         [&interface = name](const auto& i) { return i.name == interface; });
         if (physical == interfaces_.end() || !isInterfaceUp(roots_.sys, name))
             continue;
         counters.received[physical->index] = bytes.received;
