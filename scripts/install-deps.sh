@@ -11,7 +11,7 @@ packages=(
     dbus dbus-x11 xvfb xauth procps jq valgrind fonts-dejavu-core
 )
 if [ "${1:-}" = "--tests" ]; then
-    packages+=(nodejs npm trayer x11-utils)
+    packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev)
 fi
 
 missing=()

@@ -5,5 +5,6 @@ here="$(cd "$(dirname "$0")" && pwd)"
 "$here/install-deps.sh" --tests
 "$here/install-test-agents.sh"
 "$here/build.sh"
+"$here/../fuzz/run.sh" --build-only
 cd "$here/.."
 ctest --preset default "$@"

@@ -136,5 +136,50 @@ TEST(DesktopSessions, ValidIDsAndTheWalkThatFindsThem) {
     EXPECT_FALSE(desktopID("cli-1", root / "missing"));
 }
 
+// Regressions: records hold the first line of the user's prompt and were readable by
+// everyone; their keys came out sorted instead of in the record's own order.
+TEST(SessionRecordPrivacy, RecordsAre0600InA0700FolderWithKeysInFieldOrder) {
+    testing::TemporaryHome home;
+    auto record = session(Provider::claude, "abc", AgentSession::State::running, 0);
+    record.title = "Rotate the production keys";
+    ASSERT_TRUE(SessionStore::apply(Upsert{record}, Provider::claude, "abc").ok());
+    const auto folder = *SessionStore::directory();
+    EXPECT_EQ(fs::status(folder).permissions() & fs::perms::all, fs::perms(0700));
+    EXPECT_EQ(fs::status(folder / "claude-abc.json").permissions() & fs::perms::all,
+              fs::perms(0600));
+    const std::string text = *readFile(folder / "claude-abc.json");
+    std::size_t last = 0;
+    for (const char* key : {"\"provider\"", "\"sessionID\"", "\"project\"", "\"title\"",
+                            "\"state\"", "\"updatedAt\"", "\"turnStartedAt\""}) {
+        const auto at = text.find(key);
+        ASSERT_NE(at, std::string::npos) << key;
+        EXPECT_GT(at, last == 0 ? 0 : last) << key << " in " << text;
+        last = at;
+    }
+    // A folder made readable by an earlier version is closed by the next prune.
+    fs::permissions(folder, fs::perms(0755));
+    SessionStore::prune(now);
+    EXPECT_EQ(fs::status(folder).permissions() & fs::perms::all, fs::perms(0700));
+}
+
+TEST(SessionRecordPrivacy, PruneClearsWhatKilledWritersLeftBehind) {
+    testing::TemporaryHome home;
+    ASSERT_TRUE(SessionStore::apply(
+                    Upsert{session(Provider::claude, "a", AgentSession::State::running, 0)},
+                    Provider::claude, "a")
+                    .ok());
+    const auto folder = *SessionStore::directory();
+    const auto leftover = folder / "claude-a.json.31337.00000000deadbeef.tmp";
+    const auto snapshotLeftover = home.container() / "snapshot.json.31338.00000000deadbeef.tmp";
+    for (const auto& file : {leftover, snapshotLeftover}) {
+        ASSERT_TRUE(writeFileAtomically(file, "{\"provider\":").ok());
+        fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(2));
+    }
+    SessionStore::prune(Clock::now());
+    EXPECT_FALSE(fs::exists(leftover));
+    EXPECT_FALSE(fs::exists(snapshotLeftover));
+    EXPECT_TRUE(fs::exists(folder / "claude-a.json"));
+}
+
 } // namespace
 } // namespace ravo::sessions
