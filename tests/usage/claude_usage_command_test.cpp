@@ -53,6 +53,47 @@ TEST(UsageAnswer, FailuresAreTold) {
               "Claude Code's usage answer was unreadable.");
 }
 
+// Regressions: a percentage of 400 digits threw out of std::stod and wedged the refresher;
+// a 100,000-character line overflowed the stack inside std::regex.
+TEST(HostileUsageAnswers, CostLinearTimeAndNeverThrow) {
+    const std::string tiny = "0." + std::string(400, '0') + "1";
+    const auto huge = ClaudeUsageCommand::limits(
+        answer("Current session: " + tiny + "% used\nCurrent week: 1" + std::string(400, '0') +
+               "% used\nCurrent week (Fable only): 7% used"),
+        noonInOslo);
+    ASSERT_TRUE(std::holds_alternative<ClaudeLimits>(huge));
+    EXPECT_FALSE(std::get<ClaudeLimits>(huge).fiveHour); // no number a double keeps: dropped
+    EXPECT_FALSE(std::get<ClaudeLimits>(huge).sevenDay);
+    EXPECT_EQ(std::get<ClaudeLimits>(huge).models->at("fable").usedPercent, 7);
+
+    const std::string longLine = "Current week (" + std::string(100'000, '(') + "): 5% used";
+    EXPECT_EQ(std::get<Failure>(ClaudeUsageCommand::limits(answer(longLine), noonInOslo)),
+              Failure::noLimits);
+    std::string manyLines;
+    for (int i = 0; i < 20'000; ++i)
+        manyLines += "Current week (x only): 5% used · resets " + std::string(50, '(') + "\n";
+    EXPECT_TRUE(std::holds_alternative<ClaudeLimits>(
+        ClaudeUsageCommand::limits(answer(manyLines), noonInOslo)));
+    EXPECT_FALSE(ClaudeUsageCommand::resetDate(std::string(100'000, '1'), "UTC", noonInOslo));
+}
+
+TEST(UsageAnswer, MatchesWhereThePatternWouldAndNowhereElse) {
+    const auto parsed = ClaudeUsageCommand::limits(
+        answer("  Current session: 12.5% used · resets 3pm (Europe/Oslo) trailing\n"
+               "Current week (a (b) c only): 3% used\n"
+               "Current week (): 9% used\n"
+               "Current session: 5%used\n"),
+        noonInOslo);
+    ASSERT_TRUE(std::holds_alternative<ClaudeLimits>(parsed));
+    const auto& limits = std::get<ClaudeLimits>(parsed);
+    EXPECT_EQ(limits.fiveHour->usedPercent, 12.5);
+    EXPECT_EQ(limits.fiveHour->resetsAt, parseIso8601("2026-01-01T14:00:00Z"));
+    // "(.+?)" takes the shortest scope that a "): " and a percentage follow.
+    ASSERT_EQ(limits.models->size(), 1u);
+    EXPECT_EQ(limits.models->begin()->first, "a_b_c");
+    EXPECT_FALSE(limits.sevenDay); // an empty scope is no match
+}
+
 TEST(ResetDate, PlacesTimesAfterNowInTheNamedZone) {
     using ClaudeUsageCommand::resetDate;
     // Earlier today has passed: the next one is tomorrow.

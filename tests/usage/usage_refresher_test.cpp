@@ -47,6 +47,41 @@ protected:
     TimePoint now = *parseIso8601("2026-05-01T10:00:00Z");
 };
 
+// A provider that fails the way code does, not the way the protocol does.
+struct ThrowingProvider final : UsageProvider {
+    int calls = 0;
+    QCoro::Task<UsageOutcome> fetch(TimePoint) override {
+        ++calls;
+        co_await QCoro::sleepFor(std::chrono::milliseconds(1));
+        throw std::out_of_range("stod");
+    }
+};
+
+// Regression: an exception out of one provider left the refresher "refreshing" for good:
+// `ravo status` hung and the app never saved a snapshot again.
+TEST_F(UsageRefresherTest, AThrowingProviderIsItsOwnFailureAndTheNextPassRuns) {
+    auto thrower = std::make_shared<ThrowingProvider>();
+    codex->outcome = reading(12);
+    UsageRefresher refresher(
+        UsageRefresher::Providers{{Provider::claude, thrower}, {Provider::codex, codex}},
+        nullptr,
+        [this](const UsageSnapshot& s) -> Status {
+            published.push_back(s);
+            return success();
+        },
+        &settings, [this] { return now; });
+    for (int pass = 1; pass <= 2; ++pass) {
+        const auto snapshot = QCoro::waitFor(refresher.refresh());
+        ASSERT_TRUE(snapshot) << "pass " << pass;
+        const auto claudeUsage = snapshot->usage(Provider::claude);
+        ASSERT_TRUE(claudeUsage && claudeUsage->error);
+        EXPECT_NE(claudeUsage->error->find("stod"), std::string::npos);
+        EXPECT_EQ(snapshot->usage(Provider::codex)->windows.at(0).usedPercent, 12);
+    }
+    EXPECT_EQ(thrower->calls, 2);
+    EXPECT_EQ(published.size(), 2u);
+}
+
 TEST_F(UsageRefresherTest, AsksEveryProviderAtOnceAndAppliesAnswersAsTheyCome) {
     std::vector<std::string> events;
     claude->outcome = reading(10);

@@ -63,6 +63,31 @@ TEST(SnapshotJson, RoundTripsAndRefusesOtherDateForms) {
                  std::exception);
 }
 
+// Regression: a Codex balance of "123456789012345678" came back as 123456789012345680.
+TEST(SnapshotJson, KeepsEveryCreditBalanceExactAsAJsonNumber) {
+    testing::TemporaryHome home;
+    for (const char* text : {"123456789012345678", "12345678.9012345678", "5.39", "-0.5", "0"}) {
+        UsageSnapshot snapshot;
+        ProviderReading codex;
+        codex.credits = Credits{*Decimal::parse(text), false};
+        snapshot.apply(codex, Provider::codex, fromReferenceSeconds(800000000));
+        ASSERT_TRUE(SnapshotStore::save(snapshot).ok());
+        const auto file = *readFile(*SnapshotStore::filePath());
+        EXPECT_NE(file.find(std::string("\"balance\":") + text), std::string::npos) << file;
+        const auto loaded = SnapshotStore::load();
+        ASSERT_TRUE(loaded) << text;
+        EXPECT_EQ(loaded->usage(Provider::codex)->credits->balance.toString(), text);
+    }
+}
+
+TEST(SnapshotJson, NumbersOutOfRangeFailToDecodeInsteadOfWrapping) {
+    EXPECT_FALSE(decodeSnapshot(R"({"providers":[{"provider":"codex","windows":[],"resetCredits":3e61}]})"));
+    EXPECT_FALSE(decodeSnapshot(R"({"providers":[{"provider":"codex","windows":[{"id":"w","minutes":1.5,"usedPercent":1}],"resetCredits":0}]})"));
+    const auto farAway = decodeSnapshot(R"({"providers":[{"provider":"codex","windows":[],"resetCredits":0,"updatedAt":1e300}]})");
+    ASSERT_TRUE(farAway); // clamped to the clock's range, not overflowed
+    EXPECT_GT(*farAway->providers.at(0).updatedAt, fromUnixSeconds(4e9));
+}
+
 TEST(SnapshotStoreFile, SavesAtomicallyAndLoadsBack) {
     ravo::testing::TemporaryHome home;
     EXPECT_FALSE(SnapshotStore::load()); // first run
