@@ -1,6 +1,7 @@
 #include "core/atomic_file.h"
 #include "sessions/core/session_store.h"
 #include "tests/support/child_process.h"
+#include "tests/support/silent_bus.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -36,6 +37,25 @@ protected:
 
     testing::TemporaryHome home; // this process reads the same folder through HOME
 };
+
+// Regression: a bus that accepts the connection but never answers kept the hook, and so the
+// agent, waiting for good.
+TEST_F(SessionHookTest, ABusThatNeverAnswersCostsTheAgentAtMostAQuarterSecond) {
+    testing::SilentBus bus;
+    const auto started = std::chrono::steady_clock::now();
+    const auto result = testing::runChild(
+        {RAVO_HOOK, "claude"}, event("silent-1", "UserPromptSubmit", {{"prompt", "Hi"}}),
+        {{"HOME", home.path().string()},
+         {"XDG_DATA_HOME", ""},
+         {"DBUS_SESSION_BUS_ADDRESS", bus.address()},
+         {"XDG_RUNTIME_DIR", ""}});
+    const auto took = std::chrono::steady_clock::now() - started;
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_LT(took, std::chrono::seconds(2)); // the budget is 250 ms; this leaves room
+    EXPECT_EQ(bus.connections(), 1);
+    ASSERT_EQ(loadAll().size(), 1u);
+    EXPECT_EQ(loadAll()[0].state, AgentSession::State::running);
+}
 
 TEST_F(SessionHookTest, AClaudeTurnMovesItsRecordThroughTheStates) {
     auto state = [&] {

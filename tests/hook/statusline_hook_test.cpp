@@ -1,5 +1,6 @@
 #include "core/atomic_file.h"
 #include "tests/support/child_process.h"
+#include "tests/support/silent_bus.h"
 #include "usage/core/claude_limits.h"
 
 #include <gtest/gtest.h>
@@ -38,6 +39,31 @@ TEST_F(StatusLineHookTest, StoresTheLimitsAndPrintsItsOwnLine) {
     EXPECT_EQ(stored->fiveHour->resetsAt, fromUnixSeconds(4102444800));
     EXPECT_EQ(stored->sevenDay->resetsAt, fromUnixSeconds(4102444800));
     EXPECT_EQ(stored->models->at("fable").usedPercent, 39);
+}
+
+// Regression: repeated figures kept an old "capturedAt" and posted nothing, so the app
+// could not tell fresh figures from stale ones.
+TEST_F(StatusLineHookTest, EveryRunStampsTheCaptureAndTellsTheApp) {
+    testing::SilentBus bus;
+    const std::string input =
+        R"({"rate_limits":{"five_hour":{"used_percentage":23,"resets_at":4102444800}}})";
+    std::optional<TimePoint> previous;
+    for (int run = 0; run < 3; ++run) {
+        const auto result = testing::runChild({RAVO_HOOK, "statusline"}, input,
+                                              {{"HOME", home.path().string()},
+                                               {"XDG_DATA_HOME", ""},
+                                               {"DBUS_SESSION_BUS_ADDRESS", bus.address()},
+                                               {"XDG_RUNTIME_DIR", ""}});
+        EXPECT_EQ(result.exitCode, 0);
+        const auto stored =
+            usage::claudeLimitsFromJson(nlohmann::json::parse(*readFile(limitsPath())));
+        ASSERT_TRUE(stored);
+        if (previous) {
+            EXPECT_GT(stored->capturedAt, *previous) << "run " << run;
+        }
+        previous = stored->capturedAt;
+    }
+    EXPECT_EQ(bus.connections(), 3);
 }
 
 TEST_F(StatusLineHookTest, WithoutLimitsNothingIsWrittenButALineIsPrinted) {
