@@ -2,6 +2,7 @@
 #include "ui/tray/tray_icon_painter.h"
 
 #include <QImage>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace ravo::ui {
@@ -37,6 +38,22 @@ TEST(TrayIconContents, RatesAndTemperaturesAreShortText) {
     EXPECT_EQ(hot.level, std::nullopt);
     EXPECT_EQ(TrayIconContent::tooltip(reading, SystemMetric::temperature),
               "Temperature: 85°C\ngraphics 85°C");
+}
+
+// Regression: views formatted in English whatever the user's locale.
+TEST(TrayIconContents, TooltipsFormatInTheUsersLocale) {
+    const char* saved = std::getenv("LC_ALL");
+    const std::string copy = saved ? saved : "";
+    ::setenv("LC_ALL", "de_DE.UTF-8", 1);
+    SystemReading reading;
+    reading.cpu = CPULoad{0.30, 0.12, {}};
+    const std::string tooltip = TrayIconContent::tooltip(reading, SystemMetric::cpu);
+    if (saved)
+        ::setenv("LC_ALL", copy.c_str(), 1);
+    else
+        ::unsetenv("LC_ALL");
+    EXPECT_NE(tooltip.find("42\u00a0%"), std::string::npos) << tooltip;
+    EXPECT_NE(tooltip.find("30\u00a0%"), std::string::npos) << tooltip;
 }
 
 TEST(TrayIconPictures, UsageMarkIsDrawnOnlyWhenAttentionIsNeeded) {

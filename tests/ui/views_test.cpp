@@ -1,6 +1,7 @@
 #include "app/app_controller.h"
 #include "core/group_settings.h"
 #include "metrics/system_monitor.h"
+#include "sessions/core/hook_installer.h"
 #include "sessions/core/session_store.h"
 #include "tests/metrics/recorded_counter_source.h"
 #include "tests/support/temporary_folder.h"
@@ -10,6 +11,7 @@
 #include "ui/popovers/usage_view.h"
 #include "ui/settings/settings_texts.h"
 #include "ui/settings/settings_window.h"
+#include "ui/theme.h"
 #include "ui/widgets/popover_window.h"
 #include "usage/claude_usage_probe.h"
 #include "usage/usage_refresher.h"
@@ -244,6 +246,46 @@ TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
     tracking->click();
     EXPECT_FALSE(controller->tracksSessions());
     EXPECT_FALSE(sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook").isInstalled());
+}
+
+// Regression: with hooks installed, the switch showed tracking off after a restart while
+// the popover showed it on; the window had been built before the controller read the files.
+TEST_F(ViewsTest, TheTrackingSwitchShowsWhatTheStartFoundInTheFiles) {
+    sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook").install();
+    app::AppController::Services services;
+    services.refresher = refresher.get();
+    services.probe = probe.get();
+    app::AppController restarted(&settings,
+                                 sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
+                                 std::move(services));
+    SettingsWindow window(&restarted);
+    restarted.start();
+    QCheckBox* tracking = nullptr;
+    for (auto* box : window.findChildren<QCheckBox*>())
+        if (box->text() == SettingsTexts::kTrackSessions)
+            tracking = box;
+    ASSERT_NE(tracking, nullptr);
+    EXPECT_TRUE(restarted.tracksSessions());
+    EXPECT_TRUE(tracking->isChecked());
+    restarted.stop();
+}
+
+// Regression: the normal level was drawn green; it is the neutral style.
+TEST_F(ViewsTest, OnlyTroubleHasAColour) {
+    for (const char* scheme : {"light", "dark"}) {
+        QPalette palette;
+        if (std::string(scheme) == "dark") {
+            palette.setColor(QPalette::Window, QColor(0x20, 0x20, 0x24));
+            palette.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
+        }
+        EXPECT_EQ(Theme::levelColor(metrics::MetricLevel::normal, palette),
+                  palette.color(QPalette::WindowText))
+            << scheme;
+        EXPECT_NE(Theme::levelColor(metrics::MetricLevel::warning, palette),
+                  palette.color(QPalette::WindowText));
+        EXPECT_NE(Theme::levelColor(metrics::MetricLevel::critical, palette),
+                  Theme::levelColor(metrics::MetricLevel::warning, palette));
+    }
 }
 
 TEST_F(ViewsTest, MenuBarTabOrdersAndEnablesTheMetrics) {

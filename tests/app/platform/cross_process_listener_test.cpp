@@ -6,9 +6,11 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QLocalServer>
 #include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace ravo::app {
 namespace {
@@ -61,6 +63,21 @@ TEST(SingleInstance, TheSecondHandsItsRequestToTheFirst) {
     EXPECT_TRUE(second.forwardToRunning("open ravo://session/claude/abc"));
     ASSERT_TRUE(opens.wait(2000));
     EXPECT_EQ(opens.takeFirst().at(0).toString(), "ravo://session/claude/abc");
+}
+
+TEST(SingleInstance, NeverHandsALinkToASocketThatIsNotOurs) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root to make a socket another user's";
+    testing::TemporaryFolder folder;
+    const QString name = QString::fromStdString((folder / "ravo.socket").string());
+    QLocalServer stranger;
+    ASSERT_TRUE(stranger.listen(name));
+    ASSERT_EQ(::chown(name.toLocal8Bit().constData(), 65534, 65534), 0);
+    SingleInstance ours(name);
+    EXPECT_EQ(ours.claim(), SingleInstance::Claim::unavailable);
+    EXPECT_FALSE(ours.forwardToRunning("open ravo://auth/callback?code=secret"));
+    QTest::qWait(200);
+    EXPECT_FALSE(stranger.hasPendingConnections());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "metrics/core/metric_format.h"
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace ravo::metrics {
@@ -50,6 +51,34 @@ TEST(PercentAndCelsius, RoundToWholeNumbers) {
     EXPECT_EQ(MetricFormat::percent(0), "0%");
     EXPECT_EQ(MetricFormat::celsius(61.6), "62°C");
     EXPECT_EQ(MetricFormat::celsius(-0.2), "0°C");
+}
+
+// Regression: percent and celsius ignored the locale they were given.
+TEST(PercentAndCelsius, FollowTheLocale) {
+    EXPECT_EQ(MetricFormat::percent(0.42, FormatLocale::named("de_DE.UTF-8")), "42\u00a0%");
+    EXPECT_EQ(MetricFormat::percent(0.42, FormatLocale::named("fr_FR.UTF-8")), "42\u202f%");
+    EXPECT_EQ(MetricFormat::percent(0.42, FormatLocale::named("tr_TR.UTF-8")), "%42");
+    EXPECT_EQ(MetricFormat::percent(0.42, FormatLocale::named("en_GB.UTF-8")), "42%");
+    EXPECT_EQ(MetricFormat::celsius(61.6, FormatLocale::named("de_DE.UTF-8")), "62°C");
+}
+
+TEST(FormatLocaleTest, ComesFromTheUsersEnvironmentInPosixOrder) {
+    const char* saved[3] = {std::getenv("LC_ALL"), std::getenv("LC_NUMERIC"), std::getenv("LANG")};
+    const std::string copies[3] = {saved[0] ? saved[0] : "", saved[1] ? saved[1] : "",
+                                   saved[2] ? saved[2] : ""};
+    ::unsetenv("LC_ALL");
+    ::setenv("LC_NUMERIC", "de_DE.UTF-8", 1);
+    ::setenv("LANG", "en_US.UTF-8", 1);
+    EXPECT_EQ(FormatLocale::fromEnvironment().decimalSeparator, ',');
+    ::setenv("LC_ALL", "C", 1);
+    EXPECT_EQ(FormatLocale::fromEnvironment().decimalSeparator, '.');
+    const char* names[3] = {"LC_ALL", "LC_NUMERIC", "LANG"};
+    for (int i = 0; i < 3; ++i) {
+        if (saved[i])
+            ::setenv(names[i], copies[i].c_str(), 1);
+        else
+            ::unsetenv(names[i]);
+    }
 }
 
 } // namespace

@@ -45,6 +45,17 @@ TEST(Fraction, ClampsAndHandlesEmptyTotals) {
     EXPECT_EQ(r.fraction(SystemMetric::disk), 0.0);
 }
 
+// Regression: blocks reserved for root counted as used, so the gauge said 70% where df said
+// 20%. The gauge is df's Use%: used / (used + available).
+TEST(Fraction, DiskGaugeLeavesRootsReservedBlocksOut) {
+    SystemReading r;
+    // 100 GB, 5 reserved for root, 19 used, 76 available: df says 20%.
+    r.disk = DiskUsage{100, 76, std::nullopt, std::nullopt, 5};
+    EXPECT_DOUBLE_EQ(*r.fraction(SystemMetric::disk), 19.0 / 95.0);
+    r.disk->reserved = 200; // a damaged reading never gives a negative or huge gauge
+    EXPECT_EQ(r.fraction(SystemMetric::disk), 0.0);
+}
+
 TEST(MetricLevelTest, SwitchesAtSeventyAndNinetyPercent) {
     EXPECT_EQ(levelFor(0.0), MetricLevel::normal);
     EXPECT_EQ(levelFor(0.6999), MetricLevel::normal);
