@@ -4,7 +4,8 @@ namespace ravo::JsonExactNumber {
 
 namespace {
 // A control character cannot start a real string that came from a decoded record of ours.
-constexpr std::string_view kMarker = "\x01" "exact:";
+constexpr std::string_view kMarker = "\x01"
+                                     "exact:";
 constexpr std::string_view kEscapedMarker = "\"\\u0001exact:";
 } // namespace
 

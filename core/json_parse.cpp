@@ -77,8 +77,8 @@ private:
     }
     // "[json.exception.parse_error.101] parse error at ..." reads better without the tag.
     static std::string readable(std::string message) {
-        if (const auto close = message.find("] "); message.rfind("[json.", 0) == 0 &&
-                                                   close != std::string::npos)
+        if (const auto close = message.find("] ");
+            message.rfind("[json.", 0) == 0 && close != std::string::npos)
             message.erase(0, close + 2);
         return message;
     }

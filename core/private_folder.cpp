@@ -38,9 +38,9 @@ Result<fs::path> runtimeFolder(const std::optional<fs::path>& runtimeDir,
 Status checkOwnSocket(const fs::path& socket) {
     struct stat info {};
     if (::lstat(socket.c_str(), &info) != 0)
-        return errno == ENOENT ? success()
-                               : Status(Failure{"Cannot use " + socket.string() + ": " +
-                                                std::strerror(errno)});
+        return errno == ENOENT
+                   ? success()
+                   : Status(Failure{"Cannot use " + socket.string() + ": " + std::strerror(errno)});
     if (!S_ISSOCK(info.st_mode))
         return Failure{"Cannot use " + socket.string() + ": it is not a socket"};
     if (info.st_uid != ::getuid())

@@ -1,7 +1,7 @@
 #include "hook/session_hook_command.h"
 
-#include "core/json_parse.h"
 #include "core/cross_process_signal.h"
+#include "core/json_parse.h"
 #include "sessions/core/session_events.h"
 
 #include <nlohmann/json.hpp>

@@ -20,8 +20,8 @@ QCoro::Task<std::optional<bool>> codexHooksNeedApproval(usage::CodexAppServer se
         qCCritical(lcHooks, "Codex hook trust check failed: %s", error->message.c_str());
         co_return std::nullopt;
     }
-    const auto count = CodexHookTrust::untrustedHelperHooks(
-        parseJsonOrDiscarded(std::get<std::string>(answer)));
+    const auto count =
+        CodexHookTrust::untrustedHelperHooks(parseJsonOrDiscarded(std::get<std::string>(answer)));
     if (!count)
         co_return std::nullopt;
     co_return *count > 0;

@@ -61,7 +61,8 @@ void CodexExchange::readLines() {
             continue;
         sawOutput_ = true;
         // Notifications have no id; the initialize answer has id 1.
-        const auto message = parseJsonOrDiscarded(std::string_view(line.constData(), static_cast<std::size_t>(line.size())));
+        const auto message = parseJsonOrDiscarded(
+            std::string_view(line.constData(), static_cast<std::size_t>(line.size())));
         if (message.is_object() && message.contains("id") && message["id"] == requestID_)
             finish(line, {});
     }

@@ -23,8 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(sessions::HookConfig::isInstalled(installed));
     const auto withStatusLine =
         usage::StatusLineConfig::installing(installed, "'/opt/ravo/ravo-hook' statusline");
-    const auto removed = sessions::HookConfig::removing(usage::StatusLineConfig::removing(
-        withStatusLine.settings, withStatusLine.previous));
+    const auto removed = sessions::HookConfig::removing(
+        usage::StatusLineConfig::removing(withStatusLine.settings, withStatusLine.previous));
     FUZZ_CHECK(!sessions::HookConfig::isInstalled(removed));
     // What Ravo writes must read back as the same document.
     const std::string written = withStatusLine.settings.dump(2) + "\n";

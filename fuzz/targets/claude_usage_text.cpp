@@ -1,6 +1,6 @@
 // What Claude Code's `/usage` prints: the usage lines, their reset times and model scopes.
-#include "fuzz_check.h"
 #include "usage/core/claude_usage_text.h"
+#include "fuzz_check.h"
 
 #include <cmath>
 #include <cstddef>

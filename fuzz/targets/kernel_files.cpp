@@ -38,16 +38,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     case 6:
         kernel::hasDefaultIPv6Route(text);
         break;
-    case 7:
-    {
+    case 7: {
         const auto info = kernel::parseCpuInfo(text);
         std::vector<std::optional<std::uint64_t>> clocks;
         for (std::size_t i = 0; i < info.cpus.size(); ++i)
             clocks.push_back(i % 2 ? std::optional<std::uint64_t>() : 3'400'000 + i);
         const auto hardware = kernel::describeHardware(info, clocks);
         FUZZ_CHECK(hardware.logicalCPUs == static_cast<int>(info.cpus.size()));
-    }
-        break;
+    } break;
     case 8:
         kernel::parseHighestClockMHz(text);
         break;

@@ -37,13 +37,13 @@ std::optional<double> SystemReading::fraction(SystemMetric metric) const {
     case SystemMetric::disk:
         if (!disk)
             return std::nullopt;
-    {
-        const std::uint64_t reserved = std::min(disk->reserved.value_or(0), disk->total);
-        const std::uint64_t usable = disk->total - reserved;
-        if (usable == 0 || disk->available > usable)
-            return 0.0;
-        return static_cast<double>(usable - disk->available) / static_cast<double>(usable);
-    }
+        {
+            const std::uint64_t reserved = std::min(disk->reserved.value_or(0), disk->total);
+            const std::uint64_t usable = disk->total - reserved;
+            if (usable == 0 || disk->available > usable)
+                return 0.0;
+            return static_cast<double>(usable - disk->available) / static_cast<double>(usable);
+        }
     case SystemMetric::network:
     case SystemMetric::temperature:
         return std::nullopt;

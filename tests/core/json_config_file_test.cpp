@@ -66,9 +66,8 @@ TEST(ConfigBackups, AreWholeAndMadeAgainWhenEmptyOrCut) {
     ASSERT_TRUE(writeFileAtomically(file, original, fs::perms(0600)).ok());
     for (const std::string& damaged : {std::string(), std::string("{\n  \"mod")}) {
         ASSERT_TRUE(writeFileAtomically(JsonConfigFile::backupPath(file), damaged).ok());
-        ASSERT_TRUE(JsonConfigFile::write({{"model", "opus"}, {"ravo", 1}}, file,
-                                          fs::perms(0644))
-                        .ok());
+        ASSERT_TRUE(
+            JsonConfigFile::write({{"model", "opus"}, {"ravo", 1}}, file, fs::perms(0644)).ok());
         EXPECT_EQ(readFile(JsonConfigFile::backupPath(file)), original);
         ASSERT_TRUE(writeFileAtomically(file, original).ok());
     }

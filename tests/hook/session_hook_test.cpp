@@ -43,12 +43,12 @@ protected:
 TEST_F(SessionHookTest, ABusThatNeverAnswersCostsTheAgentAtMostAQuarterSecond) {
     testing::SilentBus bus;
     const auto started = std::chrono::steady_clock::now();
-    const auto result = testing::runChild(
-        {RAVO_HOOK, "claude"}, event("silent-1", "UserPromptSubmit", {{"prompt", "Hi"}}),
-        {{"HOME", home.path().string()},
-         {"XDG_DATA_HOME", ""},
-         {"DBUS_SESSION_BUS_ADDRESS", bus.address()},
-         {"XDG_RUNTIME_DIR", ""}});
+    const auto result = testing::runChild({RAVO_HOOK, "claude"},
+                                          event("silent-1", "UserPromptSubmit", {{"prompt", "Hi"}}),
+                                          {{"HOME", home.path().string()},
+                                           {"XDG_DATA_HOME", ""},
+                                           {"DBUS_SESSION_BUS_ADDRESS", bus.address()},
+                                           {"XDG_RUNTIME_DIR", ""}});
     const auto took = std::chrono::steady_clock::now() - started;
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_LT(took, std::chrono::seconds(2)); // the budget is 250 ms; this leaves room

@@ -11,9 +11,9 @@ namespace {
 TEST(ProcessRunner, AChildIsEndedAtItsTimeOutAndNotBefore) {
     QElapsedTimer clock;
     clock.start();
-    const auto result = QCoro::waitFor(runProcess("/bin/sleep", {"30"},
-                                                  QProcessEnvironment::systemEnvironment(),
-                                                  std::chrono::milliseconds(2000)));
+    const auto result =
+        QCoro::waitFor(runProcess("/bin/sleep", {"30"}, QProcessEnvironment::systemEnvironment(),
+                                  std::chrono::milliseconds(2000)));
     const qint64 elapsed = clock.elapsed();
     ASSERT_TRUE(std::holds_alternative<ProcessFailure>(result));
     EXPECT_EQ(std::get<ProcessFailure>(result), ProcessFailure::timedOut);
@@ -22,9 +22,9 @@ TEST(ProcessRunner, AChildIsEndedAtItsTimeOutAndNotBefore) {
 }
 
 TEST(ProcessRunner, AChildThatFinishesGivesItsOutputAndStatus) {
-    const auto result = QCoro::waitFor(runProcess("/bin/sh", {"-c", "echo out; echo err >&2; exit 3"},
-                                                  QProcessEnvironment::systemEnvironment(),
-                                                  std::chrono::milliseconds(5000)));
+    const auto result = QCoro::waitFor(
+        runProcess("/bin/sh", {"-c", "echo out; echo err >&2; exit 3"},
+                   QProcessEnvironment::systemEnvironment(), std::chrono::milliseconds(5000)));
     ASSERT_TRUE(std::holds_alternative<ProcessOutput>(result));
     const auto& output = std::get<ProcessOutput>(result);
     EXPECT_EQ(output.exitStatus, 3);

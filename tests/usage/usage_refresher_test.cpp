@@ -63,8 +63,7 @@ TEST_F(UsageRefresherTest, AThrowingProviderIsItsOwnFailureAndTheNextPassRuns) {
     auto thrower = std::make_shared<ThrowingProvider>();
     codex->outcome = reading(12);
     UsageRefresher refresher(
-        UsageRefresher::Providers{{Provider::claude, thrower}, {Provider::codex, codex}},
-        nullptr,
+        UsageRefresher::Providers{{Provider::claude, thrower}, {Provider::codex, codex}}, nullptr,
         [this](const UsageSnapshot& s) -> Status {
             published.push_back(s);
             return success();

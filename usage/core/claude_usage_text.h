@@ -13,8 +13,8 @@
 namespace ravo::usage::ClaudeUsageText {
 
 struct UsageLine {
-    bool isSession = false;             // "session", else "week"
-    std::optional<std::string> scope;   // "Fable only", "all models"
+    bool isSession = false;           // "session", else "week"
+    std::optional<std::string> scope; // "Fable only", "all models"
     double usedPercent = 0;
     std::optional<std::string> resetText; // "Jan 5 at 3pm"
     std::optional<std::string> zone;      // "Europe/Oslo"

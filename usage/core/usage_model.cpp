@@ -121,7 +121,9 @@ std::optional<std::int64_t> PlanName::multiplier(const std::optional<std::string
     if (!plan)
         return std::nullopt;
     // The first run of digits followed by an "x" that ends a word, as in "max_20x".
-    const auto isWord = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
+    const auto isWord = [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+    };
     const std::string& text = *plan;
     for (std::size_t start = 0; start < text.size();) {
         if (!std::isdigit(static_cast<unsigned char>(text[start]))) {
@@ -131,9 +133,11 @@ std::optional<std::int64_t> PlanName::multiplier(const std::optional<std::string
         std::size_t end = start;
         while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end])))
             ++end;
-        if (end < text.size() && text[end] == 'x' && (end + 1 == text.size() || !isWord(text[end + 1]))) {
+        if (end < text.size() && text[end] == 'x' &&
+            (end + 1 == text.size() || !isWord(text[end + 1]))) {
             std::int64_t value = 0;
-            const auto [ptr, error] = std::from_chars(text.data() + start, text.data() + end, value);
+            const auto [ptr, error] =
+                std::from_chars(text.data() + start, text.data() + end, value);
             if (error != std::errc{} || ptr != text.data() + end)
                 return std::nullopt;
             return value;

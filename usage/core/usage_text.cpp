@@ -39,8 +39,8 @@ std::vector<std::string> describe(const ProviderUsage& usage, TimePoint now) {
     for (const auto& window : usage.windows) {
         std::string line = window.label();
         // Pad by characters, not bytes: "Week · Fable" has a two-byte dot.
-        const auto characters = static_cast<std::size_t>(std::count_if(
-            line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+        const auto characters = static_cast<std::size_t>(
+            std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }));
         line.append(characters < 15 ? 16 - characters : 1, ' ');
         line += percentUsed(window) + " used";
         if (window.resetsAt)

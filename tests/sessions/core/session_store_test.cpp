@@ -164,10 +164,10 @@ TEST(SessionRecordPrivacy, RecordsAre0600InA0700FolderWithKeysInFieldOrder) {
 
 TEST(SessionRecordPrivacy, PruneClearsWhatKilledWritersLeftBehind) {
     testing::TemporaryHome home;
-    ASSERT_TRUE(SessionStore::apply(
-                    Upsert{session(Provider::claude, "a", AgentSession::State::running, 0)},
-                    Provider::claude, "a")
-                    .ok());
+    ASSERT_TRUE(
+        SessionStore::apply(Upsert{session(Provider::claude, "a", AgentSession::State::running, 0)},
+                            Provider::claude, "a")
+            .ok());
     const auto folder = *SessionStore::directory();
     const auto leftover = folder / "claude-a.json.31337.00000000deadbeef.tmp";
     const auto snapshotLeftover = home.container() / "snapshot.json.31338.00000000deadbeef.tmp";

@@ -81,9 +81,12 @@ TEST(SnapshotJson, KeepsEveryCreditBalanceExactAsAJsonNumber) {
 }
 
 TEST(SnapshotJson, NumbersOutOfRangeFailToDecodeInsteadOfWrapping) {
-    EXPECT_FALSE(decodeSnapshot(R"({"providers":[{"provider":"codex","windows":[],"resetCredits":3e61}]})"));
-    EXPECT_FALSE(decodeSnapshot(R"({"providers":[{"provider":"codex","windows":[{"id":"w","minutes":1.5,"usedPercent":1}],"resetCredits":0}]})"));
-    const auto farAway = decodeSnapshot(R"({"providers":[{"provider":"codex","windows":[],"resetCredits":0,"updatedAt":1e300}]})");
+    EXPECT_FALSE(
+        decodeSnapshot(R"({"providers":[{"provider":"codex","windows":[],"resetCredits":3e61}]})"));
+    EXPECT_FALSE(decodeSnapshot(
+        R"({"providers":[{"provider":"codex","windows":[{"id":"w","minutes":1.5,"usedPercent":1}],"resetCredits":0}]})"));
+    const auto farAway = decodeSnapshot(
+        R"({"providers":[{"provider":"codex","windows":[],"resetCredits":0,"updatedAt":1e300}]})");
     ASSERT_TRUE(farAway); // clamped to the clock's range, not overflowed
     EXPECT_GT(*farAway->providers.at(0).updatedAt, fromUnixSeconds(4e9));
 }

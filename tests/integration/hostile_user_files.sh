@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# Every command that touches the agents' files, and the app at start, against files a real
+# machine may hold: a number Claude Code accepts but a double does not, absurd nesting, a
+# dotfiles symlink, a read-only file. Nothing crashes, each says why, nothing is lost.
+set -euo pipefail
+bin=$1
+source "$(dirname "$0")/lib.sh"
+use_temporary_home
+mkdir -p "$HOME/.claude" "$HOME/.codex"
+settings=$HOME/.claude/settings.json
+hooks=$HOME/.codex/hooks.json
+
+nested() { # levels
+    python3 -c "import sys; n=int(sys.argv[1]); sys.stdout.write('{\"a\":' + '['*n + '1' + ']'*n + '}')" "$1"
+}
+
+commands=("hooks status" "hooks install" "hooks uninstall" "statusline install" "statusline uninstall")
+for case in overflow deep deeper; do
+    case $case in
+    overflow) printf '{"x":1e400}\n' ;;
+    deep) nested 10000 ;;
+    deeper) nested 100000 ;;
+    esac >"$settings"
+    cp "$settings" "$hooks"
+    before=$(sha256sum "$settings" "$hooks")
+    for command in "${commands[@]}"; do
+        status=0
+        # shellcheck disable=SC2086
+        "$bin/ravo" $command >"$work/out" 2>"$work/error" || status=$?
+        [ "$status" -lt 128 ] || fail "ravo $command died on the $case file (status $status)"
+        if [ "$command" != "hooks status" ]; then
+            [ "$status" -ne 0 ] || fail "ravo $command succeeded on the $case file"
+        fi
+        grep -q "settings.json\|hooks.json" "$work/out" "$work/error" ||
+            fail "ravo $command on the $case file does not name the file: $(cat "$work/out" "$work/error")"
+        [ "$(sha256sum "$settings" "$hooks")" = "$before" ] || fail "ravo $command changed the $case file"
+    done
+done
+[ ! -e "$settings.ravo-backup" ] || fail "a backup of a file Ravo cannot read"
+
+# The app at start reads the same files: it must come up and stay up.
+status=0
+timeout 5 "$bin/ravo" status >/dev/null 2>"$work/error" || status=$?
+[ "$status" -eq 0 ] || fail "ravo status with the deep files: status $status, $(cat "$work/error")"
+
+# A dotfiles manager's symlink stays a symlink, and the edit lands in its target.
+rm -f "$settings" "$hooks"
+mkdir -p "$HOME/dotfiles"
+printf '{"model":"opus"}\n' >"$HOME/dotfiles/settings.json"
+chmod 600 "$HOME/dotfiles/settings.json"
+ln -s ../dotfiles/settings.json "$settings"
+"$bin/ravo" statusline install >/dev/null || fail "install through a symlink"
+[ -L "$settings" ] || fail "the symlink was replaced by a plain file"
+jq -e '.statusLine.command and .model == "opus"' "$HOME/dotfiles/settings.json" >/dev/null ||
+    fail "the link's target was not edited: $(cat "$HOME/dotfiles/settings.json")"
+[ "$(stat -c %a "$HOME/dotfiles/settings.json")" = 600 ] || fail "the target's mode changed"
+
+# A read-only file is the user's word: refused with the reason, left as it is.
+rm "$settings"
+printf '{"model":"opus"}\n' >"$settings"
+chmod 444 "$settings"
+before=$(sha256sum "$settings")
+if "$bin/ravo" statusline install >/dev/null 2>"$work/error"; then fail "wrote a read-only file"; fi
+grep -q "permission denied" "$work/error" || fail "no reason given: $(cat "$work/error")"
+[ "$(sha256sum "$settings")" = "$before" ] || fail "the read-only file changed"
+echo "hostile and unusual user files: refused with reasons, links and modes kept, nothing lost"
