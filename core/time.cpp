@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 
@@ -88,13 +89,14 @@ std::optional<TimePoint> parseIso8601(std::string_view text) {
     if (!readInt(text, 2, hour) || !expect(text, ':') || !readInt(text, 2, minute) ||
         !expect(text, ':') || !readInt(text, 2, second))
         return std::nullopt;
-    double fraction = 0;
+    // Nanoseconds as a whole number: summing tenths as doubles turned .123 into .1229999.
+    std::int64_t nanoseconds = 0;
     if (!text.empty() && text.front() == '.') {
         text.remove_prefix(1);
-        double scale = 0.1;
+        std::int64_t scale = 100'000'000;
         std::size_t n = 0;
         while (n < text.size() && text[n] >= '0' && text[n] <= '9') {
-            fraction += (text[n] - '0') * scale;
+            nanoseconds += (text[n] - '0') * scale;
             scale /= 10;
             ++n;
         }
@@ -126,10 +128,14 @@ std::optional<TimePoint> parseIso8601(std::string_view text) {
     if (!ymd.ok())
         return std::nullopt;
     const auto days = std::chrono::sys_days{ymd};
-    const double secs =
+    const std::int64_t secs =
         std::chrono::duration_cast<std::chrono::seconds>(days.time_since_epoch()).count() +
-        hour * 3600.0 + minute * 60.0 + second + fraction - offsetSeconds;
-    return fromUnixSeconds(secs);
+        hour * 3600 + minute * 60 + second - offsetSeconds;
+    // Years the clock cannot hold are clamped as every other outside date is.
+    if (secs > 9'200'000'000 || secs < -9'200'000'000)
+        return fromUnixSeconds(static_cast<double>(secs));
+    return TimePoint(std::chrono::duration_cast<Clock::duration>(
+        std::chrono::seconds(secs) + std::chrono::nanoseconds(nanoseconds)));
 }
 
 } // namespace ravo

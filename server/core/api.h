@@ -1,0 +1,57 @@
+#pragma once
+
+#include "server/core/http_message.h"
+#include "server/core/mailer.h"
+#include "server/core/rate_limiter.h"
+#include "server/core/server_config.h"
+#include "server/core/store.h"
+
+#include <functional>
+#include <optional>
+
+namespace ravo::server {
+
+// What every handler may use; owned by main, shared by the front end's threads.
+struct ApiContext {
+    Store& store;
+    Mailer& mailer;
+    const ServerConfig& config;
+    std::function<TimePoint()> now = [] { return Clock::now(); };
+    // Sign-in attempts per client address, and mails per address.
+    RateLimiter perClient{30, std::chrono::minutes(10)};
+    RateLimiter perEmail{10, std::chrono::hours(1)};
+};
+
+// The account and device a valid bearer token belongs to.
+struct Caller {
+    Account account;
+    Device device;
+};
+
+// Parses the target under /api/v1/, authenticates and routes; never throws.
+HttpResponse handleApi(ApiContext& context, const HttpRequest& request);
+
+// The endpoint groups, each given a decoded request.
+namespace AuthApi {
+HttpResponse emailStart(ApiContext& context, const HttpRequest& request);
+HttpResponse emailVerify(ApiContext& context, const HttpRequest& request);
+HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request);
+HttpResponse appleStart(ApiContext& context, const HttpRequest& request);
+} // namespace AuthApi
+
+namespace AccountApi {
+HttpResponse me(ApiContext& context, const Caller& caller);
+HttpResponse deleteMe(ApiContext& context, const Caller& caller);
+HttpResponse deleteDevice(ApiContext& context, const Caller& caller, const std::string& id);
+} // namespace AccountApi
+
+namespace SitesApi {
+HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& request);
+HttpResponse status(ApiContext& context, const Caller& caller);
+} // namespace SitesApi
+
+// The body as a JSON value, or the 400 that says why it is not one.
+std::variant<nlohmann::json, HttpResponse> jsonBody(const HttpRequest& request);
+HttpResponse storeFailure(const Failure& failure);
+
+} // namespace ravo::server

@@ -1,0 +1,96 @@
+#include "server/core/api.h"
+
+#include "core/json_parse.h"
+#include "core/log.h"
+#include "server/core/secrets.h"
+
+namespace ravo::server {
+
+namespace {
+
+constexpr std::string_view kPrefix = "/api/v1/";
+
+std::optional<std::string> bearerToken(const HttpRequest& request) {
+    const auto it = request.headers.find("authorization");
+    if (it == request.headers.end() || !it->second.starts_with("Bearer "))
+        return std::nullopt;
+    return it->second.substr(7);
+}
+
+std::variant<Caller, HttpResponse> authenticate(ApiContext& context, const HttpRequest& request) {
+    const auto token = bearerToken(request);
+    if (!token || token->empty() || token->size() > 512)
+        return errorResponse(401, "not_authenticated");
+    const auto device = context.store.deviceForToken(Secrets::sha256Hex(*token));
+    if (!device)
+        return storeFailure(device.failure());
+    if (!*device)
+        return errorResponse(401, "token_invalid");
+    const auto account = context.store.account((*device)->accountID);
+    if (!account)
+        return storeFailure(account.failure());
+    if (!*account)
+        return errorResponse(401, "token_invalid");
+    return Caller{**account, **device};
+}
+
+HttpResponse route(ApiContext& context, const HttpRequest& request) {
+    const std::string path = request.path.substr(kPrefix.size());
+    const std::string& method = request.method;
+    if (path == "auth/email/start" && method == "POST")
+        return AuthApi::emailStart(context, request);
+    if (path == "auth/email/verify" && method == "POST")
+        return AuthApi::emailVerify(context, request);
+    if (path == "auth/token" && method == "POST")
+        return AuthApi::passwordLogin(context, request);
+    if (path == "auth/apple/start" && method == "POST")
+        return AuthApi::appleStart(context, request);
+
+    const bool known = path == "me" || path.starts_with("devices/") || path == "sites/sync" ||
+                       path == "sites/status";
+    if (!known)
+        return errorResponse(404, "not_found");
+    auto caller = authenticate(context, request);
+    if (auto* refused = std::get_if<HttpResponse>(&caller))
+        return *refused;
+    const Caller& who = std::get<Caller>(caller);
+    if (path == "me" && method == "GET")
+        return AccountApi::me(context, who);
+    if (path == "me" && method == "DELETE")
+        return AccountApi::deleteMe(context, who);
+    if (path.starts_with("devices/") && method == "DELETE")
+        return AccountApi::deleteDevice(context, who, path.substr(8));
+    if (path == "sites/sync" && method == "PUT")
+        return SitesApi::sync(context, who, request);
+    if (path == "sites/status" && method == "GET")
+        return SitesApi::status(context, who);
+    return errorResponse(405, "method_not_allowed");
+}
+
+} // namespace
+
+std::variant<nlohmann::json, HttpResponse> jsonBody(const HttpRequest& request) {
+    auto parsed = parseJson(request.body, {.maxDepth = 16});
+    if (!parsed)
+        return errorResponse(400, "The body is not valid JSON: " + parsed.error() + ".");
+    return std::move(parsed).value();
+}
+
+HttpResponse storeFailure(const Failure& failure) {
+    log::error("server", failure.message);
+    return jsonResponse(503, nlohmann::json{{"detail", "storage_unavailable"}}.dump());
+}
+
+HttpResponse handleApi(ApiContext& context, const HttpRequest& request) {
+    if (!request.path.starts_with(kPrefix))
+        return errorResponse(404, "not_found");
+    try {
+        return route(context, request);
+    } catch (const std::exception& error) {
+        // A handler's surprise is this request's 500, never the server's end.
+        log::error("server", std::string("request failed: ") + error.what());
+        return jsonResponse(500, nlohmann::json{{"detail", "internal_error"}}.dump());
+    }
+}
+
+} // namespace ravo::server

@@ -1,0 +1,161 @@
+#include "server/core/api.h"
+
+#include "core/log.h"
+#include "server/core/secrets.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace ravo::server::AuthApi {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr auto kCodeLifetime = std::chrono::minutes(10);
+constexpr int kTriesPerCode = 5;
+
+std::string normalizedEmail(std::string email) {
+    const auto first = email.find_first_not_of(" \t");
+    const auto last = email.find_last_not_of(" \t");
+    email = first == std::string::npos ? std::string() : email.substr(first, last - first + 1);
+    std::transform(email.begin(), email.end(), email.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return email;
+}
+
+bool looksLikeEmail(const std::string& email) {
+    const auto at = email.find('@');
+    return email.size() <= 254 && at != std::string::npos && at > 0 && at + 1 < email.size() &&
+           email.find('@', at + 1) == std::string::npos &&
+           std::none_of(email.begin(), email.end(), [](unsigned char c) {
+               return c <= ' ' || c == '<' || c == '>' || c == ',' || c == ';';
+           });
+}
+
+std::string codeHash(const std::string& attemptID, const std::string& code) {
+    return Secrets::sha256Hex(attemptID + ":" + code);
+}
+
+std::string deviceName(const std::string& name) {
+    return name.empty() ? "Ravo" : name.substr(0, 120);
+}
+
+// A new device with its own token; only the token's hash is kept.
+HttpResponse signIn(ApiContext& context, const Account& account, const std::string& name) {
+    const std::string token = Secrets::randomToken();
+    const auto device =
+        context.store.addDevice(account.id, deviceName(name), Secrets::sha256Hex(token));
+    if (!device)
+        return storeFailure(device.failure());
+    log::info("server", "signed in " + account.email + " on device " + device->id);
+    return jsonResponse(200,
+                        cloud::toJson(cloud::CloudLogin{{device->id, device->name}, token}).dump());
+}
+
+bool limited(ApiContext& context, const HttpRequest& request) {
+    return !context.perClient.allow("client:" + request.clientAddress, context.now());
+}
+
+} // namespace
+
+HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
+    if (limited(context, request))
+        return errorResponse(429, "rate_limited");
+    auto body = jsonBody(request);
+    if (auto* refused = std::get_if<HttpResponse>(&body))
+        return *refused;
+    auto start = cloud::emailSignInRequestFromJson(std::get<json>(body));
+    if (!start)
+        return errorResponse(400, start.error());
+    const std::string email = normalizedEmail(start->email);
+    if (!looksLikeEmail(email))
+        return errorResponse(400, "invalid_email");
+    if (start->codeChallengeMethod != "S256" || start->codeChallenge.size() < 43 ||
+        start->codeChallenge.size() > 128)
+        return errorResponse(400, "invalid_code_challenge");
+    if (!context.perEmail.allow("email:" + email, context.now()))
+        return errorResponse(429, "rate_limited");
+
+    const std::string code = Secrets::sixDigitCode();
+    EmailAttempt attempt{Secrets::randomUUID(),
+                         email,
+                         "",
+                         start->codeChallenge,
+                         deviceName(start->deviceName),
+                         context.now() + kCodeLifetime,
+                         0,
+                         false};
+    attempt.codeHash = codeHash(attempt.id, code);
+    if (auto stored = context.store.addEmailAttempt(attempt); !stored)
+        return storeFailure(stored.failure());
+    const auto sent = context.mailer.send(
+        {email, "Your Ravo sign-in code: " + code,
+         "Your code to sign in to Ravo is\n\n    " + code +
+             "\n\nIt works once, for 10 minutes. If you did not ask for it, ignore this mail.\n"});
+    if (!sent) {
+        log::error("server", "sign-in mail to " + email + " failed: " + sent.error());
+        return jsonResponse(503, json{{"detail", "mail_unavailable"}}.dump());
+    }
+    return jsonResponse(200, cloud::toJson(cloud::EmailSignInStart{attempt.id}).dump());
+}
+
+HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
+    if (limited(context, request))
+        return errorResponse(429, "rate_limited");
+    auto body = jsonBody(request);
+    if (auto* refused = std::get_if<HttpResponse>(&body))
+        return *refused;
+    auto verify = cloud::emailVerifyRequestFromJson(std::get<json>(body));
+    if (!verify)
+        return errorResponse(400, verify.error());
+    if (!Secrets::isCanonicalUUID(verify->id))
+        return errorResponse(400, "invalid_code");
+    auto found = context.store.emailAttempt(verify->id);
+    if (!found)
+        return storeFailure(found.failure());
+    if (!*found)
+        return errorResponse(400, "invalid_code");
+    EmailAttempt attempt = **found;
+    if (attempt.used || attempt.failedTries >= kTriesPerCode || context.now() > attempt.expiresAt)
+        return errorResponse(400, "code_expired");
+    const bool codeRight =
+        Secrets::sameSecret(codeHash(attempt.id, verify->code), attempt.codeHash);
+    const bool pairRight = Secrets::verifierMatches(verify->codeVerifier, attempt.codeChallenge);
+    if (!codeRight || !pairRight) {
+        ++attempt.failedTries;
+        if (auto stored = context.store.updateEmailAttempt(attempt); !stored)
+            return storeFailure(stored.failure());
+        return errorResponse(400, codeRight ? "invalid_code_verifier" : "invalid_code");
+    }
+    attempt.used = true; // once only, even if what follows fails
+    if (auto stored = context.store.updateEmailAttempt(attempt); !stored)
+        return storeFailure(stored.failure());
+    const auto account = context.store.accountForEmail(attempt.email, true);
+    if (!account)
+        return storeFailure(account.failure());
+    return signIn(context, *account, attempt.deviceName);
+}
+
+HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request) {
+    if (limited(context, request))
+        return errorResponse(429, "rate_limited");
+    auto body = jsonBody(request);
+    if (auto* refused = std::get_if<HttpResponse>(&body))
+        return *refused;
+    auto login = cloud::passwordLoginRequestFromJson(std::get<json>(body));
+    if (!login)
+        return errorResponse(400, login.error());
+    const auto account = context.store.accountForEmail(normalizedEmail(login->email), false);
+    // The same answer whether the address is unknown or the password wrong.
+    if (!account || !account->passwordHash ||
+        !Secrets::passwordMatches(login->password, *account->passwordHash))
+        return errorResponse(400, "invalid_credentials");
+    return signIn(context, *account, login->deviceName);
+}
+
+HttpResponse appleStart(ApiContext&, const HttpRequest&) {
+    return errorResponse(400, "apple_not_configured");
+}
+
+} // namespace ravo::server::AuthApi

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace ravo::server {
+
+// One HTTP request as the handlers see it: the front end has already enforced the size
+// limits and split the target; header names are lower case.
+struct HttpRequest {
+    std::string method;
+    std::string path;  // "/api/v1/sites/status"
+    std::string query; // after "?", undecoded
+    std::map<std::string, std::string> headers;
+    std::string body;
+    std::string clientAddress;
+};
+
+struct HttpResponse {
+    int status = 200;
+    std::string contentType = "application/json";
+    std::string body;
+    std::map<std::string, std::string> headers;
+};
+
+HttpResponse jsonResponse(int status, const std::string& json);
+// 4xx answers carry {"detail": ...}.
+HttpResponse errorResponse(int status, const std::string& detail);
+
+} // namespace ravo::server

@@ -1,0 +1,279 @@
+#include "server/core/server_config.h"
+
+#include "core/atomic_file.h"
+
+#include <charconv>
+#include <functional>
+#include <sstream>
+
+namespace ravo::server {
+
+namespace {
+
+struct Setting {
+    const char* name; // flag without "--"; the variable is RAVO_SERVER_ + upper snake case
+    const char* help;
+    std::function<Status(ServerConfig&, const std::string&)> apply;
+};
+
+Result<std::int64_t> wholeNumber(const std::string& text, std::int64_t low, std::int64_t high) {
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || end != text.data() + text.size() || value < low || value > high)
+        return Failure{"\"" + text + "\" is not a whole number from " + std::to_string(low) +
+                       " to " + std::to_string(high)};
+    return value;
+}
+
+Status setNumber(std::int64_t& field, const std::string& text, std::int64_t low,
+                 std::int64_t high) {
+    auto value = wholeNumber(text, low, high);
+    if (!value)
+        return value.failure();
+    field = *value;
+    return success();
+}
+
+const std::vector<Setting>& settings() {
+    static const std::vector<Setting> all{
+        {"listen", "HOST:PORT to serve the API on (default 127.0.0.1:8470)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             const auto colon = v.rfind(':');
+             if (colon == std::string::npos || colon == 0)
+                 return Failure{"\"" + v + "\" is not HOST:PORT"};
+             std::int64_t port = 0;
+             if (auto set = setNumber(port, v.substr(colon + 1), 0, 65535); !set)
+                 return set;
+             c.listenHost = v.substr(0, colon);
+             if (c.listenHost.size() > 2 && c.listenHost.front() == '[')
+                 c.listenHost = c.listenHost.substr(1, c.listenHost.size() - 2);
+             c.listenPort = static_cast<int>(port);
+             return success();
+         }},
+        {"database", "sqlite:PATH (default sqlite:ravo-server.db)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             if (!v.starts_with("sqlite:") || v.size() == 7)
+                 return Failure{"\"" + v + "\" is not sqlite:PATH"};
+             c.database = v;
+             return success();
+         }},
+        {"smtp", "smtp://HOST:PORT or smtps://HOST:PORT for the sign-in mail",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             if (!v.starts_with("smtp://") && !v.starts_with("smtps://"))
+                 return Failure{"\"" + v + "\" is not an smtp:// or smtps:// address"};
+             c.smtpURL = v;
+             return success();
+         }},
+        {"smtp-user", "user name for the SMTP server",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             c.smtpUser = v;
+             return success();
+         }},
+        {"smtp-password", "password for the SMTP server",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             c.smtpPassword = v;
+             return success();
+         }},
+        {"mail-from", "the sender of the sign-in mail",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             if (v.find('@') == std::string::npos)
+                 return Failure{"\"" + v + "\" is not an e-mail address"};
+             c.mailFrom = v;
+             return success();
+         }},
+        {"public-url", "the address users reach this server at",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             if (!v.starts_with("http://") && !v.starts_with("https://"))
+                 return Failure{"\"" + v + "\" is not an http:// or https:// address"};
+             c.publicURL = v;
+             return success();
+         }},
+        {"telegram-api", "the Telegram Bot API's base address",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             c.telegramAPI = v;
+             return success();
+         }},
+        {"telegram-bot-token", "the server's own Telegram bot",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             c.telegramBotToken = v;
+             return success();
+         }},
+        {"release-dir", "the folder of published release envelopes and notes",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             c.releaseDir = v;
+             return success();
+         }},
+        {"plan-name", "the plan every account has (default self-hosted)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             c.plan.plan = v;
+             return success();
+         }},
+        {"plan-max-sites", "how many sites an account may monitor (default 1000)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.plan.maxSites, v, 0, 1'000'000);
+         }},
+        {"plan-min-interval", "the shortest check interval in minutes (default 1)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.plan.minIntervalMinutes, v, 1, 1440);
+         }},
+        {"plan-history-days", "days of history kept (default 30)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.plan.historyDays, v, 1, 3650);
+         }},
+        {"max-body", "the largest request body in bytes (default 262144)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             std::int64_t bytes = 0;
+             if (auto set = setNumber(bytes, v, 1024, 64 * 1024 * 1024); !set)
+                 return set;
+             c.maxBodyBytes = static_cast<std::size_t>(bytes);
+             return success();
+         }},
+        {"threads", "threads that answer requests (default 2)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             std::int64_t threads = 0;
+             if (auto set = setNumber(threads, v, 1, 64); !set)
+                 return set;
+             c.threads = static_cast<int>(threads);
+             return success();
+         }},
+    };
+    return all;
+}
+
+std::string variableName(const char* name) {
+    std::string variable = "RAVO_SERVER_";
+    for (const char* c = name; *c; ++c)
+        variable +=
+            *c == '-' ? '_' : static_cast<char>(std::toupper(static_cast<unsigned char>(*c)));
+    return variable;
+}
+
+const Setting* settingNamed(const std::string& name) {
+    for (const auto& setting : settings())
+        if (name == setting.name)
+            return &setting;
+    return nullptr;
+}
+
+Status applyOne(ServerConfig& config, const std::string& name, const std::string& value,
+                const std::string& where) {
+    const Setting* setting = settingNamed(name);
+    if (!setting)
+        return Failure{where + ": unknown setting \"" + name + "\" (see --help)"};
+    if (auto applied = setting->apply(config, value); !applied)
+        return Failure{where + ": " + name + ": " + applied.error()};
+    return success();
+}
+
+Status applyFile(ServerConfig& config, const std::string& path) {
+    const auto text = readFile(path, 1024 * 1024);
+    if (!text)
+        return Failure{"Cannot read the configuration file " + path};
+    std::istringstream lines(*text);
+    std::string line;
+    for (int number = 1; std::getline(lines, line); ++number) {
+        const auto trim = [](std::string s) {
+            const auto first = s.find_first_not_of(" \t\r");
+            const auto last = s.find_last_not_of(" \t\r");
+            return first == std::string::npos ? std::string() : s.substr(first, last - first + 1);
+        };
+        line = trim(line);
+        if (line.empty() || line.front() == '#')
+            continue;
+        const auto equals = line.find('=');
+        if (equals == std::string::npos)
+            return Failure{path + ":" + std::to_string(number) + ": expected \"name = value\""};
+        if (auto applied =
+                applyOne(config, trim(line.substr(0, equals)), trim(line.substr(equals + 1)),
+                         path + ":" + std::to_string(number));
+            !applied)
+            return applied;
+    }
+    return success();
+}
+
+} // namespace
+
+Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments,
+                                       const std::map<std::string, std::string>& environment) {
+    ServerCommand command;
+    std::vector<std::pair<std::string, std::string>> flags;
+    std::optional<std::string> configFile;
+    if (const auto it = environment.find("RAVO_SERVER_CONFIG"); it != environment.end())
+        configFile = it->second;
+    std::vector<std::string> words;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (argument == "--help" || argument == "-h") {
+            command.kind = ServerCommand::Kind::help;
+            return command;
+        }
+        if (argument == "--version") {
+            command.kind = ServerCommand::Kind::version;
+            return command;
+        }
+        if (!argument.starts_with("--")) {
+            words.push_back(argument);
+            continue;
+        }
+        std::string name = argument.substr(2), value;
+        if (const auto equals = name.find('='); equals != std::string::npos) {
+            value = name.substr(equals + 1);
+            name.resize(equals);
+        } else if (name == "password-stdin") {
+            words.push_back(argument);
+            continue;
+        } else if (i + 1 < arguments.size()) {
+            value = arguments[++i];
+        } else {
+            return Failure{"--" + name + " needs a value (see --help)"};
+        }
+        if (name == "config")
+            configFile = value;
+        else
+            flags.emplace_back(name, value);
+    }
+    if (configFile)
+        if (auto applied = applyFile(command.config, *configFile); !applied)
+            return applied.failure();
+    for (const auto& setting : settings())
+        if (const auto it = environment.find(variableName(setting.name)); it != environment.end())
+            if (auto applied = applyOne(command.config, setting.name, it->second, it->first);
+                !applied)
+                return applied.failure();
+    for (const auto& [name, value] : flags)
+        if (auto applied = applyOne(command.config, name, value, "--" + name); !applied)
+            return applied.failure();
+
+    if (words.size() >= 2 && words[0] == "user" && words[1] == "add") {
+        if (words.size() != 4 || words[3] != "--password-stdin" ||
+            words[2].find('@') == std::string::npos)
+            return Failure{"usage: ravo-server user add EMAIL --password-stdin"};
+        command.kind = ServerCommand::Kind::userAdd;
+        command.email = words[2];
+        return command;
+    }
+    if (!words.empty())
+        return Failure{"unknown command \"" + words[0] + "\" (see --help)"};
+    return command;
+}
+
+std::string helpText() {
+    std::string text =
+        "Usage: ravo-server [OPTIONS]\n"
+        "       ravo-server user add EMAIL --password-stdin [OPTIONS]\n\n"
+        "The companion service of Ravo: accounts, monitored websites and their statuses,\n"
+        "under /api/v1/. Logs go to standard error.\n\n"
+        "Options (each also RAVO_SERVER_<NAME> in the environment, or a \"name = value\"\n"
+        "line of the file given with --config FILE or RAVO_SERVER_CONFIG):\n";
+    for (const auto& setting : settings()) {
+        std::string flag = "  --" + std::string(setting.name) + " VALUE";
+        flag.resize(std::max<std::size_t>(flag.size() + 1, 32), ' ');
+        text += flag + setting.help + "\n";
+    }
+    text += "  --config FILE                 read settings from FILE first\n"
+            "  --help, --version\n";
+    return text;
+}
+
+} // namespace ravo::server

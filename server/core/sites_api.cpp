@@ -1,0 +1,80 @@
+#include "server/core/api.h"
+
+#include "server/core/secrets.h"
+
+#include <set>
+
+namespace ravo::server::SitesApi {
+
+using nlohmann::json;
+
+namespace {
+
+bool isWebAddress(const std::string& url) {
+    const auto scheme = url.find("://");
+    if (scheme == std::string::npos)
+        return false;
+    const std::string name = url.substr(0, scheme);
+    const std::string rest = url.substr(scheme + 3);
+    return (name == "http" || name == "https") && !rest.empty() && rest.front() != '/' &&
+           url.size() <= 2048 && rest.find_first_of(" \t\r\n") == std::string::npos;
+}
+
+// The first reason the list cannot be kept, or nothing.
+std::optional<std::string> problemWith(const std::vector<cloud::CloudSite>& sites,
+                                       const cloud::CloudMe& plan) {
+    if (static_cast<std::int64_t>(sites.size()) > plan.maxSites)
+        return "Your plan allows " + std::to_string(plan.maxSites) + " websites.";
+    std::set<std::string> ids;
+    for (const auto& site : sites) {
+        if (!Secrets::isCanonicalUUID(site.id))
+            return "\"" + site.id.substr(0, 64) + "\" is not a UUID";
+        if (!ids.insert(site.id).second)
+            return "the site " + site.id + " is listed twice";
+        if (!isWebAddress(site.url))
+            return "only http:// and https:// addresses can be monitored";
+        if (site.name.size() > 200 || (site.keyword && site.keyword->size() > 500))
+            return "the name or keyword of " + site.id + " is too long";
+        if (site.intervalMinutes < plan.minIntervalMinutes || site.intervalMinutes > 1440)
+            return "the interval must be from " + std::to_string(plan.minIntervalMinutes) +
+                   " to 1440 minutes";
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& request) {
+    auto body = jsonBody(request);
+    if (auto* refused = std::get_if<HttpResponse>(&body))
+        return *refused;
+    auto sites = cloud::sitesFromJson(std::get<json>(body));
+    if (!sites)
+        return errorResponse(400, sites.error());
+    for (auto& site : sites.value())
+        if (site.keyword && site.keyword->empty())
+            site.keyword.reset();
+    if (const auto problem = problemWith(*sites, context.config.plan))
+        return errorResponse(400, *problem);
+    if (auto replaced = context.store.replaceSites(caller.account.id, *sites); !replaced)
+        return storeFailure(replaced.failure());
+    const auto stored = context.store.sites(caller.account.id);
+    if (!stored)
+        return storeFailure(stored.failure());
+    json list = json::array();
+    for (const auto& site : *stored)
+        list.push_back(cloud::toJson(site));
+    return jsonResponse(200, list.dump());
+}
+
+HttpResponse status(ApiContext& context, const Caller& caller) {
+    const auto statuses = context.store.siteStatuses(caller.account.id);
+    if (!statuses)
+        return storeFailure(statuses.failure());
+    json list = json::array();
+    for (const auto& status : *statuses)
+        list.push_back(cloud::toJson(status));
+    return jsonResponse(200, list.dump());
+}
+
+} // namespace ravo::server::SitesApi

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "server/core/mailer.h"
+#include "server/core/server_config.h"
+
+namespace ravo::server {
+
+// Mail over SMTP through libcurl: smtps:// is TLS from the start, smtp:// upgrades with
+// STARTTLS when the server offers it.
+class SmtpMailer final : public Mailer {
+public:
+    explicit SmtpMailer(const ServerConfig& config);
+    Status send(const MailMessage& message) override;
+
+    // The message as it goes on the wire, headers and all.
+    static std::string compose(const std::string& from, const MailMessage& message);
+
+private:
+    std::string url_, from_;
+    std::optional<std::string> user_, password_;
+};
+
+} // namespace ravo::server

@@ -1,0 +1,124 @@
+// ravo-server: the companion service that keeps Ravo users' accounts and monitored sites.
+#include "core/log.h"
+#include "server/core/api.h"
+#include "server/core/secrets.h"
+#include "server/core/server_config.h"
+#include "server/core/smtp_mailer.h"
+#include "server/core/sqlite_store.h"
+#include "server/http/http_server.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <curl/curl.h>
+
+#include <cstdio>
+#include <ctime>
+#include <iostream>
+#include <thread>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace {
+
+using namespace ravo;
+using namespace ravo::server;
+
+// One line per event on stderr: time, level, category, message.
+void logToStandardError(std::string_view category, log::Level level, std::string_view message) {
+    char stamp[32];
+    const std::time_t now = std::time(nullptr);
+    std::tm tm{};
+    gmtime_r(&now, &tm);
+    std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%SZ", &tm);
+    std::fprintf(stderr, "%s %s %.*s: %.*s\n", stamp, level == log::Level::error ? "error" : "info",
+                 static_cast<int>(category.size()), category.data(),
+                 static_cast<int>(message.size()), message.data());
+}
+
+std::map<std::string, std::string> environment() {
+    std::map<std::string, std::string> variables;
+    for (char** entry = environ; *entry; ++entry) {
+        const std::string variable(*entry);
+        if (const auto equals = variable.find('='); equals != std::string::npos)
+            variables[variable.substr(0, equals)] = variable.substr(equals + 1);
+    }
+    return variables;
+}
+
+int fail(const std::string& message) {
+    std::fprintf(stderr, "ravo-server: %s\n", message.c_str());
+    return 2;
+}
+
+int addUser(Store& store, const std::string& email) {
+    std::string password;
+    std::getline(std::cin, password);
+    if (password.size() < 8)
+        return fail("the password must have at least 8 characters");
+    if (auto stored = store.setPassword(email, Secrets::hashPassword(password)); !stored)
+        return fail(stored.error());
+    std::printf("%s can now sign in with that password\n", email.c_str());
+    return 0;
+}
+
+int serve(Store& store, const ServerConfig& config) {
+    SmtpMailer mailer(config);
+    ApiContext context{store, mailer, config};
+    boost::asio::io_context io;
+    boost::system::error_code error;
+    const auto address = boost::asio::ip::make_address(config.listenHost, error);
+    if (error)
+        return fail("--listen: \"" + config.listenHost + "\" is not an IP address");
+    std::unique_ptr<HttpServer> server;
+    try {
+        server = std::make_unique<HttpServer>(
+            io,
+            boost::asio::ip::tcp::endpoint(address, static_cast<unsigned short>(config.listenPort)),
+            [&context](const HttpRequest& request) { return handleApi(context, request); },
+            HttpLimits{config.maxBodyBytes});
+    } catch (const boost::system::system_error& bindError) {
+        return fail("cannot listen on " + config.listenHost + ":" +
+                    std::to_string(config.listenPort) + ": " + bindError.code().message());
+    }
+    boost::asio::signal_set signals(io, SIGINT, SIGTERM);
+    signals.async_wait([&io](const boost::system::error_code&, int) { io.stop(); });
+    log::info("server", "listening on " + config.listenHost + ":" + std::to_string(server->port()) +
+                            ", database " + config.database);
+    std::vector<std::thread> threads;
+    for (int i = 1; i < config.threads; ++i)
+        threads.emplace_back([&io] { io.run(); });
+    io.run();
+    for (auto& thread : threads)
+        thread.join();
+    log::info("server", "stopped");
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    log::setSink(logToStandardError);
+    const auto command =
+        parseCommandLine(std::vector<std::string>(argv + 1, argv + argc), environment());
+    if (!command)
+        return fail(command.error());
+    if (command->kind == ServerCommand::Kind::help) {
+        std::fputs(helpText().c_str(), stdout);
+        return 0;
+    }
+    if (command->kind == ServerCommand::Kind::version) {
+        std::printf("ravo-server %s\n", RAVO_VERSION);
+        return 0;
+    }
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+    const ServerConfig& config = command->config;
+    auto store = SqliteStore::open(config.database.substr(7));
+    if (!store)
+        return fail(store.error());
+    const int status = command->kind == ServerCommand::Kind::userAdd
+                           ? addUser(**store, command->email)
+                           : serve(**store, config);
+    curl_global_cleanup();
+    return status;
+}

@@ -1,0 +1,238 @@
+#include "core/json_parse.h"
+#include "server/core/api.h"
+#include "server/core/secrets.h"
+#include "server/core/sqlite_store.h"
+#include "tests/support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace ravo::server {
+namespace {
+
+using nlohmann::json;
+
+// The SMTP server is out of this test's scope (the integration script has a real one): this
+// one keeps what would have gone out.
+struct KeptMail final : Mailer {
+    std::vector<MailMessage> sent;
+    bool failing = false;
+    Status send(const MailMessage& message) override {
+        if (failing)
+            return Failure{"connection refused"};
+        sent.push_back(message);
+        return success();
+    }
+};
+
+class ServerApiTest : public ::testing::Test {
+protected:
+    ServerApiTest() : store(std::move(SqliteStore::open(folder / "ravo.db")).value()) {
+        config.plan.maxSites = 2;
+        config.plan.minIntervalMinutes = 3;
+        context.now = [this] { return now; };
+    }
+
+    HttpResponse call(const std::string& method, const std::string& path,
+                      const std::string& body = "", const std::string& token = "") {
+        HttpRequest request{method, "/api/v1/" + path, "", {}, body, "192.0.2.7"};
+        if (!token.empty())
+            request.headers["authorization"] = "Bearer " + token;
+        return handleApi(context, request);
+    }
+    static json body(const HttpResponse& response) { return *parseJson(response.body); }
+
+    std::string signIn(const std::string& email) {
+        const std::string verifier = Secrets::randomToken(40);
+        const std::string challenge = Secrets::base64url(sha256Bytes(verifier));
+        const auto started = call("POST", "auth/email/start",
+                                  json{{"email", email},
+                                       {"platform", "mac"},
+                                       {"device_name", "Laptop"},
+                                       {"lang", "en"},
+                                       {"code_challenge", challenge},
+                                       {"code_challenge_method", "S256"}}
+                                      .dump());
+        EXPECT_EQ(started.status, 200) << started.body;
+        const std::string code = mailedCode();
+        const auto verified = call(
+            "POST", "auth/email/verify",
+            json{{"id", body(started)["attempt_id"]}, {"code", code}, {"code_verifier", verifier}}
+                .dump());
+        EXPECT_EQ(verified.status, 200) << verified.body;
+        return body(verified)["token"];
+    }
+
+    std::string mailedCode() const {
+        const std::string& subject = mail.sent.back().subject;
+        return subject.substr(subject.size() - 6);
+    }
+
+    static std::string sha256Bytes(const std::string& text) {
+        std::string bytes;
+        const std::string hex = Secrets::sha256Hex(text);
+        for (std::size_t i = 0; i < hex.size(); i += 2)
+            bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+        return bytes;
+    }
+
+    testing::TemporaryFolder folder;
+    std::unique_ptr<SqliteStore> store;
+    KeptMail mail;
+    ServerConfig config;
+    ApiContext context{*store, mail, config};
+    TimePoint now = *parseIso8601("2026-05-01T10:00:00Z");
+};
+
+TEST_F(ServerApiTest, AMailedCodeWorksOnceWithItsOwnVerifierWithinTenMinutes) {
+    const std::string verifier = Secrets::randomToken(40);
+    const json start = {{"email", " Ada@Example.org "},
+                        {"device_name", "Laptop"},
+                        {"code_challenge", Secrets::base64url(sha256Bytes(verifier))},
+                        {"code_challenge_method", "S256"}};
+    const auto started = call("POST", "auth/email/start", start.dump());
+    ASSERT_EQ(started.status, 200);
+    ASSERT_EQ(mail.sent.size(), 1u);
+    EXPECT_EQ(mail.sent[0].to, "ada@example.org");
+    const std::string attempt = body(started)["attempt_id"];
+    const auto verify = [&](const std::string& code, const std::string& withVerifier) {
+        return call("POST", "auth/email/verify",
+                    json{{"id", attempt}, {"code", code}, {"code_verifier", withVerifier}}.dump());
+    };
+    const std::string code = mailedCode();
+    EXPECT_EQ(body(verify(code, Secrets::randomToken(40)))["detail"], "invalid_code_verifier");
+    EXPECT_EQ(body(verify(code == "000000" ? "000001" : "000000", verifier))["detail"],
+              "invalid_code");
+    const auto login = verify(code, verifier);
+    ASSERT_EQ(login.status, 200) << login.body;
+    EXPECT_EQ(body(login)["device"]["name"], "Laptop");
+    EXPECT_EQ(verify(code, verifier).status, 400); // once only
+
+    // A fresh code that waited too long, and one guessed at too often, are dead.
+    ASSERT_EQ(call("POST", "auth/email/start", start.dump()).status, 200);
+    const std::string late = mailedCode();
+    const std::string lateAttempt =
+        body(call("POST", "auth/email/start", start.dump()))["attempt_id"];
+    now += std::chrono::minutes(11);
+    EXPECT_EQ(
+        body(call("POST", "auth/email/verify",
+                  json{{"id", lateAttempt}, {"code", mailedCode()}, {"code_verifier", verifier}}
+                      .dump()))["detail"],
+        "code_expired");
+    (void)late;
+}
+
+TEST_F(ServerApiTest, TokensAreKeptHashedAndARevokedDeviceIsSignedOut) {
+    const std::string token = signIn("ada@example.org");
+    const std::string second = signIn("ada@example.org");
+    EXPECT_FALSE(store->deviceForToken(token)->has_value()); // only the hash is stored
+    ASSERT_TRUE(store->deviceForToken(Secrets::sha256Hex(token))->has_value());
+    const std::string secondDevice = (*store->deviceForToken(Secrets::sha256Hex(second)))->id;
+    EXPECT_EQ(call("DELETE", "devices/" + secondDevice, "", token).status, 200);
+    EXPECT_EQ(call("GET", "me", "", second).status, 401);
+    EXPECT_EQ(call("GET", "me", "", token).status, 200);
+    // Another account's device is "not found", not "forbidden": nothing leaks.
+    const std::string grace = signIn("grace@example.org");
+    const std::string adaDevice = (*store->deviceForToken(Secrets::sha256Hex(token)))->id;
+    EXPECT_EQ(call("DELETE", "devices/" + adaDevice, "", grace).status, 404);
+    EXPECT_EQ(call("GET", "me", "", token).status, 200);
+}
+
+TEST_F(ServerApiTest, SyncReplacesTheListAtOnceOrNotAtAll) {
+    const std::string token = signIn("ada@example.org");
+    const json shop = {{"id", "5b0e1c7e-6a49-4c1f-9d3e-2f8a3c4b5d6e"},
+                       {"url", "https://shop.example/"},
+                       {"name", "Shop"},
+                       {"enabled", true},
+                       {"interval_minutes", 5}};
+    json blog = shop;
+    blog["id"] = "0f9e8d7c-6b5a-4c3d-8e2f-1a0b9c8d7e6f";
+    blog["url"] = "http://blog.example/";
+    ASSERT_EQ(call("PUT", "sites/sync", json::array({shop, blog}).dump(), token).status, 200);
+
+    json tooFast = shop;
+    tooFast["interval_minutes"] = 1;
+    json ftp = shop;
+    ftp["url"] = "ftp://shop.example/";
+    for (const json& refused :
+         {json::array({shop, blog, tooFast}), json::array({ftp}), json::array({tooFast}),
+          json::array({shop, shop}), json::object()}) {
+        const auto answer = call("PUT", "sites/sync", refused.dump(), token);
+        EXPECT_EQ(answer.status, 400) << refused.dump();
+        EXPECT_TRUE(body(answer).contains("detail"));
+    }
+    EXPECT_EQ(call("PUT", "sites/sync", "[{\"id\":", token).status, 400);
+    const auto statuses = body(call("GET", "sites/status", "", token));
+    ASSERT_EQ(statuses.size(), 2u);
+    EXPECT_EQ(statuses[0]["health"], "unknown");
+
+    ASSERT_EQ(call("PUT", "sites/sync", json::array({blog}).dump(), token).status, 200);
+    EXPECT_EQ(body(call("GET", "sites/status", "", token)).size(), 1u);
+    // The same site id in another account is that account's own site.
+    const std::string grace = signIn("grace@example.org");
+    EXPECT_EQ(call("GET", "sites/status", "", grace).body, "[]");
+    ASSERT_EQ(call("PUT", "sites/sync", json::array({blog}).dump(), grace).status, 200);
+    EXPECT_EQ(body(call("GET", "sites/status", "", token)).size(), 1u);
+}
+
+TEST_F(ServerApiTest, DeletingTheAccountTakesItsSitesAndDevices) {
+    const std::string token = signIn("ada@example.org");
+    const json shop = {{"id", "5b0e1c7e-6a49-4c1f-9d3e-2f8a3c4b5d6e"},
+                       {"url", "https://shop.example/"},
+                       {"name", "Shop"},
+                       {"enabled", true},
+                       {"interval_minutes", 5}};
+    ASSERT_EQ(call("PUT", "sites/sync", json::array({shop}).dump(), token).status, 200);
+    const std::string account = (*store->deviceForToken(Secrets::sha256Hex(token)))->accountID;
+    EXPECT_EQ(call("DELETE", "me", "", token).status, 200);
+    EXPECT_EQ(call("GET", "me", "", token).status, 401);
+    EXPECT_TRUE(store->sites(account)->empty());
+}
+
+TEST_F(ServerApiTest, SignInIsLimitedPerAddressAndPerClient) {
+    const json start = {{"email", "ada@example.org"},
+                        {"code_challenge", std::string(43, 'a')},
+                        {"code_challenge_method", "S256"}};
+    int limited = 0;
+    for (int i = 0; i < 12; ++i)
+        limited += call("POST", "auth/email/start", start.dump()).status == 429;
+    EXPECT_EQ(limited, 2);
+    EXPECT_EQ(mail.sent.size(), 10u);
+    // After the hour the address may ask again.
+    now += std::chrono::hours(1);
+    EXPECT_EQ(call("POST", "auth/email/start", start.dump()).status, 200);
+}
+
+TEST_F(ServerApiTest, FailuresAreClearAndSayNothingOfOtherAccounts) {
+    EXPECT_EQ(body(call("GET", "me"))["detail"], "not_authenticated");
+    EXPECT_EQ(call("GET", "me", "", "made-up").status, 401);
+    EXPECT_EQ(call("GET", "nothing-here").status, 404);
+    EXPECT_EQ(call("POST", "auth/apple/start", "{}").status, 400);
+    EXPECT_EQ(body(call("POST", "auth/apple/start", "{}"))["detail"], "apple_not_configured");
+    EXPECT_EQ(body(call("POST", "auth/token",
+                        json{{"email", "nobody@example.org"}, {"password", "x"}}.dump()))["detail"],
+              "invalid_credentials");
+    mail.failing = true;
+    const auto unsent = call("POST", "auth/email/start",
+                             json{{"email", "ada@example.org"},
+                                  {"code_challenge", std::string(43, 'a')},
+                                  {"code_challenge_method", "S256"}}
+                                 .dump());
+    EXPECT_EQ(unsent.status, 503);
+    EXPECT_EQ(body(unsent)["detail"], "mail_unavailable");
+}
+
+TEST_F(ServerApiTest, OperatorPasswordsSignIn) {
+    ASSERT_TRUE(store->setPassword("ops@example.org", Secrets::hashPassword("correct horse")).ok());
+    const auto login = call(
+        "POST", "auth/token",
+        json{{"email", "Ops@Example.org"}, {"password", "correct horse"}, {"device_name", "CI"}}
+            .dump());
+    ASSERT_EQ(login.status, 200) << login.body;
+    EXPECT_EQ(body(call("GET", "me", "", body(login)["token"]))["email"], "ops@example.org");
+    EXPECT_FALSE(Secrets::passwordMatches("correct horse", "pbkdf2-sha256$1$x$y"));
+    EXPECT_FALSE(Secrets::passwordMatches(
+        "wrong", *store->accountForEmail("ops@example.org", false)->passwordHash));
+}
+
+} // namespace
+} // namespace ravo::server
