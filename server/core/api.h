@@ -52,6 +52,27 @@ HttpResponse status(ApiContext& context, const Caller& caller);
 
 // The body as a JSON value, or the 400 that says why it is not one.
 std::variant<nlohmann::json, HttpResponse> jsonBody(const HttpRequest& request);
+
+// The body decoded into a wire record, or the 400 that says what is wrong with it.
+template <typename Decoder>
+auto decodeBody(const HttpRequest& request, Decoder decode)
+    -> std::variant<std::decay_t<decltype(decode(nlohmann::json()).value())>, HttpResponse> {
+    auto body = jsonBody(request);
+    if (auto* refused = std::get_if<HttpResponse>(&body))
+        return *refused;
+    auto decoded = decode(std::get<nlohmann::json>(body));
+    if (!decoded)
+        return errorResponse(400, decoded.error());
+    return std::move(decoded).value();
+}
+
+// A JSON array of wire records.
+template <typename Records> nlohmann::json jsonList(const Records& records) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& record : records)
+        list.push_back(cloud::toJson(record));
+    return list;
+}
 HttpResponse storeFailure(const Failure& failure);
 
 } // namespace ravo::server

@@ -62,12 +62,10 @@ bool limited(ApiContext& context, const HttpRequest& request) {
 HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
     if (limited(context, request))
         return errorResponse(429, "rate_limited");
-    auto body = jsonBody(request);
-    if (auto* refused = std::get_if<HttpResponse>(&body))
+    auto decoded = decodeBody(request, cloud::emailSignInRequestFromJson);
+    if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    auto start = cloud::emailSignInRequestFromJson(std::get<json>(body));
-    if (!start)
-        return errorResponse(400, start.error());
+    const auto* start = &std::get<cloud::EmailSignInRequest>(decoded);
     const std::string email = normalizedEmail(start->email);
     if (!looksLikeEmail(email))
         return errorResponse(400, "invalid_email");
@@ -103,12 +101,10 @@ HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
 HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
     if (limited(context, request))
         return errorResponse(429, "rate_limited");
-    auto body = jsonBody(request);
-    if (auto* refused = std::get_if<HttpResponse>(&body))
+    auto decoded = decodeBody(request, cloud::emailVerifyRequestFromJson);
+    if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    auto verify = cloud::emailVerifyRequestFromJson(std::get<json>(body));
-    if (!verify)
-        return errorResponse(400, verify.error());
+    const auto* verify = &std::get<cloud::EmailVerifyRequest>(decoded);
     if (!Secrets::isCanonicalUUID(verify->id))
         return errorResponse(400, "invalid_code");
     auto found = context.store.emailAttempt(verify->id);
@@ -140,12 +136,10 @@ HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
 HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request) {
     if (limited(context, request))
         return errorResponse(429, "rate_limited");
-    auto body = jsonBody(request);
-    if (auto* refused = std::get_if<HttpResponse>(&body))
+    auto decoded = decodeBody(request, cloud::passwordLoginRequestFromJson);
+    if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    auto login = cloud::passwordLoginRequestFromJson(std::get<json>(body));
-    if (!login)
-        return errorResponse(400, login.error());
+    const auto* login = &std::get<cloud::PasswordLoginRequest>(decoded);
     const auto account = context.store.accountForEmail(normalizedEmail(login->email), false);
     // The same answer whether the address is unknown or the password wrong.
     if (!account || !account->passwordHash ||

@@ -9,7 +9,9 @@ HttpResponse jsonResponse(int status, const std::string& json) {
 }
 
 HttpResponse errorResponse(int status, const std::string& detail) {
-    return jsonResponse(status, nlohmann::json{{"detail", detail}}.dump());
+    // A detail may quote what the client sent, broken UTF-8 and all: replace, never throw.
+    return jsonResponse(status, nlohmann::json{{"detail", detail}}.dump(
+                                    -1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 } // namespace ravo::server

@@ -45,13 +45,11 @@ std::optional<std::string> problemWith(const std::vector<cloud::CloudSite>& site
 } // namespace
 
 HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& request) {
-    auto body = jsonBody(request);
-    if (auto* refused = std::get_if<HttpResponse>(&body))
+    auto decoded = decodeBody(request, cloud::sitesFromJson);
+    if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    auto sites = cloud::sitesFromJson(std::get<json>(body));
-    if (!sites)
-        return errorResponse(400, sites.error());
-    for (auto& site : sites.value())
+    auto* sites = &std::get<std::vector<cloud::CloudSite>>(decoded);
+    for (auto& site : *sites)
         if (site.keyword && site.keyword->empty())
             site.keyword.reset();
     if (const auto problem = problemWith(*sites, context.config.plan))
@@ -61,20 +59,14 @@ HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& 
     const auto stored = context.store.sites(caller.account.id);
     if (!stored)
         return storeFailure(stored.failure());
-    json list = json::array();
-    for (const auto& site : *stored)
-        list.push_back(cloud::toJson(site));
-    return jsonResponse(200, list.dump());
+    return jsonResponse(200, jsonList(*stored).dump());
 }
 
 HttpResponse status(ApiContext& context, const Caller& caller) {
     const auto statuses = context.store.siteStatuses(caller.account.id);
     if (!statuses)
         return storeFailure(statuses.failure());
-    json list = json::array();
-    for (const auto& status : *statuses)
-        list.push_back(cloud::toJson(status));
-    return jsonResponse(200, list.dump());
+    return jsonResponse(200, jsonList(*statuses).dump());
 }
 
 } // namespace ravo::server::SitesApi

@@ -40,6 +40,13 @@ protected:
         return handleApi(context, request);
     }
     static json body(const HttpResponse& response) { return *parseJson(response.body); }
+    static json shopSite() {
+        return {{"id", "5b0e1c7e-6a49-4c1f-9d3e-2f8a3c4b5d6e"},
+                {"url", "https://shop.example/"},
+                {"name", "Shop"},
+                {"enabled", true},
+                {"interval_minutes", 5}};
+    }
 
     std::string signIn(const std::string& email) {
         const std::string verifier = Secrets::randomToken(40);
@@ -139,11 +146,7 @@ TEST_F(ServerApiTest, TokensAreKeptHashedAndARevokedDeviceIsSignedOut) {
 
 TEST_F(ServerApiTest, SyncReplacesTheListAtOnceOrNotAtAll) {
     const std::string token = signIn("ada@example.org");
-    const json shop = {{"id", "5b0e1c7e-6a49-4c1f-9d3e-2f8a3c4b5d6e"},
-                       {"url", "https://shop.example/"},
-                       {"name", "Shop"},
-                       {"enabled", true},
-                       {"interval_minutes", 5}};
+    const json shop = shopSite();
     json blog = shop;
     blog["id"] = "0f9e8d7c-6b5a-4c3d-8e2f-1a0b9c8d7e6f";
     blog["url"] = "http://blog.example/";
@@ -176,11 +179,7 @@ TEST_F(ServerApiTest, SyncReplacesTheListAtOnceOrNotAtAll) {
 
 TEST_F(ServerApiTest, DeletingTheAccountTakesItsSitesAndDevices) {
     const std::string token = signIn("ada@example.org");
-    const json shop = {{"id", "5b0e1c7e-6a49-4c1f-9d3e-2f8a3c4b5d6e"},
-                       {"url", "https://shop.example/"},
-                       {"name", "Shop"},
-                       {"enabled", true},
-                       {"interval_minutes", 5}};
+    const json shop = shopSite();
     ASSERT_EQ(call("PUT", "sites/sync", json::array({shop}).dump(), token).status, 200);
     const std::string account = (*store->deviceForToken(Secrets::sha256Hex(token)))->accountID;
     EXPECT_EQ(call("DELETE", "me", "", token).status, 200);
@@ -211,6 +210,10 @@ TEST_F(ServerApiTest, FailuresAreClearAndSayNothingOfOtherAccounts) {
     EXPECT_EQ(body(call("POST", "auth/token",
                         json{{"email", "nobody@example.org"}, {"password", "x"}}.dump()))["detail"],
               "invalid_credentials");
+    // Found by fuzzing: broken UTF-8 quoted back in the detail made the answer itself throw.
+    const auto broken = call("POST", "auth/email/verify", "{\"id\": \"5b0e\xb9\"}");
+    EXPECT_EQ(broken.status, 400);
+    EXPECT_TRUE(parseJson(broken.body).ok()) << broken.body;
     mail.failing = true;
     const auto unsent = call("POST", "auth/email/start",
                              json{{"email", "ada@example.org"},
