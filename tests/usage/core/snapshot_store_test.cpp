@@ -80,6 +80,21 @@ TEST(SnapshotJson, KeepsEveryCreditBalanceExactAsAJsonNumber) {
     }
 }
 
+// Found by fuzzing: text from outside that looked like the exact-number marker was taken
+// for one, and the file written could not be read back.
+TEST(SnapshotJson, TextThatLooksLikeAnExactNumberStaysText) {
+    UsageSnapshot snapshot;
+    ProviderReading codex;
+    codex.credits = Credits{*Decimal::parse("12345678.9012345678"), false};
+    snapshot.apply(codex, Provider::codex, fromReferenceSeconds(800000000));
+    snapshot.apply(UsageError{"cl\\\"\u0001exact:aude \u0001exact:5", std::nullopt, std::nullopt},
+                   Provider::codex, fromReferenceSeconds(800000100));
+    const auto reread = decodeSnapshot(encodeSnapshot(snapshot, DateStyle::referenceSeconds));
+    ASSERT_TRUE(reread.ok()) << reread.error();
+    EXPECT_EQ(reread->usage(Provider::codex)->error, snapshot.usage(Provider::codex)->error);
+    EXPECT_EQ(reread->usage(Provider::codex)->credits->balance.toString(), "12345678.9012345678");
+}
+
 TEST(SnapshotJson, NumbersOutOfRangeFailToDecodeInsteadOfWrapping) {
     EXPECT_FALSE(
         decodeSnapshot(R"({"providers":[{"provider":"codex","windows":[],"resetCredits":3e61}]})"));
