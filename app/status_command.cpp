@@ -1,7 +1,6 @@
 #include "app/commands.h"
 #include "app/settings_values.h"
 #include "app/status_report.h"
-#include "core/json_exact_number.h"
 #include "core/paths.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_sampler.h"
@@ -35,7 +34,7 @@ int runStatusCommand(bool json) {
     std::this_thread::sleep_until(started + std::chrono::seconds(1));
     report.system = sampler.sample(SampleRequest::all());
     if (json)
-        std::cout << JsonExactNumber::dump(statusJson(report), 2) << std::endl;
+        std::cout << statusJsonText(report) << std::endl;
     else
         std::cout << statusText(report, metrics::FormatLocale::fromEnvironment());
     return 0;

@@ -10,13 +10,25 @@ namespace ravo::app {
 
 using namespace metrics;
 
-nlohmann::json statusJson(const StatusReport& report) {
+nlohmann::json statusJson(const StatusReport& report, std::vector<JsonExactNumber::Exact>* exact) {
     nlohmann::json json{{"system", report.system}};
-    if (report.usage)
-        json["usage"] = usage::snapshotToJson(*report.usage, usage::DateStyle::iso8601);
+    if (report.usage) {
+        std::vector<JsonExactNumber::Exact> balances;
+        json["usage"] = usage::snapshotToJson(*report.usage, usage::DateStyle::iso8601, &balances);
+        if (exact)
+            for (auto& balance : balances)
+                exact->push_back({nlohmann::json::json_pointer("/usage") / balance.at,
+                                  std::move(balance.decimal)});
+    }
     if (report.sessions)
         json["sessions"] = sessions::SessionList::toReadableJson(*report.sessions);
     return json;
+}
+
+std::string statusJsonText(const StatusReport& report) {
+    std::vector<JsonExactNumber::Exact> exact;
+    nlohmann::json document = statusJson(report, &exact);
+    return JsonExactNumber::dump(std::move(document), exact, 2);
 }
 
 namespace {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/json_exact_number.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
 #include "sessions/core/agent_session.h"
@@ -20,7 +21,10 @@ struct StatusReport {
     std::optional<std::vector<sessions::AgentSession>> sessions; // newest first
 };
 
-nlohmann::json statusJson(const StatusReport& report);
+// The report as `ravo status --json` prints it, credit balances exact.
+std::string statusJsonText(const StatusReport& report);
+nlohmann::json statusJson(const StatusReport& report,
+                          std::vector<JsonExactNumber::Exact>* exact = nullptr);
 std::string statusText(const StatusReport& report, const metrics::FormatLocale& locale);
 
 } // namespace ravo::app

@@ -7,61 +7,46 @@ namespace ravo::JsonExactNumber {
 
 namespace {
 
-// A marker nobody can put into a document from outside: a control character and a nonce
-// drawn once per process. (A fixed marker was found by fuzzing inside a user's string.)
-const std::string& marker() {
-    static const std::string text = [] {
-        std::random_device random;
-        std::string nonce;
-        for (int i = 0; i < 4; ++i) {
-            char part[9];
-            std::snprintf(part, sizeof part, "%08x", random());
-            nonce += part;
-        }
-        return "\x01"
-               "exact-" +
-               nonce + ":";
-    }();
-    return text;
+std::string dumped(const nlohmann::json& document, int indent) {
+    return document.dump(indent, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-// How the marker reads inside a dumped string, opening quote included.
-const std::string& escapedMarker() {
-    static const std::string text = "\"\\u0001" + marker().substr(1);
+std::string nonce() {
+    static thread_local std::mt19937_64 random{std::random_device{}()};
+    char text[40];
+    std::snprintf(text, sizeof text, "%016llx%016llx", static_cast<unsigned long long>(random()),
+                  static_cast<unsigned long long>(random()));
     return text;
-}
-
-// A quote that opens a string is not itself escaped: an even run of backslashes before it.
-bool opensString(const std::string& text, std::size_t quote) {
-    std::size_t backslashes = 0;
-    while (quote > backslashes && text[quote - backslashes - 1] == '\\')
-        ++backslashes;
-    return backslashes % 2 == 0;
 }
 
 } // namespace
 
-nlohmann::json value(std::string_view decimalText) {
-    return marker() + std::string(decimalText);
-}
+std::string dump(nlohmann::json document, const std::vector<Exact>& numbers, int indent) {
+    if (numbers.empty())
+        return dumped(document, indent);
+    // The placeholders carry a nonce that the document's own text does not hold, so nothing
+    // that came from outside can be taken for one.
+    for (const auto& number : numbers)
+        document[number.at] = nullptr;
+    const std::string plain = dumped(document, indent);
+    std::string tag;
+    do
+        tag = "exact-" + nonce() + ":";
+    while (plain.find(tag) != std::string::npos);
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        document[numbers[i].at] = tag + std::to_string(i);
 
-std::string dump(const nlohmann::json& document, int indent) {
-    const std::string text =
-        document.dump(indent, ' ', false, nlohmann::json::error_handler_t::replace);
-    const std::string& wanted = escapedMarker();
+    const std::string text = dumped(document, indent);
+    const std::string opening = "\"" + tag;
     std::string out;
     out.reserve(text.size());
     std::size_t position = 0;
-    for (auto start = text.find(wanted); start != std::string::npos;
-         start = text.find(wanted, start + 1)) {
-        if (start < position || !opensString(text, start))
-            continue;
-        const auto digits = start + wanted.size();
-        const auto close = text.find('"', digits);
-        if (close == std::string::npos)
-            break;
+    for (auto start = text.find(opening); start != std::string::npos;
+         start = text.find(opening, position)) {
+        const auto close = text.find('"', start + opening.size());
+        const std::size_t index = std::stoul(text.substr(start + opening.size(), close));
         out.append(text, position, start - position);
-        out.append(text, digits, close - digits);
+        out.append(numbers.at(index).decimal);
         position = close + 1;
     }
     out.append(text, position, std::string::npos);

@@ -66,13 +66,15 @@ UsageWindow windowFromJson(const json& j) {
     return w;
 }
 
-// The balance is a JSON number that keeps the decimal exactly, whatever its length.
-json balanceToJson(const Decimal& balance) {
+// The balance is a JSON number that keeps the decimal exactly, whatever its length: what a
+// double would round is listed for the exact dump.
+json balanceToJson(const Decimal& balance, const json::json_pointer& at,
+                   std::vector<JsonExactNumber::Exact>* exact) {
     if (const auto whole = balance.integer())
         return *whole;
-    if (balance.isExactAsDouble())
-        return balance.toDouble();
-    return JsonExactNumber::value(balance.toString());
+    if (!balance.isExactAsDouble() && exact)
+        exact->push_back({at, balance.toString()});
+    return balance.toDouble();
 }
 
 // Long balances arrive as their text (see kSnapshotLimits).
@@ -86,7 +88,8 @@ std::optional<Decimal> balanceFromJson(const json& value) {
     return std::nullopt;
 }
 
-json usageToJson(const ProviderUsage& u, DateStyle style) {
+json usageToJson(const ProviderUsage& u, DateStyle style, const json::json_pointer& at,
+                 std::vector<JsonExactNumber::Exact>* exact) {
     json windows = json::array();
     for (const auto& w : u.windows)
         windows.push_back(windowToJson(w, style));
@@ -98,8 +101,9 @@ json usageToJson(const ProviderUsage& u, DateStyle style) {
     if (u.planMultiplier)
         j["planMultiplier"] = *u.planMultiplier;
     if (u.credits)
-        j["credits"] = {{"balance", balanceToJson(u.credits->balance)},
-                        {"unlimited", u.credits->unlimited}};
+        j["credits"] = {
+            {"balance", balanceToJson(u.credits->balance, at / "credits" / "balance", exact)},
+            {"unlimited", u.credits->unlimited}};
     if (u.updatedAt)
         j["updatedAt"] = date(*u.updatedAt, style);
     if (u.error)
@@ -138,10 +142,12 @@ ProviderUsage usageFromJson(const json& j) {
 
 } // namespace
 
-json snapshotToJson(const UsageSnapshot& snapshot, DateStyle dates) {
+json snapshotToJson(const UsageSnapshot& snapshot, DateStyle dates,
+                    std::vector<JsonExactNumber::Exact>* exact) {
     json providers = json::array();
     for (const auto& u : snapshot.providers)
-        providers.push_back(usageToJson(u, dates));
+        providers.push_back(
+            usageToJson(u, dates, json::json_pointer("/providers") / providers.size(), exact));
     return json{{"providers", std::move(providers)}};
 }
 
@@ -153,7 +159,9 @@ UsageSnapshot snapshotFromJson(const json& j) {
 }
 
 std::string encodeSnapshot(const UsageSnapshot& snapshot, DateStyle dates) {
-    return JsonExactNumber::dump(snapshotToJson(snapshot, dates));
+    std::vector<JsonExactNumber::Exact> exact;
+    json document = snapshotToJson(snapshot, dates, &exact);
+    return JsonExactNumber::dump(std::move(document), exact);
 }
 
 Result<UsageSnapshot> decodeSnapshot(std::string_view text) {

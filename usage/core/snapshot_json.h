@@ -1,11 +1,13 @@
 #pragma once
 
+#include "core/json_exact_number.h"
 #include "core/result.h"
 #include "usage/core/usage_model.h"
 
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ravo::usage {
 
@@ -13,8 +15,10 @@ namespace ravo::usage {
 // what people read (`ravo status --json`) gets ISO 8601 text.
 enum class DateStyle { referenceSeconds, iso8601 };
 
-// Dump the result with JsonExactNumber::dump so that long credit balances stay exact.
-nlohmann::json snapshotToJson(const UsageSnapshot& snapshot, DateStyle dates);
+// Balances a double would round are written rounded; pass `exact` to have them listed for
+// JsonExactNumber::dump, which writes them exactly.
+nlohmann::json snapshotToJson(const UsageSnapshot& snapshot, DateStyle dates,
+                              std::vector<JsonExactNumber::Exact>* exact = nullptr);
 // Throws nlohmann::json::exception or std::invalid_argument for anything but the file format.
 UsageSnapshot snapshotFromJson(const nlohmann::json& json);
 
