@@ -13,12 +13,12 @@ start_tray
 "$bin/ravo" >"$work/log" 2>&1 &
 ravo=$!
 has_items() { [ "$(tray_items)" -eq 7 ]; }
-wait_until 10 has_items || fail "tray items: $(tray_items), log: $(cat "$work/log")"
+wait_until 20 has_items || fail "tray items: $(tray_items), log: $(cat "$work/log")"
 
 popover_shown() { xwininfo -root -tree | grep '"Ravo": ("ravo" "Ravo")' | grep -qv '+0+0  +'; }
 "$bin/ravo" || fail "the second ravo failed"
 kill -0 $ravo || fail "the first ravo died"
-wait_until 5 popover_shown || fail "no usage popover after the second ravo"
+wait_until 15 popover_shown || fail "no usage popover after the second ravo"
 "$bin/ravo" "ravo://session/claude/not-there" || fail "handing over a link failed"
 kill -0 $ravo || fail "the first ravo died on a link"
 
@@ -29,5 +29,5 @@ wait $tray 2>/dev/null || true
 "$bin/ravo" >"$work/log2" 2>&1 &
 ravo=$!
 dashboard() { xwininfo -root -tree | grep -q '"Ravo": ("ravo" "Ravo")  7[0-9][0-9]x'; }
-wait_until 10 dashboard || fail "no dashboard window without a tray: $(xwininfo -root -tree | grep Ravo), log: $(cat "$work/log2")"
+wait_until 20 dashboard || fail "no dashboard window without a tray: $(xwininfo -root -tree | grep Ravo), log: $(cat "$work/log2")"
 echo "seven tray items; the second ravo showed the popover; without a tray, the window"
