@@ -97,29 +97,45 @@ fs::path resolvedLinkTarget(const fs::path& path) {
     return current; // a loop: the write below fails with the system's own error
 }
 
-Status checkReplaceable(const fs::path& path) {
-    const fs::path target = resolvedLinkTarget(path);
-    struct stat existing {};
-    if (::stat(target.c_str(), &existing) != 0)
-        return success();
-    if (!S_ISREG(existing.st_mode))
+namespace {
+
+// The file a write lands in, as it is now: resolved and looked at once per write.
+struct WriteTarget {
+    fs::path path;
+    bool exists = false;
+    struct stat status {};
+};
+
+Result<WriteTarget> replaceableTarget(const fs::path& path) {
+    WriteTarget target{resolvedLinkTarget(path)};
+    target.exists = ::stat(target.path.c_str(), &target.status) == 0;
+    if (!target.exists)
+        return target;
+    if (!S_ISREG(target.status.st_mode))
         return Failure{"Cannot write " + path.string() + ": it is not a regular file"};
-    if (!mayWrite(target, existing))
+    if (!mayWrite(target.path, target.status))
         return failureFor(path, "Cannot write", EACCES);
+    return target;
+}
+
+} // namespace
+
+Status checkReplaceable(const fs::path& path) {
+    if (auto target = replaceableTarget(path); !target)
+        return target.failure();
     return success();
 }
 
 Status writeFileAtomically(const fs::path& path, std::string_view bytes,
                            std::optional<fs::perms> mode) {
-    if (auto replaceable = checkReplaceable(path); !replaceable)
-        return replaceable;
-    const fs::path target = resolvedLinkTarget(path);
-    struct stat existing {};
-    const bool exists = ::stat(target.c_str(), &existing) == 0;
-    if (exists) {
-        if (existing.st_nlink > 1)
-            return rewriteInPlace(target, bytes);
-    }
+    auto resolved = replaceableTarget(path);
+    if (!resolved)
+        return resolved.failure();
+    const fs::path& target = resolved->path;
+    const bool exists = resolved->exists;
+    const struct stat& existing = resolved->status;
+    if (exists && existing.st_nlink > 1)
+        return rewriteInPlace(target, bytes);
     const mode_t permissions =
         exists ? existing.st_mode & 07777 : static_cast<mode_t>(mode.value_or(fs::perms(0644)));
 

@@ -1,5 +1,6 @@
 #include "core/json_exact_number.h"
 
+#include <charconv>
 #include <cstdio>
 #include <random>
 
@@ -43,10 +44,16 @@ std::string dump(nlohmann::json document, const std::vector<Exact>& numbers, int
     std::size_t position = 0;
     for (auto start = text.find(opening); start != std::string::npos;
          start = text.find(opening, position)) {
-        const auto close = text.find('"', start + opening.size());
-        const std::size_t index = std::stoul(text.substr(start + opening.size(), close));
+        // The placeholder is ours, "<tag><index>"; anything else is left as it stands.
+        const auto digits = start + opening.size();
+        const auto close = text.find('"', digits);
+        std::size_t index = numbers.size();
+        if (close != std::string::npos)
+            std::from_chars(text.data() + digits, text.data() + close, index);
+        if (index >= numbers.size())
+            break;
         out.append(text, position, start - position);
-        out.append(numbers.at(index).decimal);
+        out.append(numbers[index].decimal);
         position = close + 1;
     }
     out.append(text, position, std::string::npos);

@@ -31,7 +31,7 @@ public:
         return DomParser::key(name);
     }
     bool number_float(double value, const std::string& text) {
-        if (keepsText() && !roundTrips(value, text)) {
+        if (keepsText() && !fitsADouble(text)) {
             std::string copy = text;
             return DomParser::string(copy);
         }
@@ -61,7 +61,7 @@ private:
         return false;
     }
     // A double keeps any decimal of up to 15 significant digits exactly.
-    static bool roundTrips(double, const std::string& text) {
+    static bool fitsADouble(const std::string& text) {
         int significant = 0;
         bool leading = true;
         for (char c : text) {

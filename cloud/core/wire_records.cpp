@@ -1,17 +1,14 @@
 #include "cloud/core/wire_records.h"
 
 #include "cloud/core/wire_fields.h"
+#include "core/json_optional.h"
 
 namespace ravo::cloud {
 
 using nlohmann::json;
+using ravo::json::putOptional;
 
 namespace {
-
-void putOptional(json& object, const char* key, const auto& value) {
-    if (value)
-        object[key] = *value;
-}
 
 void putDate(json& object, const char* key, const std::optional<TimePoint>& date) {
     if (date)

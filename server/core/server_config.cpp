@@ -34,6 +34,20 @@ Status setNumber(std::int64_t& field, const std::string& text, std::int64_t low,
     return success();
 }
 
+// Settings that take any text as it stands.
+auto textInto(std::string ServerConfig::*field) {
+    return [field](ServerConfig& config, const std::string& value) -> Status {
+        config.*field = value;
+        return success();
+    };
+}
+auto textInto(std::optional<std::string> ServerConfig::*field) {
+    return [field](ServerConfig& config, const std::string& value) -> Status {
+        config.*field = value;
+        return success();
+    };
+}
+
 const std::vector<Setting>& settings() {
     static const std::vector<Setting> all{
         {"listen", "HOST:PORT to serve the API on (default 127.0.0.1:8470)",
@@ -64,16 +78,8 @@ const std::vector<Setting>& settings() {
              c.smtpURL = v;
              return success();
          }},
-        {"smtp-user", "user name for the SMTP server",
-         [](ServerConfig& c, const std::string& v) -> Status {
-             c.smtpUser = v;
-             return success();
-         }},
-        {"smtp-password", "password for the SMTP server",
-         [](ServerConfig& c, const std::string& v) -> Status {
-             c.smtpPassword = v;
-             return success();
-         }},
+        {"smtp-user", "user name for the SMTP server", textInto(&ServerConfig::smtpUser)},
+        {"smtp-password", "password for the SMTP server", textInto(&ServerConfig::smtpPassword)},
         {"mail-from", "the sender of the sign-in mail",
          [](ServerConfig& c, const std::string& v) -> Status {
              if (v.find('@') == std::string::npos)
@@ -89,20 +95,11 @@ const std::vector<Setting>& settings() {
              return success();
          }},
         {"telegram-api", "the Telegram Bot API's base address",
-         [](ServerConfig& c, const std::string& v) -> Status {
-             c.telegramAPI = v;
-             return success();
-         }},
+         textInto(&ServerConfig::telegramAPI)},
         {"telegram-bot-token", "the server's own Telegram bot",
-         [](ServerConfig& c, const std::string& v) -> Status {
-             c.telegramBotToken = v;
-             return success();
-         }},
+         textInto(&ServerConfig::telegramBotToken)},
         {"release-dir", "the folder of published release envelopes and notes",
-         [](ServerConfig& c, const std::string& v) -> Status {
-             c.releaseDir = v;
-             return success();
-         }},
+         textInto(&ServerConfig::releaseDir)},
         {"plan-name", "the plan every account has (default self-hosted)",
          [](ServerConfig& c, const std::string& v) -> Status {
              c.plan.plan = v;

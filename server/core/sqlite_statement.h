@@ -27,6 +27,16 @@ public:
     Status run(); // steps to the end
     Status status() const;
 
+    // The first row as `read` makes it, nothing when there is none, or the database's error.
+    template <typename Read> auto first(Read read) -> Result<std::optional<decltype(read(*this))>> {
+        using Row = decltype(read(*this));
+        if (step())
+            return std::optional<Row>(read(*this));
+        if (auto failed = status(); !failed)
+            return failed.failure();
+        return std::optional<Row>();
+    }
+
     std::string text(int column) const;
     std::optional<std::string> optionalText(int column) const;
     std::int64_t integer(int column) const;

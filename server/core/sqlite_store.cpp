@@ -59,6 +59,10 @@ CREATE TABLE IF NOT EXISTS site_status (
 );
 )sql";
 
+Account readAccount(const SqliteStatement& row) {
+    return Account{row.text(0), row.text(1), row.optionalText(2)};
+}
+
 double now() {
     return unixSeconds(Clock::now());
 }
@@ -104,11 +108,11 @@ Result<Account> SqliteStore::accountForEmail(const std::string& email, bool crea
     std::lock_guard lock(mutex_);
     SqliteTransaction transaction(db_);
     SqliteStatement find(db_, "SELECT id, email, password_hash FROM accounts WHERE email = ?");
-    find.bind(1, email);
-    if (find.step())
-        return Account{find.text(0), find.text(1), find.optionalText(2)};
-    if (auto status = find.status(); !status)
-        return status.failure();
+    const auto found = find.bind(1, email).first(readAccount);
+    if (!found)
+        return found.failure();
+    if (*found)
+        return **found;
     if (!create)
         return Failure{"no such account"};
     Account account{Secrets::randomUUID(), email, std::nullopt};
@@ -123,12 +127,7 @@ Result<Account> SqliteStore::accountForEmail(const std::string& email, bool crea
 Result<std::optional<Account>> SqliteStore::account(const std::string& accountID) {
     std::lock_guard lock(mutex_);
     SqliteStatement find(db_, "SELECT id, email, password_hash FROM accounts WHERE id = ?");
-    find.bind(1, accountID);
-    if (find.step())
-        return std::optional(Account{find.text(0), find.text(1), find.optionalText(2)});
-    if (auto status = find.status(); !status)
-        return status.failure();
-    return std::optional<Account>();
+    return find.bind(1, accountID).first(readAccount);
 }
 
 Status SqliteStore::setPassword(const std::string& email, const std::string& passwordHash) {
@@ -176,12 +175,9 @@ Result<Device> SqliteStore::addDevice(const std::string& accountID, const std::s
 Result<std::optional<Device>> SqliteStore::deviceForToken(const std::string& tokenHash) {
     std::lock_guard lock(mutex_);
     SqliteStatement find(db_, "SELECT id, account_id, name FROM devices WHERE token_hash = ?");
-    find.bind(1, tokenHash);
-    if (find.step())
-        return std::optional(Device{find.text(0), find.text(1), find.text(2)});
-    if (auto status = find.status(); !status)
-        return status.failure();
-    return std::optional<Device>();
+    return find.bind(1, tokenHash).first([](const SqliteStatement& row) {
+        return Device{row.text(0), row.text(1), row.text(2)};
+    });
 }
 
 Result<bool> SqliteStore::deleteDevice(const std::string& accountID, const std::string& deviceID) {
@@ -212,15 +208,16 @@ Result<std::optional<EmailAttempt>> SqliteStore::emailAttempt(const std::string&
     std::lock_guard lock(mutex_);
     SqliteStatement find(db_, "SELECT id, email, code_hash, code_challenge, device_name, "
                               "expires_at, failed_tries, used FROM email_attempts WHERE id = ?");
-    find.bind(1, id);
-    if (find.step())
-        return std::optional(EmailAttempt{find.text(0), find.text(1), find.text(2), find.text(3),
-                                          find.text(4),
-                                          fromUnixSeconds(find.optionalReal(5).value_or(0)),
-                                          static_cast<int>(find.integer(6)), find.integer(7) != 0});
-    if (auto status = find.status(); !status)
-        return status.failure();
-    return std::optional<EmailAttempt>();
+    return find.bind(1, id).first([](const SqliteStatement& row) {
+        return EmailAttempt{row.text(0),
+                            row.text(1),
+                            row.text(2),
+                            row.text(3),
+                            row.text(4),
+                            fromUnixSeconds(row.optionalReal(5).value_or(0)),
+                            static_cast<int>(row.integer(6)),
+                            row.integer(7) != 0};
+    });
 }
 
 Status SqliteStore::updateEmailAttempt(const EmailAttempt& a) {
