@@ -1,11 +1,13 @@
 // ravo-server: the companion service that keeps Ravo users' accounts and monitored sites.
 #include "core/log.h"
+#include "server/alerts/alert_worker.h"
+#include "server/checker/checker.h"
 #include "server/core/api.h"
 #include "server/core/secrets.h"
 #include "server/core/server_config.h"
 #include "server/core/smtp_mailer.h"
-#include "server/core/sqlite_store.h"
 #include "server/http/http_server.h"
+#include "server/store/sql_store.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
@@ -46,6 +48,18 @@ std::map<std::string, std::string> environment() {
     return variables;
 }
 
+// The database address without its password, for the log.
+std::string redactedDatabase(const std::string& database) {
+    const auto scheme = database.find("://");
+    const auto at = database.find('@');
+    if (scheme == std::string::npos || at == std::string::npos)
+        return database;
+    const auto colon = database.find(':', scheme + 3);
+    if (colon == std::string::npos || colon > at)
+        return database;
+    return database.substr(0, colon) + ":***" + database.substr(at);
+}
+
 int fail(const std::string& message) {
     std::fprintf(stderr, "ravo-server: %s\n", message.c_str());
     return 2;
@@ -62,9 +76,21 @@ int addUser(Store& store, const std::string& email) {
     return 0;
 }
 
+CheckerOptions checkerOptions(const ServerConfig& config) {
+    CheckerOptions options;
+    options.probe.timeout = std::chrono::seconds(config.checkTimeoutSeconds);
+    options.probe.extraCAFile = config.checkCAFile;
+    options.probe.userAgent = std::string("ravo-server/") + RAVO_VERSION + " (uptime check)";
+    options.policy.slowAfterMs = static_cast<double>(config.slowThresholdMs);
+    options.maxInFlight = static_cast<std::size_t>(config.checkConcurrency);
+    options.historyDays = static_cast<int>(config.plan.historyDays);
+    return options;
+}
+
 int serve(Store& store, const ServerConfig& config) {
     SmtpMailer mailer(config);
-    ApiContext context{store, mailer, config};
+    TelegramClient telegram(config.telegramAPI);
+    ApiContext context{store, mailer, config, telegram};
     boost::asio::io_context io;
     boost::system::error_code error;
     const auto address = boost::asio::ip::make_address(config.listenHost, error);
@@ -76,7 +102,9 @@ int serve(Store& store, const ServerConfig& config) {
             io,
             boost::asio::ip::tcp::endpoint(address, static_cast<unsigned short>(config.listenPort)),
             [&context](const HttpRequest& request) { return handleApi(context, request); },
-            HttpLimits{config.maxBodyBytes});
+            HttpLimits{config.maxBodyBytes},
+            HttpStreams{std::string(SpeedTestApi::kLargePath),
+                        std::string(SpeedTestApi::kUploadPath)});
     } catch (const boost::system::system_error& bindError) {
         return fail("cannot listen on " + config.listenHost + ":" +
                     std::to_string(config.listenPort) + ": " + bindError.code().message());
@@ -84,13 +112,20 @@ int serve(Store& store, const ServerConfig& config) {
     boost::asio::signal_set signals(io, SIGINT, SIGTERM);
     signals.async_wait([&io](const boost::system::error_code&, int) { io.stop(); });
     log::info("server", "listening on " + config.listenHost + ":" + std::to_string(server->port()) +
-                            ", database " + config.database);
+                            ", database " + redactedDatabase(config.database));
+    Checker checker(store, checkerOptions(config));
+    if (config.checker)
+        checker.start();
+    AlertWorker alerts(store, telegram, config.telegramBotToken);
+    alerts.start();
     std::vector<std::thread> threads;
     for (int i = 1; i < config.threads; ++i)
         threads.emplace_back([&io] { io.run(); });
     io.run();
     for (auto& thread : threads)
         thread.join();
+    checker.stop();
+    alerts.stop();
     log::info("server", "stopped");
     return 0;
 }
@@ -113,9 +148,10 @@ int main(int argc, char** argv) {
     }
     curl_global_init(CURL_GLOBAL_DEFAULT);
     const ServerConfig& config = command->config;
-    auto store = SqliteStore::open(config.database.substr(7));
+    auto store = SqlStore::open(config.database, static_cast<std::size_t>(config.threads) + 3);
     if (!store)
         return fail(store.error());
+    (*store)->setMinuteSeconds(static_cast<double>(config.checkMinuteSeconds));
     const int status = command->kind == ServerCommand::Kind::userAdd
                            ? addUser(**store, command->email)
                            : serve(**store, config);

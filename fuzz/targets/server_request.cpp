@@ -2,7 +2,7 @@
 // body, through routing, authentication and every body decoder, against a real SQLite file.
 #include "fuzz_check.h"
 #include "server/core/api.h"
-#include "server/core/sqlite_store.h"
+#include "server/store/sql_store.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -21,9 +21,10 @@ struct NoMail final : Mailer {
 };
 
 struct Fixture {
-    std::unique_ptr<SqliteStore> store;
+    std::unique_ptr<SqlStore> store;
     NoMail mail;
     ServerConfig config;
+    TelegramClient telegram{"http://127.0.0.1:9"};
     std::unique_ptr<ApiContext> context;
     std::string token = "fuzz-token";
 
@@ -31,10 +32,11 @@ struct Fixture {
         const auto file =
             std::filesystem::temp_directory_path() / ("ravo-fuzz-" + std::to_string(::getpid()));
         std::filesystem::remove(file);
-        store = std::move(SqliteStore::open(file)).value();
-        context.reset(new ApiContext{*store, mail, config});
+        store = std::move(SqlStore::open("sqlite:" + file.string())).value();
+        context.reset(new ApiContext{*store, mail, config, telegram});
         const auto account = store->accountForEmail("fuzz@example.org", true);
-        store->addDevice(account->id, "fuzz", "0d0a8f3b2a2b6d55d3b6c3e3a0f0a1c5b1b5f1c2d2e3f4a5b6c7d8e9f0a1b2c3");
+        store->addDevice(account->id, "fuzz",
+                         "0d0a8f3b2a2b6d55d3b6c3e3a0f0a1c5b1b5f1c2d2e3f4a5b6c7d8e9f0a1b2c3");
     }
 };
 
@@ -44,15 +46,30 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static Fixture fixture;
     // The first byte picks the endpoint; the rest is the body.
     static const std::pair<const char*, const char*> routes[] = {
-        {"POST", "auth/email/start"}, {"POST", "auth/email/verify"}, {"POST", "auth/token"},
-        {"POST", "auth/apple/start"}, {"GET", "me"},                {"PUT", "sites/sync"},
-        {"GET", "sites/status"},      {"DELETE", "devices/x"},      {"PATCH", "me"},
-        {"GET", "../../etc"}};
+        {"POST", "auth/email/start"},
+        {"POST", "auth/email/verify"},
+        {"POST", "auth/token"},
+        {"POST", "auth/apple/start"},
+        {"GET", "me"},
+        {"PUT", "sites/sync"},
+        {"GET", "sites/status"},
+        {"DELETE", "devices/x"},
+        {"PATCH", "me"},
+        {"GET", "../../etc"},
+        {"PUT", "notifications/settings"},
+        {"GET", "notifications/settings"},
+        {"POST", "notifications/telegram/test"},
+        {"GET", "sites/6f9619ff-8b86-4011-b42d-00c04fc964ff/history"},
+        {"GET", "sites/../history"}};
     if (size == 0)
         return 0;
     const auto& [method, path] = routes[data[0] % std::size(routes)];
-    HttpRequest request{method, std::string("/api/v1/") + path, "", {},
-                        std::string(reinterpret_cast<const char*>(data) + 1, size - 1), "fuzz"};
+    HttpRequest request{method,
+                        std::string("/api/v1/") + path,
+                        "",
+                        {},
+                        std::string(reinterpret_cast<const char*>(data) + 1, size - 1),
+                        "fuzz"};
     if (data[0] & 0x80)
         request.headers["authorization"] = "Bearer " + fixture.token;
     const HttpResponse response = handleApi(*fixture.context, request);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/alerts/telegram_client.h"
 #include "server/core/http_message.h"
 #include "server/core/mailer.h"
 #include "server/core/rate_limiter.h"
@@ -16,6 +17,7 @@ struct ApiContext {
     Store& store;
     Mailer& mailer;
     const ServerConfig& config;
+    const TelegramClient& telegram;
     std::function<TimePoint()> now = [] { return Clock::now(); };
     // Sign-in attempts per client address, and mails per address.
     RateLimiter perClient{30, std::chrono::minutes(10)};
@@ -48,7 +50,29 @@ HttpResponse deleteDevice(ApiContext& context, const Caller& caller, const std::
 namespace SitesApi {
 HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& request);
 HttpResponse status(ApiContext& context, const Caller& caller);
+HttpResponse history(ApiContext& context, const Caller& caller, const std::string& siteID);
 } // namespace SitesApi
+
+namespace NotificationsApi {
+HttpResponse settings(ApiContext& context, const Caller& caller);
+HttpResponse update(ApiContext& context, const Caller& caller, const HttpRequest& request);
+HttpResponse telegramTest(ApiContext& context, const Caller& caller);
+} // namespace NotificationsApi
+
+// Published release envelopes and notes; the signing key never comes near the server.
+namespace ReleasesApi {
+HttpResponse latest(ApiContext& context, const HttpRequest& request);
+HttpResponse notes(ApiContext& context, const HttpRequest& request);
+} // namespace ReleasesApi
+
+// The responsiveness test's configuration and small download; the endless download and
+// the upload sink stream, so the front end serves them itself.
+namespace SpeedTestApi {
+inline constexpr std::string_view kLargePath = "/api/v1/speedtest/large";
+inline constexpr std::string_view kUploadPath = "/api/v1/speedtest/upload";
+HttpResponse config(ApiContext& context);
+HttpResponse small();
+} // namespace SpeedTestApi
 
 // The body as a JSON value, or the 400 that says why it is not one.
 std::variant<nlohmann::json, HttpResponse> jsonBody(const HttpRequest& request);

@@ -45,9 +45,19 @@ HttpResponse route(ApiContext& context, const HttpRequest& request) {
         return AuthApi::passwordLogin(context, request);
     if (path == "auth/apple/start" && method == "POST")
         return AuthApi::appleStart(context, request);
+    if (path == "releases/latest" && method == "GET")
+        return ReleasesApi::latest(context, request);
+    if (path == "releases/notes" && method == "GET")
+        return ReleasesApi::notes(context, request);
+    if (path == "speedtest/config" && method == "GET")
+        return SpeedTestApi::config(context);
+    if (path == "speedtest/small" && method == "GET")
+        return SpeedTestApi::small();
 
+    const bool isHistory = path.starts_with("sites/") && path.ends_with("/history");
     const bool known = path == "me" || path.starts_with("devices/") || path == "sites/sync" ||
-                       path == "sites/status";
+                       path == "sites/status" || isHistory || path == "notifications/settings" ||
+                       path == "notifications/telegram/test";
     if (!known)
         return errorResponse(404, "not_found");
     auto caller = authenticate(context, request);
@@ -64,6 +74,14 @@ HttpResponse route(ApiContext& context, const HttpRequest& request) {
         return SitesApi::sync(context, who, request);
     if (path == "sites/status" && method == "GET")
         return SitesApi::status(context, who);
+    if (isHistory && method == "GET")
+        return SitesApi::history(context, who, path.substr(6, path.size() - 6 - 8));
+    if (path == "notifications/settings" && method == "GET")
+        return NotificationsApi::settings(context, who);
+    if (path == "notifications/settings" && method == "PUT")
+        return NotificationsApi::update(context, who, request);
+    if (path == "notifications/telegram/test" && method == "POST")
+        return NotificationsApi::telegramTest(context, who);
     return errorResponse(405, "method_not_allowed");
 }
 

@@ -64,10 +64,14 @@ const std::vector<Setting>& settings() {
              c.listenPort = static_cast<int>(port);
              return success();
          }},
-        {"database", "sqlite:PATH (default sqlite:ravo-server.db)",
+        {"database",
+         "sqlite:PATH (default sqlite:ravo-server.db), or postgresql://USER@HOST/NAME "
+         "to share one database among several processes",
          [](ServerConfig& c, const std::string& v) -> Status {
-             if (!v.starts_with("sqlite:") || v.size() == 7)
-                 return Failure{"\"" + v + "\" is not sqlite:PATH"};
+             const bool sqlite = v.starts_with("sqlite:") && v.size() > 7;
+             const bool postgres = v.starts_with("postgresql://") || v.starts_with("postgres://");
+             if (!sqlite && !postgres)
+                 return Failure{"\"" + v + "\" is not sqlite:PATH or postgresql://..."};
              c.database = v;
              return success();
          }},
@@ -116,6 +120,32 @@ const std::vector<Setting>& settings() {
         {"plan-history-days", "days of history kept (default 30)",
          [](ServerConfig& c, const std::string& v) {
              return setNumber(c.plan.historyDays, v, 1, 3650);
+         }},
+        {"check-timeout", "seconds a site has to answer a check (default 10)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.checkTimeoutSeconds, v, 1, 120);
+         }},
+        {"check-concurrency", "checks that may run at once (default 256)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.checkConcurrency, v, 1, 10000);
+         }},
+        {"slow-threshold-ms", "a site that answers slower than this is slow (default 3000)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.slowThresholdMs, v, 1, 120000);
+         }},
+        {"check-minute",
+         "seconds in an interval's minute (default 60; shorter only to try things out)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.checkMinuteSeconds, v, 1, 60);
+         }},
+        {"check-ca-file", "extra certificate authorities (PEM) that checks trust",
+         textInto(&ServerConfig::checkCAFile)},
+        {"checker", "on or off: whether this process checks sites (default on)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             if (v != "on" && v != "off")
+                 return Failure{"\"" + v + "\" is not on or off"};
+             c.checker = v == "on";
+             return success();
          }},
         {"max-body", "the largest request body in bytes (default 262144)",
          [](ServerConfig& c, const std::string& v) -> Status {

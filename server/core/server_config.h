@@ -23,6 +23,12 @@ struct ServerConfig {
     std::optional<std::string> telegramBotToken;
     std::optional<std::string> releaseDir;
     cloud::CloudMe plan{"", "self-hosted", 1000, 1, {"email", "telegram"}, 30};
+    std::int64_t checkTimeoutSeconds = 10;
+    std::int64_t checkConcurrency = 256;
+    std::int64_t slowThresholdMs = 3000;
+    std::int64_t checkMinuteSeconds = 60;
+    std::optional<std::string> checkCAFile;
+    bool checker = true;
     std::size_t maxBodyBytes = 256 * 1024;
     int threads = 2;
     bool operator==(const ServerConfig&) const = default;

@@ -69,4 +69,15 @@ HttpResponse status(ApiContext& context, const Caller& caller) {
     return jsonResponse(200, jsonList(*statuses).dump());
 }
 
+HttpResponse history(ApiContext& context, const Caller& caller, const std::string& siteID) {
+    if (!Secrets::isCanonicalUUID(siteID))
+        return errorResponse(404, "site_not_found");
+    const auto history = context.store.siteHistory(caller.account.id, siteID, context.now());
+    if (!history)
+        return storeFailure(history.failure());
+    if (!*history)
+        return errorResponse(404, "site_not_found");
+    return jsonResponse(200, cloud::toJson(**history).dump());
+}
+
 } // namespace ravo::server::SitesApi

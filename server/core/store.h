@@ -1,8 +1,10 @@
 #pragma once
 
+#include "cloud/core/monitoring_records.h"
 #include "cloud/core/wire_records.h"
 #include "core/result.h"
 #include "core/time.h"
+#include "server/checker/site_verdict.h"
 
 #include <optional>
 #include <string>
@@ -37,6 +39,41 @@ struct EmailAttempt {
     bool operator==(const EmailAttempt&) const = default;
 };
 
+// One site whose slot has come, claimed by this process.
+struct DueCheck {
+    std::int64_t siteKey = 0;
+    std::string accountID;
+    std::string siteID;
+    std::string url;
+    std::string name;
+    std::optional<std::string> keyword;
+    TimePoint slot;
+    bool operator==(const DueCheck&) const = default;
+};
+
+struct CheckReport {
+    DueCheck check;
+    CheckOutcome outcome;
+};
+
+// An alert waiting for Telegram, with where it goes. The bot token is the account's own
+// or nothing (then the server's own bot sends it).
+struct QueuedAlert {
+    std::string id;
+    std::string accountID;
+    std::string text;
+    int attempts = 0;
+    std::optional<std::string> chatID;
+    std::optional<std::string> botToken;
+};
+
+struct AlertOutcome {
+    enum class Kind { sent, retry, failed } kind = Kind::sent;
+    TimePoint retryAt;                      // retry
+    std::string error;                      // failed: shown in the account's settings
+    std::optional<std::string> movedChatID; // the chat became a supergroup
+};
+
 // Everything ravo-server keeps. One implementation per database; every operation is one
 // transaction, so a failure leaves nothing half written.
 class Store {
@@ -65,6 +102,29 @@ public:
                                 const std::vector<cloud::CloudSite>& sites) = 0;
     virtual Result<std::vector<cloud::CloudSiteStatus>>
     siteStatuses(const std::string& accountID) = 0;
+
+    // Claims up to `limit` enabled sites whose slot has come and moves each to its next
+    // slot, so that with several processes every slot is checked by one of them.
+    virtual Result<std::vector<DueCheck>> claimDueChecks(TimePoint now, int limit) = 0;
+    // Statuses, history, incidents and queued alerts for a batch of finished checks.
+    virtual Status recordChecks(const std::vector<CheckReport>& reports,
+                                const CheckPolicy& policy) = 0;
+    // Nothing when the account has no such site.
+    virtual Result<std::optional<cloud::CloudSiteHistory>>
+    siteHistory(const std::string& accountID, const std::string& siteID, TimePoint now) = 0;
+    // Drops latency points after a day, hourly figures and incidents after `historyDays`.
+    virtual Status pruneHistory(TimePoint now, int historyDays) = 0;
+
+    virtual Result<cloud::CloudNotificationSettings>
+    notificationSettings(const std::string& accountID) = 0;
+    virtual Status updateNotificationSettings(const std::string& accountID,
+                                              const cloud::NotificationSettingsUpdate& update) = 0;
+    // The chat and bot token alerts of this account go to.
+    virtual Result<QueuedAlert> alertRoute(const std::string& accountID) = 0;
+    // Claims alerts that are due; a claimed alert is offered again after two minutes
+    // unless finished, so a process that dies mid-send loses nothing.
+    virtual Result<std::vector<QueuedAlert>> claimDueAlerts(TimePoint now, int limit) = 0;
+    virtual Status finishAlert(const QueuedAlert& alert, const AlertOutcome& outcome) = 0;
 };
 
 } // namespace ravo::server

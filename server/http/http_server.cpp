@@ -7,8 +7,10 @@
 #include <boost/beast/http.hpp>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace ravo::server {
 
@@ -52,10 +54,19 @@ http::response<http::string_body> toMessage(const HttpResponse& response, unsign
     return message;
 }
 
+constexpr std::uint64_t kEndlessBytes = 8ull << 30; // "endless": 8 GiB, the client stops first
+constexpr std::size_t kChunkBytes = 64 * 1024;
+
+const std::array<char, kChunkBytes>& zeros() {
+    static const std::array<char, kChunkBytes> chunk{};
+    return chunk;
+}
+
 class Session : public std::enable_shared_from_this<Session> {
 public:
-    Session(tcp::socket socket, const RequestHandler& handler, const HttpLimits& limits)
-        : stream_(std::move(socket)), handler_(handler), limits_(limits) {
+    Session(tcp::socket socket, const RequestHandler& handler, const HttpLimits& limits,
+            const HttpStreams& streams)
+        : stream_(std::move(socket)), handler_(handler), limits_(limits), streams_(streams) {
         beast::error_code ignored;
         const auto endpoint = stream_.socket().remote_endpoint(ignored);
         peer_ = ignored ? "unknown" : endpoint.address().to_string();
@@ -65,18 +76,85 @@ public:
 
 private:
     void read() {
-        parser_.emplace();
-        parser_->body_limit(limits_.maxBodyBytes);
-        parser_->header_limit(static_cast<std::uint32_t>(limits_.maxHeaderBytes));
+        header_.emplace();
+        header_->header_limit(static_cast<std::uint32_t>(limits_.maxHeaderBytes));
         stream_.expires_after(first_ ? limits_.requestTimeout : limits_.idleTimeout);
+        http::async_read_header(stream_, buffer_, *header_,
+                                [self = shared_from_this()](beast::error_code error, std::size_t) {
+                                    self->onHeader(error);
+                                });
+    }
+
+    void onHeader(beast::error_code headerError) {
+        first_ = false;
+        if (headerError)
+            return onRead(headerError);
+        const auto& header = header_->get();
+        if (header.method() == http::verb::post && header.target() == streams_.uploadSinkPath)
+            return discardUpload();
+        if (header.method() == http::verb::get && header.target() == streams_.endlessDownloadPath)
+            return sendEndless();
+        parser_.emplace(std::move(*header_));
+        parser_->body_limit(limits_.maxBodyBytes);
+        stream_.expires_after(limits_.requestTimeout);
         http::async_read(stream_, buffer_, *parser_,
                          [self = shared_from_this()](beast::error_code error, std::size_t) {
                              self->onRead(error);
                          });
     }
 
+    void discardUpload() {
+        scratch_.resize(kChunkBytes);
+        sink_.emplace(std::move(*header_));
+        sink_->body_limit(boost::none);
+        readUploadChunk();
+    }
+
+    void readUploadChunk() {
+        sink_->get().body().data = scratch_.data();
+        sink_->get().body().size = scratch_.size();
+        stream_.expires_after(limits_.requestTimeout);
+        http::async_read(stream_, buffer_, *sink_,
+                         [self = shared_from_this()](beast::error_code error, std::size_t) {
+                             if (error == http::error::need_buffer)
+                                 error = {};
+                             if (error)
+                                 return self->close();
+                             if (!self->sink_->is_done())
+                                 return self->readUploadChunk();
+                             const bool keepAlive = self->sink_->get().keep_alive();
+                             self->write(toMessage(jsonResponse(200, "{}"), 11, keepAlive));
+                         });
+    }
+
+    void sendEndless() {
+        auto head = std::make_shared<std::string>(
+            "HTTP/1.1 200 OK\r\nServer: ravo-server\r\nContent-Type: application/octet-stream\r\n"
+            "Cache-Control: no-store\r\nConnection: close\r\nContent-Length: " +
+            std::to_string(kEndlessBytes) + "\r\n\r\n");
+        stream_.expires_after(limits_.requestTimeout);
+        asio::async_write(stream_, asio::buffer(*head),
+                          [self = shared_from_this(), head](beast::error_code error, std::size_t) {
+                              if (error)
+                                  return self->close();
+                              self->sendZeros(0);
+                          });
+    }
+
+    void sendZeros(std::uint64_t sent) {
+        if (sent >= kEndlessBytes)
+            return close();
+        stream_.expires_after(limits_.requestTimeout);
+        asio::async_write(
+            stream_, asio::buffer(zeros()),
+            [self = shared_from_this(), sent](beast::error_code error, std::size_t written) {
+                if (error)
+                    return self->close();
+                self->sendZeros(sent + written);
+            });
+    }
+
     void onRead(beast::error_code error) {
-        first_ = false;
         if (error == http::error::end_of_stream || error == beast::error::timeout ||
             error == asio::error::operation_aborted || error == asio::error::connection_reset)
             return close();
@@ -114,9 +192,13 @@ private:
 
     beast::tcp_stream stream_;
     beast::flat_buffer buffer_;
+    std::optional<http::request_parser<http::empty_body>> header_;
     std::optional<http::request_parser<http::string_body>> parser_;
+    std::optional<http::request_parser<http::buffer_body>> sink_;
+    std::vector<char> scratch_; // only for uploads
     const RequestHandler& handler_;
     const HttpLimits& limits_;
+    const HttpStreams& streams_;
     std::string peer_;
     bool first_ = true;
 };
@@ -124,8 +206,9 @@ private:
 } // namespace
 
 HttpServer::HttpServer(asio::io_context& io, const tcp::endpoint& endpoint, RequestHandler handler,
-                       HttpLimits limits)
-    : io_(io), acceptor_(io), handler_(std::move(handler)), limits_(limits) {
+                       HttpLimits limits, HttpStreams streams)
+    : io_(io), acceptor_(io), handler_(std::move(handler)), limits_(limits),
+      streams_(std::move(streams)) {
     acceptor_.open(endpoint.protocol());
     acceptor_.set_option(asio::socket_base::reuse_address(true));
     acceptor_.bind(endpoint);
@@ -141,7 +224,7 @@ void HttpServer::accept() {
     acceptor_.async_accept(
         asio::make_strand(io_), [this](beast::error_code error, tcp::socket socket) {
             if (!error)
-                std::make_shared<Session>(std::move(socket), handler_, limits_)->start();
+                std::make_shared<Session>(std::move(socket), handler_, limits_, streams_)->start();
             if (error != asio::error::operation_aborted)
                 accept();
         });

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <string>
 
 namespace ravo::server {
 
@@ -19,6 +20,13 @@ struct HttpLimits {
     std::chrono::seconds idleTimeout{60};
 };
 
+// Paths the front end serves itself because they stream: an endless download of zeros,
+// and an upload whose body is read and thrown away, whatever its size.
+struct HttpStreams {
+    std::string endlessDownloadPath;
+    std::string uploadSinkPath;
+};
+
 using RequestHandler = std::function<HttpResponse(const HttpRequest&)>;
 
 // HTTP/1.1 on Boost.Beast: parsing, size and time limits, keep-alive; every request goes
@@ -26,7 +34,7 @@ using RequestHandler = std::function<HttpResponse(const HttpRequest&)>;
 class HttpServer {
 public:
     HttpServer(boost::asio::io_context& io, const boost::asio::ip::tcp::endpoint& endpoint,
-               RequestHandler handler, HttpLimits limits);
+               RequestHandler handler, HttpLimits limits, HttpStreams streams = {});
 
     // The port actually bound (useful with port 0).
     unsigned short port() const;
@@ -38,6 +46,7 @@ private:
     boost::asio::ip::tcp::acceptor acceptor_;
     RequestHandler handler_;
     HttpLimits limits_;
+    HttpStreams streams_;
 };
 
 } // namespace ravo::server

@@ -1,7 +1,7 @@
 #include "core/json_parse.h"
 #include "server/core/api.h"
 #include "server/core/secrets.h"
-#include "server/core/sqlite_store.h"
+#include "server/store/sql_store.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ struct KeptMail final : Mailer {
 
 class ServerApiTest : public ::testing::Test {
 protected:
-    ServerApiTest() : store(std::move(SqliteStore::open(folder / "ravo.db")).value()) {
+    ServerApiTest() : store(std::move(SqlStore::open("sqlite:" + (folder / "ravo.db").string())).value()) {
         config.plan.maxSites = 2;
         config.plan.minIntervalMinutes = 3;
         context.now = [this] { return now; };
@@ -83,10 +83,11 @@ protected:
     }
 
     testing::TemporaryFolder folder;
-    std::unique_ptr<SqliteStore> store;
+    std::unique_ptr<SqlStore> store;
     KeptMail mail;
     ServerConfig config;
-    ApiContext context{*store, mail, config};
+    TelegramClient telegram{"http://127.0.0.1:9"};
+    ApiContext context{*store, mail, config, telegram};
     TimePoint now = *parseIso8601("2026-05-01T10:00:00Z");
 };
 

@@ -1,0 +1,82 @@
+#include "server/alerts/alert_text.h"
+
+#include <cmath>
+
+namespace ravo::server {
+
+std::string escapeHtml(const std::string& text) {
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (const char c : text) {
+        if (c == '<')
+            escaped += "&lt;";
+        else if (c == '>')
+            escaped += "&gt;";
+        else if (c == '&')
+            escaped += "&amp;";
+        else
+            escaped += c;
+    }
+    return escaped;
+}
+
+std::string alertSiteName(const std::string& name, const std::string& url) {
+    const auto first = name.find_first_not_of(" \t\r\n");
+    if (first != std::string::npos)
+        return name.substr(first, name.find_last_not_of(" \t\r\n") - first + 1);
+    const auto scheme = url.find("://");
+    if (scheme != std::string::npos) {
+        const std::string rest = url.substr(scheme + 3);
+        std::string host = rest.substr(0, rest.find_first_of("/?#"));
+        if (const auto at = host.rfind('@'); at != std::string::npos)
+            host = host.substr(at + 1);
+        if (const auto colon = host.rfind(':');
+            colon != std::string::npos && host.find(']') == std::string::npos)
+            host = host.substr(0, colon);
+        if (!host.empty())
+            return host;
+    }
+    return url;
+}
+
+std::string durationText(double seconds) {
+    const auto total = static_cast<long long>(std::llround(std::max(0.0, seconds)));
+    if (total < 60)
+        return std::to_string(total) + " s";
+    const long long minutes = total / 60;
+    if (minutes < 60)
+        return std::to_string(minutes) + " min";
+    const long long hours = minutes / 60;
+    if (hours < 24)
+        return std::to_string(hours) + " h" +
+               (minutes % 60 ? " " + std::to_string(minutes % 60) + " min" : "");
+    return std::to_string(hours / 24) + " d" +
+           (hours % 24 ? " " + std::to_string(hours % 24) + " h" : "");
+}
+
+std::string alertMessage(const SiteEvent& event, const std::string& siteName,
+                         const std::string& url) {
+    const std::string name = escapeHtml(siteName);
+    std::string title;
+    std::string body;
+    switch (event.kind) {
+    case SiteEvent::Kind::down:
+        title = name + " is down";
+        body = escapeHtml(event.problem);
+        break;
+    case SiteEvent::Kind::recovered:
+        title = name + " is back up";
+        body = event.downForSeconds ? "It was down for " + durationText(*event.downForSeconds) + "."
+                                    : "The site responds normally again.";
+        break;
+    case SiteEvent::Kind::certificateExpiring:
+        title = "The certificate for " + name + " is expiring";
+        body = event.certificateDaysLeft < 0
+                   ? "It has already expired."
+                   : "It expires in " + std::to_string(event.certificateDaysLeft) + " days.";
+        break;
+    }
+    return "<b>" + title + "</b>\n" + body + "\n" + escapeHtml(url);
+}
+
+} // namespace ravo::server

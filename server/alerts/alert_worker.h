@@ -1,0 +1,37 @@
+#pragma once
+
+#include "server/alerts/telegram_client.h"
+#include "server/core/store.h"
+
+#include <atomic>
+#include <optional>
+#include <string>
+#include <thread>
+
+namespace ravo::server {
+
+// Sends queued alerts to Telegram, apart from the checks: a slow or failing Bot API
+// delays alerts, never checks.
+class AlertWorker {
+public:
+    AlertWorker(Store& store, const TelegramClient& telegram,
+                std::optional<std::string> serverBotToken);
+    ~AlertWorker();
+    void start();
+    void stop();
+
+    // What to do with an alert after Telegram's answer; the retry waits grow with attempts.
+    static AlertOutcome outcomeFor(const TelegramDelivery& delivery, int attempts, TimePoint now);
+
+private:
+    void run();
+    AlertOutcome deliver(const QueuedAlert& alert);
+
+    Store& store_;
+    const TelegramClient& telegram_;
+    std::optional<std::string> serverBotToken_;
+    std::atomic<bool> stopping_ = false;
+    std::thread thread_;
+};
+
+} // namespace ravo::server

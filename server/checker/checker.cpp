@@ -1,0 +1,121 @@
+#include "server/checker/checker.h"
+
+#include "core/log.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace ravo::server {
+
+namespace {
+
+constexpr auto kClaimEvery = std::chrono::milliseconds(250);
+constexpr auto kFlushEvery = std::chrono::seconds(1);
+constexpr auto kPauseWhenAway = std::chrono::seconds(5);
+constexpr auto kReportEvery = std::chrono::seconds(60);
+constexpr std::size_t kMaxWaitingResults = 50000;
+
+} // namespace
+
+Checker::Checker(Store& store, CheckerOptions options)
+    : store_(store), options_(std::move(options)), prober_(options_.probe) {}
+
+Checker::~Checker() {
+    stop();
+}
+
+void Checker::start() {
+    thread_ = std::thread([this] { run(); });
+}
+
+void Checker::stop() {
+    if (!thread_.joinable())
+        return;
+    stopping_ = true;
+    thread_.join();
+}
+
+void Checker::run() {
+    const TimePoint started = Clock::now();
+    nextReport_ = started + kReportEvery;
+    nextPrune_ = started + std::chrono::seconds(30);
+    while (!stopping_) {
+        const TimePoint now = Clock::now();
+        if (now >= nextClaim_ && prober_.inFlight() < options_.maxInFlight)
+            claim(now);
+        for (auto& finished : prober_.poll(std::chrono::milliseconds(50))) {
+            lateness_.push_back(secondsBetween(finished.check.slot, finished.outcome.at));
+            pending_.push_back(std::move(finished));
+        }
+        flush(false);
+        if (now >= nextPrune_) {
+            nextPrune_ = now + std::chrono::hours(1);
+            if (auto pruned = store_.pruneHistory(now, options_.historyDays); !pruned)
+                log::error("checker", "pruning history failed: " + pruned.error());
+        }
+        if (now >= nextReport_)
+            report(now);
+    }
+    // Checks already finished are kept; the ones still running are checked next slot.
+    flush(true);
+}
+
+void Checker::claim(TimePoint now) {
+    const auto room = static_cast<int>(options_.maxInFlight - prober_.inFlight());
+    auto due = store_.claimDueChecks(now, std::min(room, 500));
+    if (!due) {
+        if (!storeAway_)
+            log::error("checker", "checks paused, the database is away: " + due.error());
+        storeAway_ = true;
+        nextClaim_ = now + kPauseWhenAway;
+        return;
+    }
+    if (storeAway_)
+        log::info("checker", "the database is back, checks resume");
+    storeAway_ = false;
+    for (const auto& check : *due)
+        prober_.start(check);
+    // A full batch means more are due: claim again at once.
+    nextClaim_ = static_cast<int>(due->size()) == std::min(room, 500) ? now : now + kClaimEvery;
+}
+
+void Checker::flush(bool force) {
+    const TimePoint now = Clock::now();
+    if (pending_.empty() || (!force && now - lastFlush_ < kFlushEvery))
+        return;
+    lastFlush_ = now;
+    if (auto recorded = store_.recordChecks(pending_, options_.policy); !recorded) {
+        log::error("checker", "saving " + std::to_string(pending_.size()) +
+                                  " results failed, kept for the next try: " + recorded.error());
+        if (pending_.size() > kMaxWaitingResults)
+            pending_.erase(pending_.begin(),
+                           pending_.begin() +
+                               static_cast<std::ptrdiff_t>(pending_.size() - kMaxWaitingResults));
+        return;
+    }
+    checked_ += pending_.size();
+    pending_.clear();
+}
+
+void Checker::report(TimePoint now) {
+    nextReport_ = now + kReportEvery;
+    if (lateness_.empty())
+        return;
+    std::sort(lateness_.begin(), lateness_.end());
+    const auto at = [this](double fraction) {
+        const auto index = static_cast<std::size_t>(
+            std::ceil(fraction * static_cast<double>(lateness_.size())) - 1);
+        return lateness_[std::min(index, lateness_.size() - 1)] * 1000;
+    };
+    char line[160];
+    std::snprintf(line, sizeof line,
+                  "%zu checks saved in the last minute; start after slot p50 %.0f ms, p99 %.0f "
+                  "ms, max %.0f ms; %zu in flight",
+                  checked_, at(0.5), at(0.99), lateness_.back() * 1000, prober_.inFlight());
+    log::info("checker", line);
+    lateness_.clear();
+    checked_ = 0;
+}
+
+} // namespace ravo::server

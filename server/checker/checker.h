@@ -1,0 +1,51 @@
+#pragma once
+
+#include "server/checker/http_prober.h"
+#include "server/core/store.h"
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace ravo::server {
+
+struct CheckerOptions {
+    ProbeOptions probe;
+    CheckPolicy policy;
+    std::size_t maxInFlight = 256;
+    int historyDays = 30;
+};
+
+// Claims due sites from the store, checks them, and writes the results back in batches,
+// away from the check path. While the database is away, checks pause and finished
+// results wait in memory.
+class Checker {
+public:
+    Checker(Store& store, CheckerOptions options);
+    ~Checker();
+    void start();
+    void stop();
+
+private:
+    void run();
+    void claim(TimePoint now);
+    void flush(bool force);
+    void report(TimePoint now);
+
+    Store& store_;
+    CheckerOptions options_;
+    HttpProber prober_;
+    std::atomic<bool> stopping_ = false;
+    std::thread thread_;
+
+    std::vector<CheckReport> pending_;
+    TimePoint nextClaim_{};
+    TimePoint lastFlush_{};
+    TimePoint nextPrune_{};
+    TimePoint nextReport_{};
+    bool storeAway_ = false;
+    std::vector<double> lateness_; // seconds from slot to start, since the last report
+    std::size_t checked_ = 0;
+};
+
+} // namespace ravo::server

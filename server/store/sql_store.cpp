@@ -1,0 +1,305 @@
+#include "server/store/sql_store.h"
+
+#include "server/core/secrets.h"
+#include "server/store/postgres_database.h"
+#include "server/store/sql_schema.h"
+#include "server/store/sqlite_database.h"
+
+#include <cmath>
+
+namespace ravo::server {
+
+namespace {
+
+Account readAccount(const SqlRow& row) {
+    return Account{row.text(0), row.text(1), row.optionalText(2)};
+}
+
+double now() {
+    return unixSeconds(Clock::now());
+}
+
+std::optional<TimePoint> optionalDate(const std::optional<double>& seconds) {
+    if (!seconds)
+        return std::nullopt;
+    return fromUnixSeconds(*seconds);
+}
+
+template <typename T, typename Read>
+Result<std::optional<T>> firstAs(SqlDatabase& db, std::string_view sql,
+                                 const std::vector<SqlValue>& parameters, Read read) {
+    auto row = db.first(sql, parameters);
+    if (!row)
+        return row.failure();
+    if (!*row)
+        return std::optional<T>();
+    return std::optional<T>(read(**row));
+}
+
+} // namespace
+
+TimePoint firstSlot(TimePoint now, std::int64_t intervalMinutes, const std::string& identity,
+                    double minuteSeconds) {
+    const double interval =
+        static_cast<double>(std::max<std::int64_t>(1, intervalMinutes)) * minuteSeconds;
+    // FNV-1a: stable across processes and builds, unlike std::hash.
+    std::uint64_t hash = 14695981039346656037ull;
+    for (const unsigned char c : identity)
+        hash = (hash ^ c) * 1099511628211ull;
+    const double offset = static_cast<double>(hash % 1000000) / 1000000 * interval;
+    const double slots = std::ceil((unixSeconds(now) - offset) / interval);
+    return fromUnixSeconds(offset + slots * interval);
+}
+
+Result<std::unique_ptr<SqlStore>> SqlStore::open(const std::string& database,
+                                                 std::size_t connections) {
+    std::unique_ptr<SqlPool> pool;
+    if (database.starts_with("sqlite:")) {
+        const std::string file = database.substr(7);
+        pool = std::make_unique<SqlPool>(
+            [file]() -> Result<std::unique_ptr<SqlDatabase>> {
+                auto db = SqliteDatabase::open(file);
+                if (!db)
+                    return db.failure();
+                return std::unique_ptr<SqlDatabase>(std::move(db).value());
+            },
+            connections, SqlDialect::sqlite);
+    } else if (database.starts_with("postgresql://") || database.starts_with("postgres://")) {
+        pool = std::make_unique<SqlPool>(
+            [database]() -> Result<std::unique_ptr<SqlDatabase>> {
+                auto db = PostgresDatabase::open(database);
+                if (!db)
+                    return db.failure();
+                return std::unique_ptr<SqlDatabase>(std::move(db).value());
+            },
+            connections, SqlDialect::postgres);
+    } else {
+        return Failure{"--database must be sqlite:PATH or postgresql://..."};
+    }
+    std::unique_ptr<SqlStore> store(new SqlStore(std::move(pool)));
+    if (auto migrated = store->migrate(); !migrated)
+        return Failure{"cannot prepare the database: " + migrated.error()};
+    return store;
+}
+
+SqlStore::SqlStore(std::unique_ptr<SqlPool> pool) : pool_(std::move(pool)) {}
+
+const char* SqlStore::skipLocked() const {
+    return pool_->dialect() == SqlDialect::postgres ? " FOR UPDATE SKIP LOCKED" : "";
+}
+
+Status SqlStore::migrate() {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    const auto& connection = *db;
+    if (connection->dialect() == SqlDialect::sqlite)
+        return connection->script(storeSchema(SqlDialect::sqlite));
+    // Processes that start together must not create the same tables at once.
+    if (auto locked = connection->script("SELECT pg_advisory_lock(74211)"); !locked)
+        return locked;
+    auto created = connection->script(storeSchema(SqlDialect::postgres));
+    connection->script("SELECT pg_advisory_unlock(74211)");
+    return created;
+}
+
+Result<Account> SqlStore::accountForEmail(const std::string& email, bool create) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    SqlDatabase& sql = **db;
+    auto found = firstAs<Account>(
+        sql, "SELECT id, email, password_hash FROM accounts WHERE email = ?", {email}, readAccount);
+    if (!found)
+        return found.failure();
+    if (*found)
+        return **found;
+    if (!create)
+        return Failure{"no such account"};
+    // Two sign-ins of a new address at once: the second finds the first one's row.
+    auto inserted = firstAs<Account>(
+        sql,
+        "INSERT INTO accounts (id, email, created_at) VALUES (?, ?, ?) ON CONFLICT (email) "
+        "DO UPDATE SET email = excluded.email RETURNING id, email, password_hash",
+        {Secrets::randomUUID(), email, now()}, readAccount);
+    if (!inserted)
+        return inserted.failure();
+    if (!*inserted)
+        return Failure{"database: the account was not stored"};
+    return **inserted;
+}
+
+Result<std::optional<Account>> SqlStore::account(const std::string& accountID) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return firstAs<Account>(**db, "SELECT id, email, password_hash FROM accounts WHERE id = ?",
+                            {accountID}, readAccount);
+}
+
+Status SqlStore::setPassword(const std::string& email, const std::string& passwordHash) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return (*db)->execute("INSERT INTO accounts (id, email, password_hash, created_at) "
+                          "VALUES (?, ?, ?, ?) ON CONFLICT (email) DO UPDATE SET "
+                          "password_hash = excluded.password_hash",
+                          {Secrets::randomUUID(), email, passwordHash, now()});
+}
+
+Status SqlStore::deleteAccount(const std::string& accountID) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return (*db)->execute("DELETE FROM accounts WHERE id = ?", {accountID});
+}
+
+Result<Device> SqlStore::addDevice(const std::string& accountID, const std::string& name,
+                                   const std::string& tokenHash) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    Device device{Secrets::randomUUID(), accountID, name};
+    if (auto done = (*db)->execute("INSERT INTO devices (id, account_id, name, token_hash, "
+                                   "created_at) VALUES (?, ?, ?, ?, ?)",
+                                   {device.id, accountID, name, tokenHash, now()});
+        !done)
+        return done.failure();
+    return device;
+}
+
+Result<std::optional<Device>> SqlStore::deviceForToken(const std::string& tokenHash) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return firstAs<Device>(**db, "SELECT id, account_id, name FROM devices WHERE token_hash = ?",
+                           {tokenHash}, [](const SqlRow& row) {
+                               return Device{row.text(0), row.text(1), row.text(2)};
+                           });
+}
+
+Result<bool> SqlStore::deleteDevice(const std::string& accountID, const std::string& deviceID) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    auto removed = (*db)->query("DELETE FROM devices WHERE account_id = ? AND id = ? RETURNING id",
+                                {accountID, deviceID});
+    if (!removed)
+        return removed.failure();
+    return !removed->empty();
+}
+
+Status SqlStore::addEmailAttempt(const EmailAttempt& a) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return (*db)->execute("INSERT INTO email_attempts (id, email, code_hash, code_challenge, "
+                          "device_name, expires_at, failed_tries, used) "
+                          "VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+                          {a.id, a.email, a.codeHash, a.codeChallenge, a.deviceName,
+                           unixSeconds(a.expiresAt), std::int64_t{a.failedTries},
+                           std::int64_t{a.used}});
+}
+
+Result<std::optional<EmailAttempt>> SqlStore::emailAttempt(const std::string& id) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return firstAs<EmailAttempt>(
+        **db,
+        "SELECT id, email, code_hash, code_challenge, device_name, expires_at, failed_tries, "
+        "used FROM email_attempts WHERE id = ?",
+        {id}, [](const SqlRow& row) {
+            return EmailAttempt{row.text(0),
+                                row.text(1),
+                                row.text(2),
+                                row.text(3),
+                                row.text(4),
+                                fromUnixSeconds(row.real(5)),
+                                static_cast<int>(row.integer(6)),
+                                row.integer(7) != 0};
+        });
+}
+
+Status SqlStore::updateEmailAttempt(const EmailAttempt& a) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return (*db)->execute("UPDATE email_attempts SET failed_tries = ?, used = ? WHERE id = ?",
+                          {std::int64_t{a.failedTries}, std::int64_t{a.used}, a.id});
+}
+
+Result<std::vector<cloud::CloudSite>> SqlStore::sites(const std::string& accountID) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    auto rows = (*db)->query("SELECT id, url, name, keyword, enabled, interval_minutes FROM "
+                             "sites WHERE account_id = ? ORDER BY position",
+                             {accountID});
+    if (!rows)
+        return rows.failure();
+    std::vector<cloud::CloudSite> sites;
+    for (const auto& row : *rows)
+        sites.push_back({row.text(0), row.text(1), row.text(2), row.optionalText(3),
+                         row.integer(4) != 0, row.integer(5)});
+    return sites;
+}
+
+Status SqlStore::replaceSites(const std::string& accountID,
+                              const std::vector<cloud::CloudSite>& sites) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    SqlDatabase& sql = **db;
+    SqlTransaction transaction(sql);
+    // Sites that stay keep their rows, and so their statuses and history.
+    if (auto done = sql.execute("UPDATE sites SET position = -1 WHERE account_id = ?", {accountID});
+        !done)
+        return done;
+    const TimePoint moment = Clock::now();
+    std::int64_t position = 0;
+    for (const auto& site : sites) {
+        const double slot = unixSeconds(
+            firstSlot(moment, site.intervalMinutes, accountID + "/" + site.id, minuteSeconds_));
+        if (auto done = sql.execute(
+                "INSERT INTO sites (account_id, id, position, url, name, keyword, enabled, "
+                "interval_minutes, next_check_at) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) "
+                "ON CONFLICT (account_id, id) DO UPDATE SET position = excluded.position, "
+                "url = excluded.url, name = excluded.name, keyword = excluded.keyword, "
+                "enabled = excluded.enabled, next_check_at = CASE WHEN "
+                "sites.interval_minutes = excluded.interval_minutes THEN sites.next_check_at "
+                "ELSE excluded.next_check_at END, interval_minutes = excluded.interval_minutes",
+                {accountID, site.id, position++, site.url, site.name, sqlValue(site.keyword),
+                 std::int64_t{site.enabled}, site.intervalMinutes, slot});
+            !done)
+            return done;
+    }
+    if (auto done =
+            sql.execute("DELETE FROM sites WHERE account_id = ? AND position = -1", {accountID});
+        !done)
+        return done;
+    return transaction.commit();
+}
+
+Result<std::vector<cloud::CloudSiteStatus>> SqlStore::siteStatuses(const std::string& accountID) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    auto rows = (*db)->query(
+        "SELECT s.id, st.health, st.last_checked_at, st.last_status_code, st.last_latency_ms, "
+        "st.last_problem_kind, st.last_problem_detail, st.last_certificate_expiry FROM sites s "
+        "LEFT JOIN site_status st ON st.site_key = s.key WHERE s.account_id = ? "
+        "ORDER BY s.position",
+        {accountID});
+    if (!rows)
+        return rows.failure();
+    std::vector<cloud::CloudSiteStatus> statuses;
+    for (const auto& row : *rows)
+        statuses.push_back({row.text(0), row.optionalText(1).value_or("unknown"),
+                            optionalDate(row.optionalReal(2)), row.optionalInteger(3),
+                            row.optionalReal(4), row.optionalText(5), row.optionalText(6),
+                            optionalDate(row.optionalReal(7))});
+    return statuses;
+}
+
+} // namespace ravo::server
