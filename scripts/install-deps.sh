@@ -7,12 +7,13 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libqt6svg6-dev qcoro-qt6-dev
     libgl-dev libvulkan-dev libxkbcommon-dev
     nlohmann-json3-dev libssl-dev libdbus-1-dev
-    libboost-dev libsqlite3-dev libcurl4-openssl-dev
+    libboost-dev libsqlite3-dev libpq-dev libcurl4-openssl-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     dbus dbus-x11 xvfb xauth procps jq valgrind fonts-dejavu-core
 )
 if [ "${1:-}" = "--tests" ]; then
-    packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl)
+    packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl
+        openssl postgresql)
 fi
 
 missing=()

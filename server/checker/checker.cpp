@@ -34,6 +34,7 @@ void Checker::stop() {
         return;
     stopping_ = true;
     thread_.join();
+    log::info("checker", "stopped after " + std::to_string(totalChecked_) + " checks");
 }
 
 void Checker::run() {
@@ -95,6 +96,7 @@ void Checker::flush(bool force) {
         return;
     }
     checked_ += pending_.size();
+    totalChecked_ += pending_.size();
     pending_.clear();
 }
 

@@ -46,6 +46,7 @@ private:
     bool storeAway_ = false;
     std::vector<double> lateness_; // seconds from slot to start, since the last report
     std::size_t checked_ = 0;
+    std::size_t totalChecked_ = 0;
 };
 
 } // namespace ravo::server

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -78,6 +79,8 @@ private:
     void read() {
         header_.emplace();
         header_->header_limit(static_cast<std::uint32_t>(limits_.maxHeaderBytes));
+        // The body's size is judged once the path is known: uploads to the sink have none.
+        header_->body_limit(std::numeric_limits<std::uint64_t>::max());
         stream_.expires_after(first_ ? limits_.requestTimeout : limits_.idleTimeout);
         http::async_read_header(stream_, buffer_, *header_,
                                 [self = shared_from_this()](beast::error_code error, std::size_t) {
@@ -94,6 +97,8 @@ private:
             return discardUpload();
         if (header.method() == http::verb::get && header.target() == streams_.endlessDownloadPath)
             return sendEndless();
+        if (header_->content_length().value_or(0) > limits_.maxBodyBytes)
+            return onRead(http::error::body_limit);
         parser_.emplace(std::move(*header_));
         parser_->body_limit(limits_.maxBodyBytes);
         stream_.expires_after(limits_.requestTimeout);
@@ -106,7 +111,7 @@ private:
     void discardUpload() {
         scratch_.resize(kChunkBytes);
         sink_.emplace(std::move(*header_));
-        sink_->body_limit(boost::none);
+        sink_->body_limit(std::numeric_limits<std::uint64_t>::max());
         readUploadChunk();
     }
 

@@ -5,10 +5,10 @@
 set -euo pipefail
 bin=$1
 source "$(dirname "$0")/lib.sh"
+source "$(dirname "$0")/server_lib.sh"
 use_temporary_home
 trap 'kill $smtp $server 2>/dev/null || true; cat "$work/server.log" >&2; rm -rf "$work"' EXIT
 
-free_port() { python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])'; }
 smtp_port=$(free_port)
 /usr/bin/python3 -m aiosmtpd -n -l "127.0.0.1:$smtp_port" -c aiosmtpd.handlers.Mailbox "$work/mail" \
     >"$work/smtp.log" 2>&1 &
@@ -19,21 +19,10 @@ port=$(free_port)
     --plan-min-interval 2 >"$work/server.log" 2>&1 &
 server=$!
 api=http://127.0.0.1:$port/api/v1
-wait_until 10 curl -s -o /dev/null "$api/me" || fail "the server did not start: $(cat "$work/server.log")"
+wait_for_server "$work/server.log"
 wait_until 10 python3 -c "import socket; socket.create_connection(('127.0.0.1', $smtp_port))" 2>/dev/null ||
     fail "the SMTP server did not start: $(cat "$work/smtp.log")"
 
-call() { # method path [body] [token] -> prints "<status> <body>"
-    local args=(-s -o "$work/body" -w '%{http_code}' -X "$1" "$api/$2")
-    [ -n "${3:-}" ] && args+=(-H 'Content-Type: application/json' --data-binary "$3")
-    [ -n "${4:-}" ] && args+=(-H "Authorization: Bearer $4")
-    local status
-    status=$(curl "${args[@]}")
-    echo "$status $(cat "$work/body")"
-}
-expect() { # "status body" status
-    [ "${1%% *}" = "$2" ] || fail "expected HTTP $2, got: $1"
-}
 pkce() { # -> "verifier challenge"
     python3 -c 'import base64,hashlib,secrets
 v=secrets.token_urlsafe(48)
@@ -93,10 +82,8 @@ expect "$(call DELETE me "" "$other")" 200
 expect "$(call GET me "" "$other")" 401
 
 # An operator's password account.
-printf 'correct horse battery\n' | "$bin/ravo-server" user add ops@example.org --password-stdin \
-    --database "sqlite:$work/ravo.db" >/dev/null || fail "user add"
-login=$(call POST auth/token '{"email":"ops@example.org","password":"correct horse battery","platform":"mac","device_name":"CI"}')
-expect "$login" 200
+database=sqlite:$work/ravo.db
+password_token "$bin" ops@example.org >/dev/null
 expect "$(call POST auth/token '{"email":"ops@example.org","password":"wrong","platform":"mac","device_name":"CI"}')" 400
 expect "$(call POST auth/apple/start '{"platform":"mac","device_name":"CI","code_challenge":"x","code_challenge_method":"S256"}')" 400
 [ "$(jq -r .detail "$work/body")" = apple_not_configured ] || fail "apple: $(cat "$work/body")"

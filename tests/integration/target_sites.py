@@ -1,0 +1,73 @@
+"""Websites for ravo-server to check, on loopback: python3 target_sites.py STATE_DIR SPEC...
+
+Each SPEC is PORT or PORT:CERT:KEY (HTTPS). Every port answers the same paths:
+  /ok            200 "Welcome to the shop"
+  /flap          the status written in STATE_DIR/flap (200 when the file is missing)
+  /slow          200 after 5 s
+  /protected     401, as a password-protected site answers
+  /plain         200 "Nothing to see"
+Every request is appended to STATE_DIR/requests as "unix-time path".
+"""
+import os
+import ssl
+import sys
+import threading
+import time
+from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
+
+state = sys.argv[1]
+lock = threading.Lock()
+
+
+class Site(BaseHTTPRequestHandler):
+    protocol_version = "HTTP/1.1"
+
+    def do_GET(self):
+        with lock, open(os.path.join(state, "requests"), "a") as log:
+            log.write(f"{time.time():.3f} {self.path}\n")
+        path = self.path.split("?")[0]
+        status, body = 200, b"Welcome to the shop"
+        if path == "/flap":
+            try:
+                with open(os.path.join(state, "flap")) as f:
+                    status = int(f.read().strip() or 200)
+            except FileNotFoundError:
+                pass
+        elif path == "/slow":
+            time.sleep(5)
+        elif path == "/protected":
+            status, body = 401, b"Sign in first"
+        elif path == "/plain":
+            body = b"Nothing to see"
+        elif path != "/ok":
+            status, body = 404, b"Not found"
+        self.send_response(status)
+        self.send_header("Content-Type", "text/html")
+        self.send_header("Content-Length", str(len(body)))
+        self.end_headers()
+        self.wfile.write(body)
+
+    def log_message(self, *args):
+        pass
+
+
+class Server(ThreadingHTTPServer):
+    daemon_threads = True
+    request_queue_size = 1024
+
+
+def serve(spec):
+    parts = spec.split(":")
+    server = Server(("127.0.0.1", int(parts[0])), Site)
+    if len(parts) == 3:
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain(parts[1], parts[2])
+        server.socket = context.wrap_socket(server.socket, server_side=True)
+    server.serve_forever()
+
+
+for spec in sys.argv[2:]:
+    threading.Thread(target=serve, args=(spec,), daemon=True).start()
+with open(os.path.join(state, "ready"), "w") as ready:
+    ready.write("ready\n")
+threading.Event().wait()
