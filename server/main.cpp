@@ -3,6 +3,7 @@
 #include "server/alerts/alert_worker.h"
 #include "server/checker/checker.h"
 #include "server/core/api.h"
+#include "server/core/mail_queue.h"
 #include "server/core/secrets.h"
 #include "server/core/server_config.h"
 #include "server/core/smtp_mailer.h"
@@ -88,7 +89,8 @@ CheckerOptions checkerOptions(const ServerConfig& config) {
 }
 
 int serve(Store& store, const ServerConfig& config) {
-    SmtpMailer mailer(config);
+    SmtpMailer smtp(config);
+    MailQueue mailer(smtp);
     TelegramClient telegram(config.telegramAPI);
     ApiContext context{store, mailer, config, telegram};
     boost::asio::io_context io;

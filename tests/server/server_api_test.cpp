@@ -1,10 +1,15 @@
 #include "core/json_parse.h"
 #include "server/core/api.h"
+#include "server/core/mail_queue.h"
 #include "server/core/secrets.h"
 #include "server/store/sql_store.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
+#include <mutex>
+#include <thread>
 
 namespace ravo::server {
 namespace {
@@ -26,7 +31,8 @@ struct KeptMail final : Mailer {
 
 class ServerApiTest : public ::testing::Test {
 protected:
-    ServerApiTest() : store(std::move(SqlStore::open("sqlite:" + (folder / "ravo.db").string())).value()) {
+    ServerApiTest()
+        : store(std::move(SqlStore::open("sqlite:" + (folder / "ravo.db").string())).value()) {
         config.plan.maxSites = 2;
         config.plan.minIntervalMinutes = 3;
         context.now = [this] { return now; };
@@ -236,6 +242,97 @@ TEST_F(ServerApiTest, OperatorPasswordsSignIn) {
     EXPECT_FALSE(Secrets::passwordMatches("correct horse", "pbkdf2-sha256$1$x$y"));
     EXPECT_FALSE(Secrets::passwordMatches(
         "wrong", *store->accountForEmail("ops@example.org", false)->passwordHash));
+}
+
+TEST_F(ServerApiTest, TelegramSettingsAreCheckedAndTheTokenNeverComesBack) {
+    const std::string token = signIn("ada@example.org");
+    const auto put = [&](const json& change) {
+        return call("PUT", "notifications/settings", change.dump(), token);
+    };
+    const std::string bot = "12345:" + std::string(30, 'A');
+    const auto saved = put({{"telegram_bot_token", bot}, {"telegram_chat_id", "-1234567890123"}});
+    ASSERT_EQ(saved.status, 200) << saved.body;
+    EXPECT_EQ(saved.body.find(bot), std::string::npos);
+    EXPECT_EQ(body(saved),
+              (json{{"telegram_chat_id", "-1234567890123"}, {"has_custom_bot_token", true}}));
+
+    for (const std::string& refused :
+         {"1234:" + std::string(30, 'A'), "12345:" + std::string(29, 'A'),
+          "12345:" + std::string(30, 'A') + "!", bot + ":x"}) {
+        const auto answer = put({{"telegram_bot_token", refused}});
+        EXPECT_EQ(answer.status, 400) << refused;
+        EXPECT_EQ(body(answer)["detail"], "The bot token isn't valid.");
+    }
+    for (const std::string refused : {"@abcd", "12a", "--5", "123456789012345678901"})
+        EXPECT_EQ(put({{"telegram_chat_id", refused}}).status, 400) << refused;
+    EXPECT_EQ(put({{"telegram_chat_id", "@ravo_alerts"}}).status, 200);
+    EXPECT_EQ(put({{"telegram_chat_id", 42}}).status, 400);
+    // A key left out keeps its setting; nothing was changed by the refusals.
+    const auto now = body(call("GET", "notifications/settings", "", token));
+    EXPECT_EQ(now, (json{{"telegram_chat_id", "@ravo_alerts"}, {"has_custom_bot_token", true}}));
+    EXPECT_EQ(call("GET", "notifications/settings", "", signIn("grace@example.org")).body,
+              R"({"has_custom_bot_token":false})");
+    // Telegram is out of reach at the configured address: a 4xx that says so.
+    const auto test = call("POST", "notifications/telegram/test", "", token);
+    EXPECT_EQ(test.status, 424);
+    EXPECT_EQ(body(test)["detail"], "Telegram can't be reached.");
+}
+
+TEST_F(ServerApiTest, ReleasesAreServedAsPublishedAndOnlyFromTheirFolder) {
+    const auto latest = [&](const std::string& query) {
+        HttpRequest request{"GET", "/api/v1/releases/latest", query, {}, "", "192.0.2.7"};
+        return handleApi(context, request);
+    };
+    EXPECT_EQ(latest("platform=macos&channel=stable").status, 404);
+    config.releaseDir = folder.path().string();
+    const std::string envelope = R"({"payload":"eyJ2ZXJzaW9uIjoiMSJ9","signature":"c2ln"})";
+    std::FILE* file = std::fopen((folder / "macos-stable.json").c_str(), "w");
+    std::fputs(envelope.c_str(), file);
+    std::fclose(file);
+    const auto served = latest("channel=stable&platform=macos");
+    EXPECT_EQ(served.status, 200);
+    EXPECT_EQ(served.body, envelope);
+    EXPECT_EQ(latest("platform=macos&channel=beta").status, 404);
+    EXPECT_EQ(latest("platform=..%2Fmacos&channel=stable").status, 400);
+    EXPECT_EQ(latest("platform=../macos&channel=stable").status, 400);
+}
+
+TEST(MailQueue, AFailedSendIsTriedAgainAndTheRequestNeverWaits) {
+    struct Flaky final : Mailer {
+        std::mutex mutex;
+        int failuresLeft = 2;
+        std::vector<std::string> delivered;
+        Status send(const MailMessage& message) override {
+            std::lock_guard lock(mutex);
+            if (failuresLeft-- > 0)
+                return Failure{"421 try again later"};
+            delivered.push_back(message.to);
+            return success();
+        }
+    } flaky;
+    {
+        MailQueue queue(flaky, {std::chrono::milliseconds(10), std::chrono::milliseconds(10)});
+        EXPECT_TRUE(queue.send({"ada@example.org", "code", "123456"}));
+        for (int i = 0; i < 200; ++i) {
+            {
+                std::lock_guard lock(flaky.mutex);
+                if (!flaky.delivered.empty())
+                    break;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
+    EXPECT_EQ(flaky.delivered, std::vector<std::string>{"ada@example.org"});
+
+    flaky.failuresLeft = 100;
+    flaky.delivered.clear();
+    {
+        MailQueue queue(flaky, {std::chrono::milliseconds(1)});
+        EXPECT_TRUE(queue.send({"grace@example.org", "code", "654321"}));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    EXPECT_TRUE(flaky.delivered.empty());
+    EXPECT_EQ(flaky.failuresLeft, 98); // one try and one retry, then given up
 }
 
 } // namespace
