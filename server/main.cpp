@@ -80,7 +80,7 @@ int addUser(Store& store, const std::string& email) {
 CheckerOptions checkerOptions(const ServerConfig& config) {
     CheckerOptions options;
     options.probe.timeout = std::chrono::seconds(config.checkTimeoutSeconds);
-    options.probe.extraCAFile = config.checkCAFile;
+    options.probe.caFile = config.checkCAFile;
     options.probe.userAgent = std::string("ravo-server/") + RAVO_VERSION + " (uptime check)";
     options.policy.slowAfterMs = static_cast<double>(config.slowThresholdMs);
     options.maxInFlight = static_cast<std::size_t>(config.checkConcurrency);

@@ -162,8 +162,8 @@ void HttpProber::start(const DueCheck& check) {
     curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L); // every check connects afresh
     curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
     curl_easy_setopt(easy, CURLOPT_USERAGENT, options_.userAgent.c_str());
-    if (options_.extraCAFile)
-        curl_easy_setopt(easy, CURLOPT_CAINFO, options_.extraCAFile->c_str());
+    if (options_.caFile)
+        curl_easy_setopt(easy, CURLOPT_CAINFO, options_.caFile->c_str());
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
@@ -175,8 +175,8 @@ std::vector<CheckReport> HttpProber::poll(std::chrono::milliseconds wait) {
     CURLM* handle = multi(multi_);
     int running = 0;
     curl_multi_perform(handle, &running);
-    if (running > 0)
-        curl_multi_poll(handle, nullptr, 0, static_cast<int>(wait.count()), nullptr);
+    // Waits the whole time when nothing runs, so an idle checker sleeps.
+    curl_multi_poll(handle, nullptr, 0, static_cast<int>(wait.count()), nullptr);
     curl_multi_perform(handle, &running);
     std::vector<CheckReport> finished;
     int queued = 0;

@@ -14,7 +14,7 @@ namespace ravo::server {
 struct ProbeOptions {
     std::chrono::milliseconds timeout{10000};
     std::size_t keywordSearchBytes = 1024 * 1024; // the keyword must be in this much
-    std::optional<std::string> extraCAFile;       // for sites on a private CA
+    std::optional<std::string> caFile;            // for sites on a private CA
     std::string userAgent = "ravo-server";
 };
 

@@ -138,7 +138,7 @@ const std::vector<Setting>& settings() {
          [](ServerConfig& c, const std::string& v) {
              return setNumber(c.checkMinuteSeconds, v, 1, 60);
          }},
-        {"check-ca-file", "extra certificate authorities (PEM) that checks trust",
+        {"check-ca-file", "certificate authorities (PEM) that checks trust instead of the system's",
          textInto(&ServerConfig::checkCAFile)},
         {"checker", "on or off: whether this process checks sites (default on)",
          [](ServerConfig& c, const std::string& v) -> Status {
