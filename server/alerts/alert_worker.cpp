@@ -19,14 +19,11 @@ AlertWorker::~AlertWorker() {
 }
 
 void AlertWorker::start() {
-    thread_ = std::thread([this] { run(); });
+    thread_.start([this] { run(); });
 }
 
 void AlertWorker::stop() {
-    if (!thread_.joinable())
-        return;
-    stopping_ = true;
-    thread_.join();
+    thread_.stop();
 }
 
 AlertOutcome AlertWorker::outcomeFor(const TelegramDelivery& delivery, int attempts,
@@ -67,7 +64,7 @@ AlertOutcome AlertWorker::deliver(const QueuedAlert& alert) {
 }
 
 void AlertWorker::run() {
-    while (!stopping_) {
+    while (!thread_.stopping()) {
         auto due = store_.claimDueAlerts(Clock::now(), 20);
         if (!due)
             log::error("alerts", "reading the alert queue failed: " + due.error());
@@ -76,7 +73,7 @@ void AlertWorker::run() {
                 if (auto finished = store_.finishAlert(alert, deliver(alert)); !finished)
                     log::error("alerts", "recording a sent alert failed: " + finished.error());
             }
-        for (int i = 0; i < 10 && !stopping_ && (!due || due->empty()); ++i)
+        for (int i = 0; i < 10 && !thread_.stopping() && (!due || due->empty()); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
 }

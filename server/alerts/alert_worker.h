@@ -2,11 +2,10 @@
 
 #include "server/alerts/telegram_client.h"
 #include "server/core/store.h"
+#include "server/core/worker_thread.h"
 
-#include <atomic>
 #include <optional>
 #include <string>
-#include <thread>
 
 namespace ravo::server {
 
@@ -30,8 +29,7 @@ private:
     Store& store_;
     const TelegramClient& telegram_;
     std::optional<std::string> serverBotToken_;
-    std::atomic<bool> stopping_ = false;
-    std::thread thread_;
+    WorkerThread thread_;
 };
 
 } // namespace ravo::server

@@ -26,14 +26,12 @@ Checker::~Checker() {
 }
 
 void Checker::start() {
-    thread_ = std::thread([this] { run(); });
+    thread_.start([this] { run(); });
 }
 
 void Checker::stop() {
-    if (!thread_.joinable())
+    if (!thread_.stop())
         return;
-    stopping_ = true;
-    thread_.join();
     log::info("checker", "stopped after " + std::to_string(totalChecked_) + " checks");
 }
 
@@ -41,7 +39,7 @@ void Checker::run() {
     const TimePoint started = Clock::now();
     nextReport_ = started + kReportEvery;
     nextPrune_ = started + std::chrono::seconds(30);
-    while (!stopping_) {
+    while (!thread_.stopping()) {
         const TimePoint now = Clock::now();
         if (now >= nextClaim_ && prober_.inFlight() < options_.maxInFlight)
             claim(now);

@@ -2,10 +2,9 @@
 
 #include "server/checker/http_prober.h"
 #include "server/core/store.h"
+#include "server/core/worker_thread.h"
 
-#include <atomic>
 #include <chrono>
-#include <thread>
 
 namespace ravo::server {
 
@@ -35,8 +34,7 @@ private:
     Store& store_;
     CheckerOptions options_;
     HttpProber prober_;
-    std::atomic<bool> stopping_ = false;
-    std::thread thread_;
+    WorkerThread thread_;
 
     std::vector<CheckReport> pending_;
     TimePoint nextClaim_{};

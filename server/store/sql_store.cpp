@@ -36,6 +36,15 @@ Result<std::optional<T>> firstAs(SqlDatabase& db, std::string_view sql,
     return std::optional<T>(read(**row));
 }
 
+template <typename Database> SqlPool::Opener opener(std::string address) {
+    return [address]() -> Result<std::unique_ptr<SqlDatabase>> {
+        auto db = Database::open(address);
+        if (!db)
+            return db.failure();
+        return std::unique_ptr<SqlDatabase>(std::move(db).value());
+    };
+}
+
 } // namespace
 
 TimePoint firstSlot(TimePoint now, std::int64_t intervalMinutes, const std::string& identity,
@@ -54,28 +63,14 @@ TimePoint firstSlot(TimePoint now, std::int64_t intervalMinutes, const std::stri
 Result<std::unique_ptr<SqlStore>> SqlStore::open(const std::string& database,
                                                  std::size_t connections) {
     std::unique_ptr<SqlPool> pool;
-    if (database.starts_with("sqlite:")) {
-        const std::string file = database.substr(7);
-        pool = std::make_unique<SqlPool>(
-            [file]() -> Result<std::unique_ptr<SqlDatabase>> {
-                auto db = SqliteDatabase::open(file);
-                if (!db)
-                    return db.failure();
-                return std::unique_ptr<SqlDatabase>(std::move(db).value());
-            },
-            connections, SqlDialect::sqlite);
-    } else if (database.starts_with("postgresql://") || database.starts_with("postgres://")) {
-        pool = std::make_unique<SqlPool>(
-            [database]() -> Result<std::unique_ptr<SqlDatabase>> {
-                auto db = PostgresDatabase::open(database);
-                if (!db)
-                    return db.failure();
-                return std::unique_ptr<SqlDatabase>(std::move(db).value());
-            },
-            connections, SqlDialect::postgres);
-    } else {
+    if (database.starts_with("sqlite:"))
+        pool = std::make_unique<SqlPool>(opener<SqliteDatabase>(database.substr(7)), connections,
+                                         SqlDialect::sqlite);
+    else if (database.starts_with("postgresql://") || database.starts_with("postgres://"))
+        pool = std::make_unique<SqlPool>(opener<PostgresDatabase>(database), connections,
+                                         SqlDialect::postgres);
+    else
         return Failure{"--database must be sqlite:PATH or postgresql://..."};
-    }
     std::unique_ptr<SqlStore> store(new SqlStore(std::move(pool)));
     if (auto migrated = store->migrate(); !migrated)
         return Failure{"cannot prepare the database: " + migrated.error()};
