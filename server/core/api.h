@@ -77,6 +77,20 @@ HttpResponse small();
 // The body as a JSON value, or the 400 that says why it is not one.
 std::variant<nlohmann::json, HttpResponse> jsonBody(const HttpRequest& request);
 
+// The first key of `given` (an object, or a list of them) that `known` does not have at the
+// same place; keys whose value is null count as absent.
+std::optional<std::string> unknownKey(const nlohmann::json& given, const nlohmann::json& known);
+
+template <typename Record> nlohmann::json wireJson(const Record& record) {
+    return cloud::toJson(record);
+}
+template <typename Record> nlohmann::json wireJson(const std::vector<Record>& records) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& record : records)
+        list.push_back(cloud::toJson(record));
+    return list;
+}
+
 // The body decoded into a wire record, or the 400 that says what is wrong with it.
 template <typename Decoder>
 auto decodeBody(const HttpRequest& request, Decoder decode)
@@ -84,19 +98,16 @@ auto decodeBody(const HttpRequest& request, Decoder decode)
     auto body = jsonBody(request);
     if (auto* refused = std::get_if<HttpResponse>(&body))
         return *refused;
-    auto decoded = decode(std::get<nlohmann::json>(body));
+    const auto& document = std::get<nlohmann::json>(body);
+    auto decoded = decode(document);
     if (!decoded)
         return errorResponse(400, decoded.error());
+    // What the record does not know would be dropped without a word: refuse it instead.
+    if (const auto unknown = unknownKey(document, wireJson(decoded.value())))
+        return errorResponse(400, "unknown field \"" + *unknown + "\"");
     return std::move(decoded).value();
 }
 
-// A JSON array of wire records.
-template <typename Records> nlohmann::json jsonList(const Records& records) {
-    nlohmann::json list = nlohmann::json::array();
-    for (const auto& record : records)
-        list.push_back(cloud::toJson(record));
-    return list;
-}
 HttpResponse storeFailure(const Failure& failure);
 
 } // namespace ravo::server

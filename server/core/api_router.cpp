@@ -94,6 +94,27 @@ std::variant<nlohmann::json, HttpResponse> jsonBody(const HttpRequest& request) 
     return std::move(parsed).value();
 }
 
+std::optional<std::string> unknownKey(const nlohmann::json& given, const nlohmann::json& known) {
+    if (given.is_array() && known.is_array()) {
+        for (std::size_t i = 0; i < given.size() && i < known.size(); ++i)
+            if (auto key = unknownKey(given[i], known[i]))
+                return key;
+        return std::nullopt;
+    }
+    if (!given.is_object() || !known.is_object())
+        return std::nullopt;
+    for (const auto& [key, value] : given.items()) {
+        if (value.is_null())
+            continue;
+        const auto match = known.find(key);
+        if (match == known.end())
+            return key.substr(0, 64);
+        if (auto nested = unknownKey(value, *match))
+            return key.substr(0, 64) + "." + *nested;
+    }
+    return std::nullopt;
+}
+
 HttpResponse storeFailure(const Failure& failure) {
     log::error("server", failure.message);
     return jsonResponse(503, nlohmann::json{{"detail", "storage_unavailable"}}.dump());

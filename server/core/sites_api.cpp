@@ -59,14 +59,14 @@ HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& 
     const auto stored = context.store.sites(caller.account.id);
     if (!stored)
         return storeFailure(stored.failure());
-    return jsonResponse(200, jsonList(*stored).dump());
+    return jsonResponse(200, wireJson(*stored).dump());
 }
 
 HttpResponse status(ApiContext& context, const Caller& caller) {
     const auto statuses = context.store.siteStatuses(caller.account.id);
     if (!statuses)
         return storeFailure(statuses.failure());
-    return jsonResponse(200, jsonList(*statuses).dump());
+    return jsonResponse(200, wireJson(*statuses).dump());
 }
 
 HttpResponse history(ApiContext& context, const Caller& caller, const std::string& siteID) {

@@ -297,6 +297,26 @@ TEST_F(ServerApiTest, ReleasesAreServedAsPublishedAndOnlyFromTheirFolder) {
     EXPECT_EQ(latest("platform=../macos&channel=stable").status, 400);
 }
 
+TEST_F(ServerApiTest, FieldsTheServerDoesNotKnowAreRefusedNotDropped) {
+    const std::string token = signIn("ada@example.org");
+    json site = shopSite();
+    site["colour"] = "red";
+    const auto sync = call("PUT", "sites/sync", json::array({site}).dump(), token);
+    EXPECT_EQ(sync.status, 400);
+    EXPECT_EQ(body(sync)["detail"], "unknown field \"colour\"");
+    EXPECT_TRUE(body(call("GET", "sites/status", "", token)).empty());
+    site.erase("colour");
+    site["keyword"] = nullptr; // null is the same as absent
+    EXPECT_EQ(call("PUT", "sites/sync", json::array({site}).dump(), token).status, 200);
+    const auto login = call("POST", "auth/token",
+                            json{{"email", "a@b.c"}, {"password", "x"}, {"remember", true}}.dump());
+    EXPECT_EQ(login.status, 400);
+    EXPECT_EQ(body(login)["detail"], "unknown field \"remember\"");
+    EXPECT_EQ(
+        body(call("PUT", "notifications/settings", R"({"telegram_chat":"1"})", token))["detail"],
+        "unknown field \"telegram_chat\"");
+}
+
 TEST(MailQueue, AFailedSendIsTriedAgainAndTheRequestNeverWaits) {
     struct Flaky final : Mailer {
         std::mutex mutex;
