@@ -1,8 +1,7 @@
 // What a client may send ravo-server: any method and path under /api/v1/, any header, any
 // body, through routing, authentication and every body decoder, against a real SQLite file.
 #include "fuzz_check.h"
-#include "server/core/api.h"
-#include "server/store/sql_store.h"
+#include "server_fixture.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,39 +10,8 @@
 #include <string_view>
 #include <unistd.h>
 
-using namespace ravo;
-using namespace ravo::server;
-
-namespace {
-
-struct NoMail final : Mailer {
-    Status send(const MailMessage&) override { return success(); }
-};
-
-struct Fixture {
-    std::unique_ptr<SqlStore> store;
-    NoMail mail;
-    ServerConfig config;
-    TelegramClient telegram{"http://127.0.0.1:9"};
-    std::unique_ptr<ApiContext> context;
-    std::string token = "fuzz-token";
-
-    Fixture() {
-        const auto file =
-            std::filesystem::temp_directory_path() / ("ravo-fuzz-" + std::to_string(::getpid()));
-        std::filesystem::remove(file);
-        store = std::move(SqlStore::open("sqlite:" + file.string())).value();
-        context.reset(new ApiContext{*store, mail, config, telegram});
-        const auto account = store->accountForEmail("fuzz@example.org", true);
-        store->addDevice(account->id, "fuzz",
-                         "0d0a8f3b2a2b6d55d3b6c3e3a0f0a1c5b1b5f1c2d2e3f4a5b6c7d8e9f0a1b2c3");
-    }
-};
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static Fixture fixture;
+    static fuzz::Fixture fixture;
     // The first byte picks the endpoint; the rest is the body.
     static const std::pair<const char*, const char*> routes[] = {
         {"POST", "auth/email/start"},

@@ -13,7 +13,9 @@ TelegramDelivery readTelegramAnswer(long httpStatus, std::string_view body) {
         parsed && parsed->is_object() ? parsed.value() : nlohmann::json::object();
     if (const auto text = answer.find("description"); text != answer.end() && text->is_string())
         delivery.description = text->get<std::string>().substr(0, 500);
-    if (httpStatus >= 200 && httpStatus <= 299 && answer.value("ok", false) == true) {
+    const auto ok = answer.find("ok");
+    if (httpStatus >= 200 && httpStatus <= 299 && ok != answer.end() && ok->is_boolean() &&
+        ok->get<bool>()) {
         delivery.kind = TelegramDelivery::Kind::sent;
         return delivery;
     }

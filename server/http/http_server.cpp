@@ -1,5 +1,7 @@
 #include "server/http/http_server.h"
 
+#include "server/http/http_request_reader.h"
+
 #include "core/log.h"
 
 #include <boost/asio/strand.hpp>
@@ -21,25 +23,6 @@ namespace asio = boost::asio;
 using tcp = asio::ip::tcp;
 
 namespace {
-
-HttpRequest toRequest(const http::request<http::string_body>& message, const std::string& peer) {
-    HttpRequest request;
-    request.method = std::string(message.method_string());
-    const std::string target(message.target());
-    const auto question = target.find('?');
-    request.path = target.substr(0, question);
-    if (question != std::string::npos)
-        request.query = target.substr(question + 1);
-    for (const auto& field : message) {
-        std::string name(field.name_string());
-        std::transform(name.begin(), name.end(), name.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        request.headers[name] = std::string(field.value());
-    }
-    request.body = message.body();
-    request.clientAddress = peer;
-    return request;
-}
 
 http::response<http::string_body> toMessage(const HttpResponse& response, unsigned version,
                                             bool keepAlive) {
@@ -174,7 +157,7 @@ private:
                           11, false));
         }
         auto request = parser_->release();
-        const HttpResponse response = handler_(toRequest(request, peer_));
+        const HttpResponse response = handler_(requestFromMessage(request, peer_));
         write(toMessage(response, request.version(), request.keep_alive()));
     }
 

@@ -39,6 +39,8 @@ TEST(TelegramAnswer, EachKindOfAnswerIsToldApart) {
     EXPECT_EQ(readTelegramAnswer(200, R"({"ok":true,"result":{}})").kind, K::sent);
     // A 200 that is not the Bot API's is not a delivery.
     EXPECT_EQ(readTelegramAnswer(200, "<html>proxy</html>").kind, K::transient);
+    // Found by fuzzing: an "ok" that is not true or false threw.
+    EXPECT_EQ(readTelegramAnswer(200, R"({"ok":{}})").kind, K::transient);
 
     const auto limited = readTelegramAnswer(
         429, R"({"ok":false,"error_code":429,"description":"Too Many Requests: retry after 7",

@@ -1,0 +1,72 @@
+#include "server/http/http_request_reader.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/beast/http/empty_body.hpp>
+#include <boost/beast/http/parser.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <limits>
+
+namespace ravo::server {
+
+namespace http = boost::beast::http;
+
+HttpRequest requestFromMessage(const http::request<http::string_body>& message,
+                               const std::string& peer) {
+    HttpRequest request;
+    request.method = std::string(message.method_string());
+    const std::string target(message.target());
+    const auto question = target.find('?');
+    request.path = target.substr(0, question);
+    if (question != std::string::npos)
+        request.query = target.substr(question + 1);
+    for (const auto& field : message) {
+        std::string name(field.name_string());
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        request.headers[name] = std::string(field.value());
+    }
+    request.body = message.body();
+    request.clientAddress = peer;
+    return request;
+}
+
+std::variant<HttpRequest, int> readHttpRequest(std::string_view bytes, const HttpLimits& limits,
+                                               const std::string& peer) {
+    const auto refusal = [](const boost::system::error_code& error) {
+        return error == http::error::body_limit     ? 413
+               : error == http::error::header_limit ? 431
+                                                    : 400;
+    };
+    http::request_parser<http::empty_body> header;
+    header.header_limit(static_cast<std::uint32_t>(limits.maxHeaderBytes));
+    header.body_limit(std::numeric_limits<std::uint64_t>::max());
+    header.eager(false);
+    boost::system::error_code error;
+    const std::size_t used = header.put(boost::asio::buffer(bytes.data(), bytes.size()), error);
+    if (error || !header.is_header_done())
+        return error ? refusal(error) : 400;
+    if (header.content_length().value_or(0) > limits.maxBodyBytes)
+        return 413;
+    http::request_parser<http::string_body> whole(std::move(header));
+    whole.body_limit(limits.maxBodyBytes);
+    bytes.remove_prefix(used);
+    while (!whole.is_done() && !bytes.empty()) {
+        const std::size_t taken = whole.put(boost::asio::buffer(bytes.data(), bytes.size()), error);
+        if (error == http::error::need_more)
+            break;
+        if (error)
+            return refusal(error);
+        if (taken == 0)
+            break;
+        bytes.remove_prefix(taken);
+    }
+    if (!whole.is_done())
+        whole.put_eof(error);
+    if (error || !whole.is_done())
+        return error ? refusal(error) : 400;
+    return requestFromMessage(whole.get(), peer);
+}
+
+} // namespace ravo::server
