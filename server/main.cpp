@@ -1,4 +1,5 @@
 // ravo-server: the companion service that keeps Ravo users' accounts and monitored sites.
+#include "core/atomic_file.h"
 #include "core/log.h"
 #include "server/alerts/alert_worker.h"
 #include "server/checker/checker.h"
@@ -93,6 +94,18 @@ int serve(Store& store, const ServerConfig& config) {
     MailQueue mailer(smtp);
     TelegramClient telegram(config.telegramAPI);
     ApiContext context{store, mailer, config, telegram};
+    std::unique_ptr<AppleSignIn> apple;
+    if (config.appleClientID) {
+        const auto key = readFile(*config.applePrivateKeyFile, 64 * 1024);
+        if (!key)
+            return fail("apple-private-key: cannot read " + *config.applePrivateKeyFile);
+        AppleSettings settings{*config.appleClientID, *config.appleTeamID, *config.appleKeyID,
+                               *key, config.appleURL};
+        if (auto secret = appleClientSecret(settings, Clock::now()); !secret)
+            return fail("apple-private-key: " + secret.error());
+        apple = std::make_unique<AppleSignIn>(std::move(settings), config.publicURL);
+        context.apple = apple.get();
+    }
     boost::asio::io_context io;
     boost::system::error_code error;
     const auto address = boost::asio::ip::make_address(config.listenHost, error);

@@ -84,6 +84,21 @@ json toJson(const PasswordLoginRequest& r) {
             {"device_name", r.deviceName}};
 }
 
+json toJson(const AppleSignInStart& start) {
+    return {{"attempt_id", start.attemptId}, {"authorize_url", start.authorizeUrl}};
+}
+
+json toJson(const AppleStartRequest& r) {
+    return {{"platform", r.platform},
+            {"device_name", r.deviceName},
+            {"code_challenge", r.codeChallenge},
+            {"code_challenge_method", r.codeChallengeMethod}};
+}
+
+json toJson(const AppleFinishRequest& r) {
+    return {{"attempt_id", r.attemptId}, {"code", r.code}, {"code_verifier", r.codeVerifier}};
+}
+
 Result<CloudMe> meFromJson(const json& j) {
     WireFields f(j);
     CloudMe me{f.text("email"),
@@ -171,6 +186,26 @@ Result<PasswordLoginRequest> passwordLoginRequestFromJson(const json& j) {
     PasswordLoginRequest r{f.text("email"), f.text("password"),
                            f.optionalText("platform").value_or("mac"),
                            f.optionalText("device_name").value_or(std::string())};
+    return finish(f, std::move(r));
+}
+
+Result<AppleSignInStart> appleSignInStartFromJson(const json& j) {
+    WireFields f(j);
+    AppleSignInStart start{f.text("attempt_id"), f.text("authorize_url")};
+    return finish(f, std::move(start));
+}
+
+Result<AppleStartRequest> appleStartRequestFromJson(const json& j) {
+    WireFields f(j);
+    AppleStartRequest r{f.optionalText("platform").value_or("mac"),
+                        f.optionalText("device_name").value_or(std::string()),
+                        f.text("code_challenge"), f.text("code_challenge_method")};
+    return finish(f, std::move(r));
+}
+
+Result<AppleFinishRequest> appleFinishRequestFromJson(const json& j) {
+    WireFields f(j);
+    AppleFinishRequest r{f.text("attempt_id"), f.text("code"), f.text("code_verifier")};
     return finish(f, std::move(r));
 }
 

@@ -62,6 +62,12 @@ struct EmailSignInStart {
     bool operator==(const EmailSignInStart&) const = default;
 };
 
+struct AppleSignInStart {
+    std::string attemptId;
+    std::string authorizeUrl;
+    bool operator==(const AppleSignInStart&) const = default;
+};
+
 // Request bodies of the sign-in operations: flat objects of text values.
 struct EmailSignInRequest {
     std::string email, platform, deviceName, lang, codeChallenge, codeChallengeMethod;
@@ -70,6 +76,14 @@ struct EmailSignInRequest {
 struct EmailVerifyRequest {
     std::string id, code, codeVerifier;
     bool operator==(const EmailVerifyRequest&) const = default;
+};
+struct AppleStartRequest {
+    std::string platform, deviceName, codeChallenge, codeChallengeMethod;
+    bool operator==(const AppleStartRequest&) const = default;
+};
+struct AppleFinishRequest {
+    std::string attemptId, code, codeVerifier;
+    bool operator==(const AppleFinishRequest&) const = default;
 };
 struct PasswordLoginRequest {
     std::string email, password, platform, deviceName;
@@ -84,6 +98,9 @@ nlohmann::json toJson(const EmailSignInStart& start);
 nlohmann::json toJson(const EmailSignInRequest& request);
 nlohmann::json toJson(const EmailVerifyRequest& request);
 nlohmann::json toJson(const PasswordLoginRequest& request);
+nlohmann::json toJson(const AppleSignInStart& start);
+nlohmann::json toJson(const AppleStartRequest& request);
+nlohmann::json toJson(const AppleFinishRequest& request);
 
 Result<CloudMe> meFromJson(const nlohmann::json& json);
 Result<CloudSite> siteFromJson(const nlohmann::json& json);
@@ -93,6 +110,9 @@ Result<CloudLogin> loginFromJson(const nlohmann::json& json);
 Result<EmailSignInRequest> emailSignInRequestFromJson(const nlohmann::json& json);
 Result<EmailVerifyRequest> emailVerifyRequestFromJson(const nlohmann::json& json);
 Result<PasswordLoginRequest> passwordLoginRequestFromJson(const nlohmann::json& json);
+Result<AppleSignInStart> appleSignInStartFromJson(const nlohmann::json& json);
+Result<AppleStartRequest> appleStartRequestFromJson(const nlohmann::json& json);
+Result<AppleFinishRequest> appleFinishRequestFromJson(const nlohmann::json& json);
 
 // "2025-03-01T10:00:00.123Z" or without the fraction; anything else fails with
 // "Unreadable date " and the text.

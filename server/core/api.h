@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/alerts/telegram_client.h"
+#include "server/core/apple_sign_in.h"
 #include "server/core/http_message.h"
 #include "server/core/mailer.h"
 #include "server/core/rate_limiter.h"
@@ -18,6 +19,7 @@ struct ApiContext {
     Mailer& mailer;
     const ServerConfig& config;
     const TelegramClient& telegram;
+    AppleSignIn* apple = nullptr; // when the operator configured Sign in with Apple
     std::function<TimePoint()> now = [] { return Clock::now(); };
     // Sign-in attempts per client address, and mails per address.
     RateLimiter perClient{30, std::chrono::minutes(10)};
@@ -39,6 +41,9 @@ HttpResponse emailStart(ApiContext& context, const HttpRequest& request);
 HttpResponse emailVerify(ApiContext& context, const HttpRequest& request);
 HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request);
 HttpResponse appleStart(ApiContext& context, const HttpRequest& request);
+// Apple's form post after the user signed in: a redirect to ravo://auth/callback.
+HttpResponse appleCallback(ApiContext& context, const HttpRequest& request);
+HttpResponse appleFinish(ApiContext& context, const HttpRequest& request);
 } // namespace AuthApi
 
 namespace AccountApi {

@@ -45,6 +45,10 @@ HttpResponse route(ApiContext& context, const HttpRequest& request) {
         return AuthApi::passwordLogin(context, request);
     if (path == "auth/apple/start" && method == "POST")
         return AuthApi::appleStart(context, request);
+    if (path == "auth/apple/callback" && method == "POST")
+        return AuthApi::appleCallback(context, request);
+    if (path == "auth/apple/finish" && method == "POST")
+        return AuthApi::appleFinish(context, request);
     if (path == "releases/latest" && method == "GET")
         return ReleasesApi::latest(context, request);
     if (path == "releases/notes" && method == "GET")

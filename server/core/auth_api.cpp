@@ -14,6 +14,9 @@ namespace {
 
 constexpr auto kCodeLifetime = std::chrono::minutes(10);
 constexpr int kTriesPerCode = 5;
+// Where accounts live whose Apple sign-in came without an address; the app shows them
+// as hidden.
+constexpr std::string_view kHiddenAppleDomain = "hidden.apple.invalid";
 
 std::string normalizedEmail(std::string email) {
     const auto first = email.find_first_not_of(" \t");
@@ -53,6 +56,10 @@ HttpResponse signIn(ApiContext& context, const Account& account, const std::stri
                         cloud::toJson(cloud::CloudLogin{{device->id, device->name}, token}).dump());
 }
 
+bool challengeAcceptable(const std::string& method, const std::string& challenge) {
+    return method == "S256" && challenge.size() >= 43 && challenge.size() <= 128;
+}
+
 bool limited(ApiContext& context, const HttpRequest& request) {
     return !context.perClient.allow("client:" + request.clientAddress, context.now());
 }
@@ -69,8 +76,7 @@ HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
     const std::string email = normalizedEmail(start->email);
     if (!looksLikeEmail(email))
         return errorResponse(400, "invalid_email");
-    if (start->codeChallengeMethod != "S256" || start->codeChallenge.size() < 43 ||
-        start->codeChallenge.size() > 128)
+    if (!challengeAcceptable(start->codeChallengeMethod, start->codeChallenge))
         return errorResponse(400, "invalid_code_challenge");
     if (!context.perEmail.allow("email:" + email, context.now()))
         return errorResponse(429, "rate_limited");
@@ -148,8 +154,102 @@ HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request) {
     return signIn(context, *account, login->deviceName);
 }
 
-HttpResponse appleStart(ApiContext&, const HttpRequest&) {
-    return errorResponse(400, "apple_not_configured");
+HttpResponse appleStart(ApiContext& context, const HttpRequest& request) {
+    if (limited(context, request))
+        return errorResponse(429, "rate_limited");
+    if (!context.apple)
+        return errorResponse(400, "apple_not_configured");
+    auto decoded = decodeBody(request, cloud::appleStartRequestFromJson);
+    if (auto* refused = std::get_if<HttpResponse>(&decoded))
+        return *refused;
+    const auto& start = std::get<cloud::AppleStartRequest>(decoded);
+    if (!challengeAcceptable(start.codeChallengeMethod, start.codeChallenge))
+        return errorResponse(400, "invalid_code_challenge");
+    const AppleAttempt attempt{Secrets::randomUUID(),
+                               start.codeChallenge,
+                               deviceName(start.deviceName),
+                               context.now() + kCodeLifetime,
+                               std::nullopt,
+                               std::nullopt,
+                               false};
+    if (auto stored = context.store.addAppleAttempt(attempt); !stored)
+        return storeFailure(stored.failure());
+    return jsonResponse(200, cloud::toJson(cloud::AppleSignInStart{
+                                               attempt.id, context.apple->authorizeURL(attempt.id)})
+                                 .dump());
+}
+
+HttpResponse appleCallback(ApiContext& context, const HttpRequest& request) {
+    const auto form = parseForm(request.body);
+    const auto field = [&form](const char* name) {
+        const auto it = form.find(name);
+        return it == form.end() ? std::string() : it->second;
+    };
+    const std::string state = field("state");
+    if (!Secrets::isCanonicalUUID(state))
+        return errorResponse(400, "invalid_state");
+    const auto back = [&state](const std::string& query) {
+        HttpResponse redirect;
+        redirect.status = 302;
+        redirect.contentType = "text/plain; charset=utf-8";
+        redirect.headers["Location"] = "ravo://auth/callback?attempt=" + state + "&" + query;
+        redirect.body = "Back to Ravo.\n";
+        return redirect;
+    };
+    if (!field("error").empty())
+        return back(field("error") == "user_cancelled_authorize" ? "error=cancelled"
+                                                                 : "error=failed");
+    if (!context.apple)
+        return back("error=apple_not_configured");
+    if (limited(context, request))
+        return back("error=rate_limited");
+    auto found = context.store.appleAttempt(state);
+    if (!found)
+        return storeFailure(found.failure());
+    if (!*found || (*found)->used || (*found)->codeHash || context.now() > (*found)->expiresAt)
+        return back("error=failed");
+    const auto identity = context.apple->identityFor(field("code"), context.now());
+    if (!identity) {
+        log::error("server", "Sign in with Apple failed: " + identity.error());
+        return back("error=failed");
+    }
+    AppleAttempt attempt = **found;
+    // Without an address (the user hid it and Apple sent none) the account is Apple's id's.
+    attempt.email = normalizedEmail(
+        identity->email.value_or(identity->subject + "@" + std::string(kHiddenAppleDomain)));
+    const std::string code = Secrets::randomToken(24);
+    attempt.codeHash = codeHash(attempt.id, code);
+    if (auto stored = context.store.updateAppleAttempt(attempt); !stored)
+        return storeFailure(stored.failure());
+    return back("code=" + code);
+}
+
+HttpResponse appleFinish(ApiContext& context, const HttpRequest& request) {
+    if (limited(context, request))
+        return errorResponse(429, "rate_limited");
+    auto decoded = decodeBody(request, cloud::appleFinishRequestFromJson);
+    if (auto* refused = std::get_if<HttpResponse>(&decoded))
+        return *refused;
+    const auto& finish = std::get<cloud::AppleFinishRequest>(decoded);
+    if (!Secrets::isCanonicalUUID(finish.attemptId))
+        return errorResponse(401, "apple_sign_in_failed");
+    auto found = context.store.appleAttempt(finish.attemptId);
+    if (!found)
+        return storeFailure(found.failure());
+    if (!*found || (*found)->used || !(*found)->codeHash || !(*found)->email ||
+        context.now() > (*found)->expiresAt)
+        return errorResponse(401, "apple_sign_in_failed");
+    AppleAttempt attempt = **found;
+    attempt.used = true; // one try: the code went through a browser and a URL
+    if (auto stored = context.store.updateAppleAttempt(attempt); !stored)
+        return storeFailure(stored.failure());
+    if (!Secrets::sameSecret(codeHash(attempt.id, finish.code), *attempt.codeHash) ||
+        !Secrets::verifierMatches(finish.codeVerifier, attempt.codeChallenge))
+        return errorResponse(401, "apple_sign_in_failed");
+    const auto account = context.store.accountForEmail(*attempt.email, true);
+    if (!account)
+        return storeFailure(account.failure());
+    return signIn(context, *account, attempt.deviceName);
 }
 
 } // namespace ravo::server::AuthApi

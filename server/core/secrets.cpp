@@ -1,5 +1,7 @@
 #include "server/core/secrets.h"
 
+#include <cctype>
+
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
@@ -63,6 +65,32 @@ std::string base64url(std::string_view bytes) {
     while (!text.empty() && text.back() == '=')
         text.pop_back();
     return text;
+}
+
+std::optional<std::string> fromBase64url(std::string_view text) {
+    if (text.size() > 64 * 1024 || text.size() % 4 == 1)
+        return std::nullopt;
+    std::string padded(text);
+    for (char& c : padded) {
+        if (c == '-')
+            c = '+';
+        else if (c == '_')
+            c = '/';
+        else if (!std::isalnum(static_cast<unsigned char>(c)))
+            return std::nullopt;
+    }
+    while (padded.size() % 4)
+        padded += '=';
+    std::vector<unsigned char> out(padded.size() / 4 * 3 + 1);
+    const int length =
+        EVP_DecodeBlock(out.data(), reinterpret_cast<const unsigned char*>(padded.data()),
+                        static_cast<int>(padded.size()));
+    if (length < 0)
+        return std::nullopt;
+    // EVP_DecodeBlock counts the padding as zero bytes.
+    const std::size_t padding = padded.size() - text.size();
+    return std::string(reinterpret_cast<const char*>(out.data()),
+                       static_cast<std::size_t>(length) - padding);
 }
 
 std::string randomToken(std::size_t bytes) {

@@ -16,6 +16,8 @@ std::string sixDigitCode();
 
 std::string sha256Hex(std::string_view data);
 std::string base64url(std::string_view bytes);
+// Nothing when `text` is not base64url (padding may be left out).
+std::optional<std::string> fromBase64url(std::string_view text);
 
 // PKCE S256: base64url(SHA-256(verifier)) == challenge.
 bool verifierMatches(std::string_view verifier, std::string_view challenge);

@@ -104,6 +104,16 @@ const std::vector<Setting>& settings() {
          textInto(&ServerConfig::telegramBotToken)},
         {"release-dir", "the folder of published release envelopes and notes",
          textInto(&ServerConfig::releaseDir)},
+        {"apple-client-id", "Sign in with Apple: the Services ID",
+         textInto(&ServerConfig::appleClientID)},
+        {"apple-team-id", "Sign in with Apple: the developer team's id",
+         textInto(&ServerConfig::appleTeamID)},
+        {"apple-key-id", "Sign in with Apple: the id of the key below",
+         textInto(&ServerConfig::appleKeyID)},
+        {"apple-private-key", "Sign in with Apple: the key file (.p8) from Apple",
+         textInto(&ServerConfig::applePrivateKeyFile)},
+        {"apple-url", "Sign in with Apple's address (default https://appleid.apple.com)",
+         textInto(&ServerConfig::appleURL)},
         {"plan-name", "the plan every account has (default self-hosted)",
          [](ServerConfig& c, const std::string& v) -> Status {
              c.plan.plan = v;
@@ -271,6 +281,13 @@ Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments
     for (const auto& [name, value] : flags)
         if (auto applied = applyOne(command.config, name, value, "--" + name); !applied)
             return applied.failure();
+
+    const auto& c = command.config;
+    const int appleSettings = c.appleClientID.has_value() + c.appleTeamID.has_value() +
+                              c.appleKeyID.has_value() + c.applePrivateKeyFile.has_value();
+    if (appleSettings != 0 && appleSettings != 4)
+        return Failure{"Sign in with Apple needs apple-client-id, apple-team-id, apple-key-id "
+                       "and apple-private-key together"};
 
     if (words.size() >= 2 && words[0] == "user" && words[1] == "add") {
         if (words.size() != 4 || words[3] != "--password-stdin" ||

@@ -22,6 +22,12 @@ struct ServerConfig {
     std::string telegramAPI = "https://api.telegram.org";
     std::optional<std::string> telegramBotToken;
     std::optional<std::string> releaseDir;
+    // Sign in with Apple: all four, or none.
+    std::optional<std::string> appleClientID;
+    std::optional<std::string> appleTeamID;
+    std::optional<std::string> appleKeyID;
+    std::optional<std::string> applePrivateKeyFile;
+    std::string appleURL = "https://appleid.apple.com";
     cloud::CloudMe plan{"", "self-hosted", 1000, 1, {"email", "telegram"}, 30};
     std::int64_t checkTimeoutSeconds = 10;
     std::int64_t checkConcurrency = 256;

@@ -39,6 +39,19 @@ struct EmailAttempt {
     bool operator==(const EmailAttempt&) const = default;
 };
 
+// A started Sign in with Apple: after Apple's callback it knows the account's address and
+// holds the hash of the one-time code handed to the app.
+struct AppleAttempt {
+    std::string id;
+    std::string codeChallenge;
+    std::string deviceName;
+    TimePoint expiresAt;
+    std::optional<std::string> email;
+    std::optional<std::string> codeHash;
+    bool used = false;
+    bool operator==(const AppleAttempt&) const = default;
+};
+
 // One site whose slot has come, claimed by this process.
 struct DueCheck {
     std::int64_t siteKey = 0;
@@ -95,6 +108,10 @@ public:
     virtual Status addEmailAttempt(const EmailAttempt& attempt) = 0;
     virtual Result<std::optional<EmailAttempt>> emailAttempt(const std::string& id) = 0;
     virtual Status updateEmailAttempt(const EmailAttempt& attempt) = 0;
+
+    virtual Status addAppleAttempt(const AppleAttempt& attempt) = 0;
+    virtual Result<std::optional<AppleAttempt>> appleAttempt(const std::string& id) = 0;
+    virtual Status updateAppleAttempt(const AppleAttempt& attempt) = 0;
 
     virtual Result<std::vector<cloud::CloudSite>> sites(const std::string& accountID) = 0;
     // Replaces the account's whole list at once; statuses of removed sites go with them.

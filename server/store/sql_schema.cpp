@@ -30,6 +30,15 @@ CREATE TABLE IF NOT EXISTS email_attempts (
     failed_tries BIGINT NOT NULL DEFAULT 0,
     used BIGINT NOT NULL DEFAULT 0
 );
+CREATE TABLE IF NOT EXISTS apple_attempts (
+    id TEXT PRIMARY KEY,
+    code_challenge TEXT NOT NULL,
+    device_name TEXT NOT NULL,
+    expires_at DOUBLE PRECISION NOT NULL,
+    email TEXT,
+    code_hash TEXT,
+    used BIGINT NOT NULL DEFAULT 0
+);
 CREATE TABLE IF NOT EXISTS sites (
     key @SERIAL_KEY@,
     account_id TEXT NOT NULL REFERENCES accounts(id) ON DELETE CASCADE,

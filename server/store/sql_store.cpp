@@ -224,6 +224,41 @@ Status SqlStore::updateEmailAttempt(const EmailAttempt& a) {
                           {std::int64_t{a.failedTries}, std::int64_t{a.used}, a.id});
 }
 
+Status SqlStore::addAppleAttempt(const AppleAttempt& a) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return (*db)->execute("INSERT INTO apple_attempts (id, code_challenge, device_name, "
+                          "expires_at, email, code_hash, used) VALUES (?, ?, ?, ?, ?, ?, ?)",
+                          {a.id, a.codeChallenge, a.deviceName, unixSeconds(a.expiresAt),
+                           sqlValue(a.email), sqlValue(a.codeHash), std::int64_t{a.used}});
+}
+
+Result<std::optional<AppleAttempt>> SqlStore::appleAttempt(const std::string& id) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return firstAs<AppleAttempt>(**db,
+                                 "SELECT id, code_challenge, device_name, expires_at, email, "
+                                 "code_hash, used FROM apple_attempts WHERE id = ?",
+                                 {id}, [](const SqlRow& row) {
+                                     return AppleAttempt{
+                                         row.text(0),         row.text(1),
+                                         row.text(2),         fromUnixSeconds(row.real(3)),
+                                         row.optionalText(4), row.optionalText(5),
+                                         row.integer(6) != 0};
+                                 });
+}
+
+Status SqlStore::updateAppleAttempt(const AppleAttempt& a) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return (*db)->execute(
+        "UPDATE apple_attempts SET email = ?, code_hash = ?, used = ? WHERE id = ?",
+        {sqlValue(a.email), sqlValue(a.codeHash), std::int64_t{a.used}, a.id});
+}
+
 Result<std::vector<cloud::CloudSite>> SqlStore::sites(const std::string& accountID) {
     auto db = pool_->acquire();
     if (!db)

@@ -27,6 +27,10 @@ public:
     Status addEmailAttempt(const EmailAttempt& attempt) override;
     Result<std::optional<EmailAttempt>> emailAttempt(const std::string& id) override;
     Status updateEmailAttempt(const EmailAttempt& attempt) override;
+    Status addAppleAttempt(const AppleAttempt& attempt) override;
+    Result<std::optional<AppleAttempt>> appleAttempt(const std::string& id) override;
+    Status updateAppleAttempt(const AppleAttempt& attempt) override;
+
     // How long an interval's minute lasts: 60, or less for trial runs.
     void setMinuteSeconds(double seconds) { minuteSeconds_ = seconds; }
 

@@ -228,7 +228,8 @@ Status SqlStore::pruneHistory(TimePoint now, int historyDays) {
              {"DELETE FROM latency_points WHERE slot < ?", moment - 86400 - kLatencyPointSeconds},
              {"DELETE FROM hourly_stats WHERE hour < ?", moment - kept},
              {"DELETE FROM incidents WHERE ended_at < ?", moment - kept},
-             {"DELETE FROM email_attempts WHERE expires_at < ?", moment - 86400}})
+             {"DELETE FROM email_attempts WHERE expires_at < ?", moment - 86400},
+             {"DELETE FROM apple_attempts WHERE expires_at < ?", moment - 86400}})
         if (auto done = (*db)->execute(sql, {before}); !done)
             return done;
     return success();
