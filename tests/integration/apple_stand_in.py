@@ -10,6 +10,8 @@ Signing and checking go through the openssl tool, as Python has no crypto of its
 import base64, json, os, secrets, subprocess, sys, tempfile, time, urllib.parse
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 
+from stand_in_http import answer_json
+
 port, rsa_key, client_public, client_id, team_id, email = sys.argv[1:7]
 base = f"http://127.0.0.1:{port}"
 codes = set()
@@ -88,12 +90,7 @@ class Apple(BaseHTTPRequestHandler):
                           "id_token": f"{head}.{body}.{b64url(signature)}"})
 
     def answer(self, status, document):
-        data = json.dumps(document).encode()
-        self.send_response(status)
-        self.send_header("Content-Type", "application/json")
-        self.send_header("Content-Length", str(len(data)))
-        self.end_headers()
-        self.wfile.write(data)
+        answer_json(self, status, document)
 
     def log_message(self, *args):
         pass

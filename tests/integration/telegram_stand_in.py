@@ -11,6 +11,8 @@ import json
 import sys
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 
+from stand_in_http import answer_json
+
 port, log_path = int(sys.argv[1]), sys.argv[2]
 limited_once = set()
 
@@ -39,12 +41,7 @@ class BotApi(BaseHTTPRequestHandler):
         self.answer(200, {"ok": True, "result": {"message_id": 1}})
 
     def answer(self, status, document):
-        data = json.dumps(document).encode()
-        self.send_response(status)
-        self.send_header("Content-Type", "application/json")
-        self.send_header("Content-Length", str(len(data)))
-        self.end_headers()
-        self.wfile.write(data)
+        answer_json(self, status, document)
 
     def log_message(self, *args):
         pass
