@@ -1,5 +1,7 @@
 #include "server/alerts/alert_text.h"
 
+#include "cloud/core/site_url.h"
+
 #include <cmath>
 
 namespace ravo::server {
@@ -24,18 +26,8 @@ std::string alertSiteName(const std::string& name, const std::string& url) {
     const auto first = name.find_first_not_of(" \t\r\n");
     if (first != std::string::npos)
         return name.substr(first, name.find_last_not_of(" \t\r\n") - first + 1);
-    const auto scheme = url.find("://");
-    if (scheme != std::string::npos) {
-        const std::string rest = url.substr(scheme + 3);
-        std::string host = rest.substr(0, rest.find_first_of("/?#"));
-        if (const auto at = host.rfind('@'); at != std::string::npos)
-            host = host.substr(at + 1);
-        if (const auto colon = host.rfind(':');
-            colon != std::string::npos && host.find(']') == std::string::npos)
-            host = host.substr(0, colon);
-        if (!host.empty())
-            return host;
-    }
+    if (const auto host = cloud::siteHost(url))
+        return *host;
     return url;
 }
 

@@ -27,7 +27,7 @@ TEST(AlertText, TitlesAndBodiesAreEscapedForHtmlParseMode) {
 TEST(AlertText, ANamelessSiteIsCalledByItsHost) {
     EXPECT_EQ(alertSiteName("  Shop \n", "https://x/"), "Shop");
     EXPECT_EQ(alertSiteName(" ", "https://user@shop.example:8443/health"), "shop.example");
-    EXPECT_EQ(alertSiteName("", "https://[2001:db8::1]:443/"), "[2001:db8::1]:443");
+    EXPECT_EQ(alertSiteName("", "https://[2001:db8::1]:443/"), "[2001:db8::1]");
     EXPECT_EQ(alertSiteName("", "not a url"), "not a url");
     EXPECT_EQ(durationText(59.4), "59 s");
     EXPECT_EQ(durationText(7200), "2 h");
