@@ -90,4 +90,16 @@ std::optional<std::string> siteHost(std::string_view url) {
     return std::string(rest);
 }
 
+std::string siteDisplayName(std::string_view name, std::string_view url) {
+    while (!name.empty() && isSpace(name.front()))
+        name.remove_prefix(1);
+    while (!name.empty() && isSpace(name.back()))
+        name.remove_suffix(1);
+    if (!name.empty())
+        return std::string(name);
+    if (const auto host = siteHost(url))
+        return *host;
+    return std::string(url);
+}
+
 } // namespace ravo::cloud

@@ -189,6 +189,12 @@ Result<PasswordLoginRequest> passwordLoginRequestFromJson(const json& j) {
     return finish(f, std::move(r));
 }
 
+Result<EmailSignInStart> emailSignInStartFromJson(const json& j) {
+    WireFields f(j);
+    EmailSignInStart start{f.text("attempt_id")};
+    return finish(f, std::move(start));
+}
+
 Result<AppleSignInStart> appleSignInStartFromJson(const json& j) {
     WireFields f(j);
     AppleSignInStart start{f.text("attempt_id"), f.text("authorize_url")};

@@ -110,6 +110,7 @@ Result<CloudLogin> loginFromJson(const nlohmann::json& json);
 Result<EmailSignInRequest> emailSignInRequestFromJson(const nlohmann::json& json);
 Result<EmailVerifyRequest> emailVerifyRequestFromJson(const nlohmann::json& json);
 Result<PasswordLoginRequest> passwordLoginRequestFromJson(const nlohmann::json& json);
+Result<EmailSignInStart> emailSignInStartFromJson(const nlohmann::json& json);
 Result<AppleSignInStart> appleSignInStartFromJson(const nlohmann::json& json);
 Result<AppleStartRequest> appleStartRequestFromJson(const nlohmann::json& json);
 Result<AppleFinishRequest> appleFinishRequestFromJson(const nlohmann::json& json);

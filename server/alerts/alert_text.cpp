@@ -1,7 +1,5 @@
 #include "server/alerts/alert_text.h"
 
-#include "cloud/core/site_url.h"
-
 #include <cmath>
 
 namespace ravo::server {
@@ -20,15 +18,6 @@ std::string escapeHtml(const std::string& text) {
             escaped += c;
     }
     return escaped;
-}
-
-std::string alertSiteName(const std::string& name, const std::string& url) {
-    const auto first = name.find_first_not_of(" \t\r\n");
-    if (first != std::string::npos)
-        return name.substr(first, name.find_last_not_of(" \t\r\n") - first + 1);
-    if (const auto host = cloud::siteHost(url))
-        return *host;
-    return url;
 }
 
 std::string durationText(double seconds) {

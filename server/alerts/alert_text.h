@@ -11,9 +11,6 @@ namespace ravo::server {
 std::string alertMessage(const SiteEvent& event, const std::string& siteName,
                          const std::string& url);
 
-// The name an alert shows: the trimmed name, else the address's host, else the address.
-std::string alertSiteName(const std::string& name, const std::string& url);
-
 // "45 s", "12 min", "3 h 5 min", "2 d 4 h".
 std::string durationText(double seconds);
 

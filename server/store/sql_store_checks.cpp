@@ -1,5 +1,6 @@
 #include "server/store/sql_store.h"
 
+#include "cloud/core/site_url.h"
 #include "server/alerts/alert_text.h"
 #include "server/core/secrets.h"
 
@@ -87,7 +88,7 @@ Status recordOne(SqlDatabase& sql, const CheckReport& report, const CheckPolicy&
         return done;
 
     const bool alertsWanted = row.optionalText(5).has_value();
-    const std::string name = alertSiteName(check.name, check.url);
+    const std::string name = cloud::siteDisplayName(check.name, check.url);
     for (const SiteEvent& event : verdict.events) {
         if (event.kind == SiteEvent::Kind::down) {
             if (auto done = sql.execute("INSERT INTO incidents (site_key, started_at, reason) "

@@ -1,3 +1,4 @@
+#include "cloud/core/site_url.h"
 #include "server/alerts/alert_text.h"
 #include "server/alerts/alert_worker.h"
 #include "server/alerts/telegram_answer.h"
@@ -25,10 +26,10 @@ TEST(AlertText, TitlesAndBodiesAreEscapedForHtmlParseMode) {
 }
 
 TEST(AlertText, ANamelessSiteIsCalledByItsHost) {
-    EXPECT_EQ(alertSiteName("  Shop \n", "https://x/"), "Shop");
-    EXPECT_EQ(alertSiteName(" ", "https://user@shop.example:8443/health"), "shop.example");
-    EXPECT_EQ(alertSiteName("", "https://[2001:db8::1]:443/"), "[2001:db8::1]");
-    EXPECT_EQ(alertSiteName("", "not a url"), "not a url");
+    EXPECT_EQ(cloud::siteDisplayName("  Shop \n", "https://x/"), "Shop");
+    EXPECT_EQ(cloud::siteDisplayName(" ", "https://user@shop.example:8443/health"), "shop.example");
+    EXPECT_EQ(cloud::siteDisplayName("", "https://[2001:db8::1]:443/"), "[2001:db8::1]");
+    EXPECT_EQ(cloud::siteDisplayName("", "not a url"), "not a url");
     EXPECT_EQ(durationText(59.4), "59 s");
     EXPECT_EQ(durationText(7200), "2 h");
     EXPECT_EQ(durationText(93600), "1 d 2 h");

@@ -1,0 +1,169 @@
+#include "cloud/cloud_client.h"
+
+#include "core/json_parse.h"
+
+namespace ravo::cloud {
+
+namespace {
+
+// A 2xx body decoded into the caller's record, or the decoder's complaint.
+template <typename Decode>
+auto decoded(CloudResult<nlohmann::json> raw, Decode decode)
+    -> CloudResult<std::decay_t<decltype(decode(nlohmann::json()).value())>> {
+    if (auto* error = std::get_if<CloudError>(&raw))
+        return *error;
+    auto value = decode(std::get<nlohmann::json>(raw));
+    if (!value)
+        return CloudError{CloudError::Kind::undecodable, value.error()};
+    return std::move(value).value();
+}
+
+template <typename Decode> auto listOf(Decode decode) {
+    return [decode](const nlohmann::json& json)
+               -> Result<std::vector<std::decay_t<decltype(decode(json).value())>>> {
+        using Item = std::decay_t<decltype(decode(json).value())>;
+        if (!json.is_array())
+            return Failure{"the answer is not a list"};
+        std::vector<Item> items;
+        for (const auto& element : json) {
+            auto item = decode(element);
+            if (!item)
+                return item.failure();
+            items.push_back(std::move(item).value());
+        }
+        return items;
+    };
+}
+
+Result<EmptyResponse> empty(const nlohmann::json& json) {
+    if (!json.is_object() && !json.is_null())
+        return Failure{"the answer is not an object"};
+    return EmptyResponse{};
+}
+
+} // namespace
+
+CloudClient::CloudClient(QUrl baseURL, std::shared_ptr<HttpTransport> transport, TokenSource token)
+    : baseURL_(std::move(baseURL)), transport_(std::move(transport)), token_(std::move(token)) {}
+
+std::optional<QUrl> CloudClient::baseURLFor(const QString& origin) {
+    QString text = origin.trimmed();
+    while (text.endsWith('/'))
+        text.chop(1);
+    const QUrl url(text + "/api/v1/", QUrl::StrictMode);
+    if (!url.isValid() || (url.scheme() != "http" && url.scheme() != "https") ||
+        url.host().isEmpty() || !url.userInfo().isEmpty() || url.hasQuery() || url.hasFragment())
+        return std::nullopt;
+    return url;
+}
+
+QCoro::Task<CloudResult<nlohmann::json>> CloudClient::send(QByteArray method, QString path,
+                                                           std::optional<nlohmann::json> body,
+                                                           bool authenticated) const {
+    HttpCall call{method, baseURL_.resolved(QUrl(path)), {{"Accept", "application/json"}}, {}};
+    if (authenticated) {
+        const auto token = token_ ? token_() : std::nullopt;
+        if (!token)
+            co_return CloudError{CloudError::Kind::signedOut};
+        call.headers.append(
+            qMakePair(QByteArray("Authorization"), QByteArray("Bearer ") + token->c_str()));
+    }
+    if (body) {
+        call.body = QByteArray::fromStdString(
+            body->dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+        call.headers.append(qMakePair(QByteArray("Content-Type"), QByteArray("application/json")));
+    }
+    const auto answer = co_await transport_->send(std::move(call));
+    if (!answer)
+        co_return CloudError{CloudError::Kind::network};
+    const std::string text = answer->body.toStdString();
+    if (auto failure = classifyAnswer(answer->status, text))
+        co_return *failure;
+    if (text.find_first_not_of(" \t\r\n") == std::string::npos)
+        co_return nlohmann::json(); // an empty body: nothing of interest
+    auto parsed = parseJson(text, {.maxDepth = 64});
+    if (!parsed)
+        co_return CloudError{CloudError::Kind::undecodable,
+                             "The Ravo server's answer is unreadable: " + parsed.error()};
+    co_return std::move(parsed).value();
+}
+
+QCoro::Task<CloudResult<EmailSignInStart>>
+CloudClient::startEmailSignIn(EmailSignInRequest request) const {
+    co_return decoded(co_await send("POST", "auth/email/start", toJson(request), false),
+                      emailSignInStartFromJson);
+}
+
+QCoro::Task<CloudResult<CloudLogin>>
+CloudClient::verifyEmailCode(EmailVerifyRequest request) const {
+    co_return decoded(co_await send("POST", "auth/email/verify", toJson(request), false),
+                      loginFromJson);
+}
+
+QCoro::Task<CloudResult<AppleSignInStart>>
+CloudClient::startAppleSignIn(AppleStartRequest request) const {
+    co_return decoded(co_await send("POST", "auth/apple/start", toJson(request), false),
+                      appleSignInStartFromJson);
+}
+
+QCoro::Task<CloudResult<CloudLogin>>
+CloudClient::finishAppleSignIn(AppleFinishRequest request) const {
+    co_return decoded(co_await send("POST", "auth/apple/finish", toJson(request), false),
+                      loginFromJson);
+}
+
+QCoro::Task<CloudResult<CloudLogin>> CloudClient::login(PasswordLoginRequest request) const {
+    co_return decoded(co_await send("POST", "auth/token", toJson(request), false), loginFromJson);
+}
+
+QCoro::Task<CloudResult<CloudMe>> CloudClient::me() const {
+    co_return decoded(co_await send("GET", "me", std::nullopt, true), meFromJson);
+}
+
+QCoro::Task<CloudResult<EmptyResponse>> CloudClient::deleteAccount() const {
+    co_return decoded(co_await send("DELETE", "me", std::nullopt, true), empty);
+}
+
+QCoro::Task<CloudResult<EmptyResponse>> CloudClient::revokeDevice(std::string deviceID) const {
+    co_return decoded(
+        co_await send("DELETE", "devices/" + QString::fromStdString(deviceID), std::nullopt, true),
+        empty);
+}
+
+QCoro::Task<CloudResult<CloudNotificationSettings>> CloudClient::notificationSettings() const {
+    co_return decoded(co_await send("GET", "notifications/settings", std::nullopt, true),
+                      notificationSettingsFromJson);
+}
+
+QCoro::Task<CloudResult<CloudNotificationSettings>>
+CloudClient::updateNotificationSettings(NotificationSettingsUpdate update) const {
+    co_return decoded(co_await send("PUT", "notifications/settings", toJson(update), true),
+                      notificationSettingsFromJson);
+}
+
+QCoro::Task<CloudResult<EmptyResponse>> CloudClient::sendTelegramTest() const {
+    co_return decoded(co_await send("POST", "notifications/telegram/test", std::nullopt, true),
+                      empty);
+}
+
+QCoro::Task<CloudResult<std::vector<CloudSiteStatus>>> CloudClient::siteStatuses() const {
+    co_return decoded(co_await send("GET", "sites/status", std::nullopt, true),
+                      listOf(siteStatusFromJson));
+}
+
+QCoro::Task<CloudResult<std::vector<CloudSite>>>
+CloudClient::syncSites(std::vector<CloudSite> sites) const {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& site : sites)
+        list.push_back(toJson(site));
+    co_return decoded(co_await send("PUT", "sites/sync", std::move(list), true),
+                      listOf(siteFromJson));
+}
+
+QCoro::Task<CloudResult<CloudSiteHistory>> CloudClient::history(std::string siteID) const {
+    co_return decoded(co_await send("GET", "sites/" + QString::fromStdString(siteID) + "/history",
+                                    std::nullopt, true),
+                      siteHistoryFromJson);
+}
+
+} // namespace ravo::cloud

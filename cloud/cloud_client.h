@@ -1,0 +1,68 @@
+#pragma once
+
+#include "cloud/core/cloud_error.h"
+#include "cloud/core/monitoring_records.h"
+#include "cloud/core/wire_records.h"
+#include "cloud/http_transport.h"
+
+#include <QCoro/QCoroTask>
+#include <QString>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace ravo::cloud {
+
+template <typename T> using CloudResult = std::variant<T, CloudError>;
+
+// What endpoints that answer nothing of interest decode into.
+struct EmptyResponse {
+    bool operator==(const EmptyResponse&) const = default;
+};
+
+// The one HTTP client of the Ravo server: every call goes through `send`, so headers, the
+// 20 s time-out, JSON and the mapping of failures are the same for all. It keeps no state
+// but its configuration; the token comes from the account through `token`.
+class CloudClient {
+public:
+    using TokenSource = std::function<std::optional<std::string>()>;
+
+    CloudClient(QUrl baseURL, std::shared_ptr<HttpTransport> transport, TokenSource token);
+
+    // "https://ravo.example.org" -> "https://ravo.example.org/api/v1/"; nothing when the
+    // text is not an http(s) origin.
+    static std::optional<QUrl> baseURLFor(const QString& origin);
+    const QUrl& baseURL() const { return baseURL_; }
+
+    QCoro::Task<CloudResult<nlohmann::json>> send(QByteArray method, QString path,
+                                                  std::optional<nlohmann::json> body,
+                                                  bool authenticated) const;
+
+    QCoro::Task<CloudResult<EmailSignInStart>> startEmailSignIn(EmailSignInRequest request) const;
+    QCoro::Task<CloudResult<CloudLogin>> verifyEmailCode(EmailVerifyRequest request) const;
+    QCoro::Task<CloudResult<AppleSignInStart>> startAppleSignIn(AppleStartRequest request) const;
+    QCoro::Task<CloudResult<CloudLogin>> finishAppleSignIn(AppleFinishRequest request) const;
+    QCoro::Task<CloudResult<CloudLogin>> login(PasswordLoginRequest request) const;
+    QCoro::Task<CloudResult<CloudMe>> me() const;
+    QCoro::Task<CloudResult<EmptyResponse>> deleteAccount() const;
+    QCoro::Task<CloudResult<EmptyResponse>> revokeDevice(std::string deviceID) const;
+    QCoro::Task<CloudResult<CloudNotificationSettings>> notificationSettings() const;
+    QCoro::Task<CloudResult<CloudNotificationSettings>>
+    updateNotificationSettings(NotificationSettingsUpdate update) const;
+    QCoro::Task<CloudResult<EmptyResponse>> sendTelegramTest() const;
+    QCoro::Task<CloudResult<std::vector<CloudSiteStatus>>> siteStatuses() const;
+    QCoro::Task<CloudResult<std::vector<CloudSite>>> syncSites(std::vector<CloudSite> sites) const;
+    QCoro::Task<CloudResult<CloudSiteHistory>> history(std::string siteID) const;
+
+private:
+    QUrl baseURL_;
+    std::shared_ptr<HttpTransport> transport_;
+    TokenSource token_;
+};
+
+} // namespace ravo::cloud

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QByteArray>
+#include <QCoro/QCoroTask>
+#include <QList>
+#include <QNetworkAccessManager>
+#include <QPair>
+#include <QUrl>
+
+#include <chrono>
+#include <optional>
+
+namespace ravo::cloud {
+
+struct HttpCall {
+    QByteArray method;
+    QUrl url;
+    QList<QPair<QByteArray, QByteArray>> headers;
+    QByteArray body;
+    std::chrono::milliseconds timeout{20000};
+};
+
+struct HttpAnswer {
+    int status = 0; // 0: not an HTTP answer
+    QByteArray body;
+};
+
+// Sends one complete request; nothing when it could not be sent or answered at all.
+class HttpTransport {
+public:
+    virtual ~HttpTransport() = default;
+    virtual QCoro::Task<std::optional<HttpAnswer>> send(HttpCall call) = 0;
+};
+
+// The production transport: Qt Network, with the call's time-out.
+class NetworkTransport final : public HttpTransport {
+public:
+    QCoro::Task<std::optional<HttpAnswer>> send(HttpCall call) override;
+
+private:
+    QNetworkAccessManager manager_;
+};
+
+} // namespace ravo::cloud

@@ -1,0 +1,159 @@
+#include "cloud/cloud_client.h"
+#include "tests/support/temporary_folder.h"
+
+#include <QCoro/QCoroTask>
+#include <QProcess>
+#include <QTcpServer>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace ravo::cloud {
+namespace {
+
+// Counts what reaches the network, so a test can tell that nothing was sent.
+struct CountingTransport final : HttpTransport {
+    NetworkTransport network;
+    int calls = 0;
+    QCoro::Task<std::optional<HttpAnswer>> send(HttpCall call) override {
+        ++calls;
+        co_return co_await network.send(std::move(call));
+    }
+};
+
+quint16 freePort() {
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    return probe.serverPort();
+}
+
+template <typename T> T value(const CloudResult<T>& result) {
+    if (const auto* error = std::get_if<CloudError>(&result))
+        ADD_FAILURE() << "failed: " << error->text();
+    return std::holds_alternative<T>(result) ? std::get<T>(result) : T{};
+}
+template <typename T> CloudError::Kind failureKind(const CloudResult<T>& result) {
+    EXPECT_TRUE(std::holds_alternative<CloudError>(result));
+    return std::holds_alternative<CloudError>(result) ? std::get<CloudError>(result).kind
+                                                      : CloudError::Kind::undecodable;
+}
+
+// The real ravo-server on loopback with SQLite, and a password account in it.
+class CloudClientTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const QString database = "sqlite:" + QString::fromStdString((folder / "ravo.db").string());
+        QProcess addUser;
+        addUser.start(RAVO_SERVER, {"user", "add", "ada@example.org", "--password-stdin",
+                                    "--database", database});
+        addUser.write("correct horse battery\n");
+        addUser.closeWriteChannel();
+        ASSERT_TRUE(addUser.waitForFinished(10000));
+        ASSERT_EQ(addUser.exitCode(), 0) << addUser.readAllStandardError().toStdString();
+        port = freePort();
+        server.start(RAVO_SERVER, {"--listen", QString("127.0.0.1:%1").arg(port), "--database",
+                                   database, "--checker", "off"});
+        ASSERT_TRUE(server.waitForStarted());
+        for (int i = 0; i < 100; ++i) {
+            QTcpSocket socket;
+            socket.connectToHost(QHostAddress::LocalHost, port);
+            if (socket.waitForConnected(100))
+                return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        FAIL() << "ravo-server did not start";
+    }
+    void TearDown() override {
+        server.terminate();
+        server.waitForFinished(5000);
+    }
+
+    CloudClient client(std::optional<std::string>* token) {
+        const auto base = CloudClient::baseURLFor(QString("http://127.0.0.1:%1/").arg(port));
+        return CloudClient(*base, transport, [token] { return *token; });
+    }
+    CloudLogin signIn(const CloudClient& with) {
+        return value(QCoro::waitFor(
+            with.login({"ada@example.org", "correct horse battery", "mac", "Laptop"})));
+    }
+
+    testing::TemporaryFolder folder;
+    QProcess server;
+    quint16 port = 0;
+    std::shared_ptr<CountingTransport> transport = std::make_shared<CountingTransport>();
+};
+
+TEST(CloudClientBase, TheServersOriginBecomesItsApiBase) {
+    EXPECT_EQ(CloudClient::baseURLFor(" https://ravo.example.org ")->toString(),
+              "https://ravo.example.org/api/v1/");
+    EXPECT_EQ(CloudClient::baseURLFor("http://127.0.0.1:8470///")->toString(),
+              "http://127.0.0.1:8470/api/v1/");
+    for (const char* wrong : {"", "ravo.example.org", "ftp://ravo.example.org",
+                              "https://ada:pw@ravo.example.org", "https://x.org/?a=b"})
+        EXPECT_EQ(CloudClient::baseURLFor(wrong), std::nullopt) << wrong;
+}
+
+TEST_F(CloudClientTest, ASignedInDeviceUsesEveryEndpointAndLosesItsTokenWhenRevoked) {
+    std::optional<std::string> token;
+    const CloudClient cloud = client(&token);
+    // No token: nothing is sent.
+    EXPECT_EQ(failureKind(QCoro::waitFor(cloud.me())), CloudError::Kind::signedOut);
+    EXPECT_EQ(transport->calls, 0);
+
+    const CloudLogin login = signIn(cloud);
+    EXPECT_EQ(login.device.name, "Laptop");
+    token = login.token;
+    const CloudMe me = value(QCoro::waitFor(cloud.me()));
+    EXPECT_EQ(me.email, "ada@example.org");
+    EXPECT_GT(me.maxSites, 0);
+
+    const CloudSite shop{"5b0e1c7e-6a49-4c1f-9d3e-2f8a3c4b5d6e",
+                         "https://shop.example/",
+                         "Shop",
+                         "Welcome",
+                         true,
+                         5};
+    EXPECT_EQ(value(QCoro::waitFor(cloud.syncSites({shop}))), std::vector<CloudSite>{shop});
+    const auto statuses = value(QCoro::waitFor(cloud.siteStatuses()));
+    ASSERT_EQ(statuses.size(), 1u);
+    EXPECT_EQ(statuses[0].health, "unknown");
+    EXPECT_EQ(value(QCoro::waitFor(cloud.history(shop.id))), CloudSiteHistory{});
+    const auto missing = QCoro::waitFor(cloud.history("00000000-0000-4000-8000-000000000000"));
+    EXPECT_EQ(std::get<CloudError>(missing).text(), "site_not_found");
+
+    // A key left out keeps its setting.
+    const auto saved = value(QCoro::waitFor(cloud.updateNotificationSettings({"-100123", {}})));
+    EXPECT_EQ(saved.telegramChatId, "-100123");
+    EXPECT_FALSE(saved.hasCustomBotToken);
+    const auto refused = QCoro::waitFor(cloud.updateNotificationSettings({{}, "1234:short"}));
+    EXPECT_EQ(std::get<CloudError>(refused).text(), "The bot token isn't valid.");
+    EXPECT_EQ(value(QCoro::waitFor(cloud.notificationSettings())), saved);
+
+    // Revoking this device signs it out: the next call is unauthorized.
+    EXPECT_TRUE(
+        std::holds_alternative<EmptyResponse>(QCoro::waitFor(cloud.revokeDevice(login.device.id))));
+    EXPECT_EQ(failureKind(QCoro::waitFor(cloud.me())), CloudError::Kind::unauthorized);
+}
+
+TEST_F(CloudClientTest, RefusalsLimitsAndAnAbsentServerBecomeTheirErrors) {
+    std::optional<std::string> token = "a-token-nobody-was-given";
+    const CloudClient cloud = client(&token);
+    EXPECT_EQ(failureKind(QCoro::waitFor(cloud.me())), CloudError::Kind::unauthorized);
+    const auto wrong =
+        QCoro::waitFor(cloud.login({"ada@example.org", "wrong password", "mac", "Laptop"}));
+    EXPECT_EQ(std::get<CloudError>(wrong).text(), "invalid_credentials");
+    CloudResult<CloudLogin> attempt = wrong;
+    for (int i = 0; i < 40 && std::get<CloudError>(attempt).kind != CloudError::Kind::rateLimited;
+         ++i)
+        attempt = QCoro::waitFor(cloud.login({"ada@example.org", "wrong", "mac", "Laptop"}));
+    EXPECT_EQ(std::get<CloudError>(attempt).text(),
+              "Too many attempts. Wait a moment and try again.");
+
+    server.terminate();
+    server.waitForFinished(5000);
+    EXPECT_EQ(failureKind(QCoro::waitFor(cloud.siteStatuses())), CloudError::Kind::network);
+}
+
+} // namespace
+} // namespace ravo::cloud
