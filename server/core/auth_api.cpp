@@ -104,6 +104,7 @@ HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
     return jsonResponse(200, cloud::toJson(cloud::EmailSignInStart{attempt.id}).dump());
 }
 
+// A wrong, used or stale code is a 401: the app reads that as "The code is wrong or expired."
 HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
     if (limited(context, request))
         return errorResponse(429, "rate_limited");
@@ -112,15 +113,15 @@ HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
         return *refused;
     const auto* verify = &std::get<cloud::EmailVerifyRequest>(decoded);
     if (!Secrets::isCanonicalUUID(verify->id))
-        return errorResponse(400, "invalid_code");
+        return errorResponse(401, "invalid_code");
     auto found = context.store.emailAttempt(verify->id);
     if (!found)
         return storeFailure(found.failure());
     if (!*found)
-        return errorResponse(400, "invalid_code");
+        return errorResponse(401, "invalid_code");
     EmailAttempt attempt = **found;
     if (attempt.used || attempt.failedTries >= kTriesPerCode || context.now() > attempt.expiresAt)
-        return errorResponse(400, "code_expired");
+        return errorResponse(401, "code_expired");
     const bool codeRight =
         Secrets::sameSecret(codeHash(attempt.id, verify->code), attempt.codeHash);
     const bool pairRight = Secrets::verifierMatches(verify->codeVerifier, attempt.codeChallenge);
@@ -128,7 +129,7 @@ HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
         ++attempt.failedTries;
         if (auto stored = context.store.updateEmailAttempt(attempt); !stored)
             return storeFailure(stored.failure());
-        return errorResponse(400, codeRight ? "invalid_code_verifier" : "invalid_code");
+        return errorResponse(401, codeRight ? "invalid_code_verifier" : "invalid_code");
     }
     attempt.used = true; // once only, even if what follows fails
     if (auto stored = context.store.updateEmailAttempt(attempt); !stored)
@@ -150,7 +151,7 @@ HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request) {
     // The same answer whether the address is unknown or the password wrong.
     if (!account || !account->passwordHash ||
         !Secrets::passwordMatches(login->password, *account->passwordHash))
-        return errorResponse(400, "invalid_credentials");
+        return errorResponse(401, "invalid_credentials");
     return signIn(context, *account, login->deviceName);
 }
 

@@ -43,7 +43,7 @@ sign_in() { # email -> token
     answer=$(call POST auth/email/verify "{\"id\":\"$attempt\",\"code\":\"$code\",\"code_verifier\":\"$verifier\"}")
     expect "$answer" 200
     # The same code twice is refused: it works once.
-    expect "$(call POST auth/email/verify "{\"id\":\"$attempt\",\"code\":\"$code\",\"code_verifier\":\"$verifier\"}")" 400
+    expect "$(call POST auth/email/verify "{\"id\":\"$attempt\",\"code\":\"$code\",\"code_verifier\":\"$verifier\"}")" 401
     jq -r .token <<<"${answer#* }"
 }
 
@@ -84,7 +84,7 @@ expect "$(call GET me "" "$other")" 401
 # An operator's password account.
 database=sqlite:$work/ravo.db
 password_token "$bin" ops@example.org >/dev/null
-expect "$(call POST auth/token '{"email":"ops@example.org","password":"wrong","platform":"mac","device_name":"CI"}')" 400
+expect "$(call POST auth/token '{"email":"ops@example.org","password":"wrong","platform":"mac","device_name":"CI"}')" 401
 expect "$(call POST auth/apple/start '{"platform":"mac","device_name":"CI","code_challenge":"x","code_challenge_method":"S256"}')" 400
 [ "$(jq -r .detail "$work/body")" = apple_not_configured ] || fail "apple: $(cat "$work/body")"
 echo "signed in by mailed code and by password; sites synced and listed; refusals clear"

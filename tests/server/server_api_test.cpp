@@ -119,7 +119,7 @@ TEST_F(ServerApiTest, AMailedCodeWorksOnceWithItsOwnVerifierWithinTenMinutes) {
     const auto login = verify(code, verifier);
     ASSERT_EQ(login.status, 200) << login.body;
     EXPECT_EQ(body(login)["device"]["name"], "Laptop");
-    EXPECT_EQ(verify(code, verifier).status, 400); // once only
+    EXPECT_EQ(verify(code, verifier).status, 401); // once only
 
     // A fresh code that waited too long, and one guessed at too often, are dead.
     ASSERT_EQ(call("POST", "auth/email/start", start.dump()).status, 200);
