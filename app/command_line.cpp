@@ -1,6 +1,93 @@
 #include "app/command_line.h"
 
+#include <algorithm>
+
 namespace ravo::app {
+
+namespace {
+
+Command invalid(std::string error) {
+    Command command;
+    command.kind = Command::Kind::invalid;
+    command.error = std::move(error);
+    return command;
+}
+
+// "--name value" pairs after the words; false when one is unknown or lacks its value.
+bool readOptions(const std::vector<std::string>& arguments, std::size_t from,
+                 const std::vector<std::string>& withValue, const std::vector<std::string>& flags,
+                 std::vector<std::pair<std::string, std::string>>& options) {
+    for (std::size_t i = from; i < arguments.size(); ++i) {
+        const std::string& name = arguments[i];
+        if (std::find(flags.begin(), flags.end(), name) != flags.end()) {
+            options.emplace_back(name, "");
+        } else if (std::find(withValue.begin(), withValue.end(), name) != withValue.end() &&
+                   i + 1 < arguments.size()) {
+            options.emplace_back(name, arguments[++i]);
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+Command accountCommand(const std::vector<std::string>& arguments) {
+    const std::string use = "Use: ravo account signin [--server URL] --email ADDRESS "
+                            "[--password-stdin] | signout | status";
+    if (arguments.size() < 2)
+        return invalid(use);
+    Command command;
+    command.kind = Command::Kind::account;
+    command.account.action = arguments[1];
+    std::vector<std::pair<std::string, std::string>> options;
+    if (command.account.action == "signin") {
+        if (!readOptions(arguments, 2, {"--server", "--email"}, {"--password-stdin"}, options))
+            return invalid(use);
+        for (const auto& [name, value] : options) {
+            if (name == "--server")
+                command.account.server = value;
+            else if (name == "--email")
+                command.account.email = value;
+            else
+                command.account.passwordFromStandardInput = true;
+        }
+        if (command.account.email.empty())
+            return invalid(use);
+        return command;
+    }
+    if ((command.account.action == "signout" || command.account.action == "status") &&
+        arguments.size() == 2)
+        return command;
+    return invalid(use);
+}
+
+Command sitesCommand(const std::vector<std::string>& arguments) {
+    const std::string use = "Use: ravo sites [--json] | sites add URL [--name NAME] "
+                            "[--keyword TEXT] | sites remove ID|URL";
+    Command command;
+    command.kind = Command::Kind::sites;
+    if (arguments.size() == 1 || (arguments.size() == 2 && arguments[1] == "--json")) {
+        command.sites.json = arguments.size() == 2;
+        return command;
+    }
+    std::vector<std::pair<std::string, std::string>> options;
+    if (arguments[1] == "add" && arguments.size() >= 3 &&
+        readOptions(arguments, 3, {"--name", "--keyword"}, {}, options)) {
+        command.sites.action = "add";
+        command.sites.target = arguments[2];
+        for (const auto& [name, value] : options)
+            (name == "--name" ? command.sites.name : command.sites.keyword) = value;
+        return command;
+    }
+    if (arguments[1] == "remove" && arguments.size() == 3) {
+        command.sites.action = "remove";
+        command.sites.target = arguments[2];
+        return command;
+    }
+    return invalid(use);
+}
+
+} // namespace
 
 Command parseCommandLine(const std::vector<std::string>& arguments) {
     Command command;
@@ -48,6 +135,10 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
         command.arguments = {arguments[1]};
         return command;
     }
+    if (word == "account")
+        return accountCommand(arguments);
+    if (word == "sites")
+        return sitesCommand(arguments);
     command.kind = Command::Kind::invalid;
     command.error = "Unknown command: " + word;
     return command;
@@ -67,6 +158,13 @@ std::string usageText() {
            "                    track Claude Code and Codex sessions, stop, or check the hooks\n"
            "  statusline install|uninstall\n"
            "                    show Claude limits through Claude Code's status line, or stop\n"
+           "  account signin [--server URL] --email ADDRESS [--password-stdin]\n"
+           "                    sign in to your Ravo server with a mailed code (typed at the\n"
+           "                    prompt) or a password from standard input\n"
+           "  account signout|status\n"
+           "  sites [--json]    your monitored websites and how they are\n"
+           "  sites add URL [--name NAME] [--keyword TEXT]\n"
+           "  sites remove ID|URL\n"
            "  --version         print the version\n"
            "  --help            print this text\n";
 }

@@ -1,16 +1,32 @@
 #pragma once
 
+#include "app/commands.h"
+
 #include <string>
 #include <vector>
 
 namespace ravo::app {
 
 struct Command {
-    enum class Kind { run, open, status, statusLine, hooks, sessions, help, version, invalid };
+    enum class Kind {
+        run,
+        open,
+        status,
+        statusLine,
+        hooks,
+        sessions,
+        account,
+        sites,
+        help,
+        version,
+        invalid
+    };
     Kind kind = Kind::run;
     bool json = false;
     std::vector<std::string> arguments; // what follows the command word
     std::string error;
+    AccountRequest account;
+    SitesRequest sites;
     bool operator==(const Command&) const = default;
 };
 

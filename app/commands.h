@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 // The entry points behind `ravo`'s command words; each returns the process's exit status.
@@ -9,6 +10,27 @@ int runStatusCommand(bool json);
 int runStatusLineCommand(const std::string& action);
 int runHooksCommand(const std::string& action);
 int runSessionsCommand(bool json);
+
+// ravo account signin|signout|status
+struct AccountRequest {
+    std::string action;
+    std::optional<std::string> server;
+    std::string email;
+    bool passwordFromStandardInput = false;
+    bool operator==(const AccountRequest&) const = default;
+};
+int runAccountCommand(const AccountRequest& request);
+
+// ravo sites [add URL | remove ID|URL]
+struct SitesRequest {
+    std::string action = "list";
+    bool json = false;
+    std::string target; // add: the address; remove: the id or address
+    std::string name;
+    std::string keyword;
+    bool operator==(const SitesRequest&) const = default;
+};
+int runSitesCommand(const SitesRequest& request);
 int runTerminalDashboard();
 // The tray application; `openURL` is a ravo:// link to hand over, or empty.
 int runDesktop(int argc, char** argv, const std::string& openURL);

@@ -57,6 +57,15 @@ int main(int argc, char** argv) {
     }
     case Command::Kind::sessions:
         return runSessionsCommand(command.json);
+    case Command::Kind::account:
+    case Command::Kind::sites: {
+        QCoreApplication application(argc, argv);
+        QCoreApplication::setApplicationName("Ravo");
+        installCoreLogSink();
+        quietLogUnlessAsked();
+        return command.kind == Command::Kind::account ? runAccountCommand(command.account)
+                                                      : runSitesCommand(command.sites);
+    }
     case Command::Kind::run:
     case Command::Kind::open: {
         const std::string url = command.arguments.empty() ? "" : command.arguments.front();

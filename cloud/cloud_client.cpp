@@ -43,6 +43,9 @@ Result<EmptyResponse> empty(const nlohmann::json& json) {
 
 } // namespace
 
+// One co_await per statement, its result in a variable: GCC 12 mishandles temporaries that
+// live across a suspension inside a larger expression.
+
 CloudClient::CloudClient(QUrl baseURL, std::shared_ptr<HttpTransport> transport, TokenSource token)
     : baseURL_(std::move(baseURL)), transport_(std::move(transport)), token_(std::move(token)) {}
 
@@ -90,65 +93,68 @@ QCoro::Task<CloudResult<nlohmann::json>> CloudClient::send(QByteArray method, QS
 
 QCoro::Task<CloudResult<EmailSignInStart>>
 CloudClient::startEmailSignIn(EmailSignInRequest request) const {
-    co_return decoded(co_await send("POST", "auth/email/start", toJson(request), false),
-                      emailSignInStartFromJson);
+    auto answer = co_await send("POST", "auth/email/start", toJson(request), false);
+    co_return decoded(std::move(answer), emailSignInStartFromJson);
 }
 
 QCoro::Task<CloudResult<CloudLogin>>
 CloudClient::verifyEmailCode(EmailVerifyRequest request) const {
-    co_return decoded(co_await send("POST", "auth/email/verify", toJson(request), false),
-                      loginFromJson);
+    auto answer = co_await send("POST", "auth/email/verify", toJson(request), false);
+    co_return decoded(std::move(answer), loginFromJson);
 }
 
 QCoro::Task<CloudResult<AppleSignInStart>>
 CloudClient::startAppleSignIn(AppleStartRequest request) const {
-    co_return decoded(co_await send("POST", "auth/apple/start", toJson(request), false),
-                      appleSignInStartFromJson);
+    auto answer = co_await send("POST", "auth/apple/start", toJson(request), false);
+    co_return decoded(std::move(answer), appleSignInStartFromJson);
 }
 
 QCoro::Task<CloudResult<CloudLogin>>
 CloudClient::finishAppleSignIn(AppleFinishRequest request) const {
-    co_return decoded(co_await send("POST", "auth/apple/finish", toJson(request), false),
-                      loginFromJson);
+    auto answer = co_await send("POST", "auth/apple/finish", toJson(request), false);
+    co_return decoded(std::move(answer), loginFromJson);
 }
 
 QCoro::Task<CloudResult<CloudLogin>> CloudClient::login(PasswordLoginRequest request) const {
-    co_return decoded(co_await send("POST", "auth/token", toJson(request), false), loginFromJson);
+    auto answer = co_await send("POST", "auth/token", toJson(request), false);
+    co_return decoded(std::move(answer), loginFromJson);
 }
 
 QCoro::Task<CloudResult<CloudMe>> CloudClient::me() const {
-    co_return decoded(co_await send("GET", "me", std::nullopt, true), meFromJson);
+    auto answer = co_await send("GET", "me", std::nullopt, true);
+    co_return decoded(std::move(answer), meFromJson);
 }
 
 QCoro::Task<CloudResult<EmptyResponse>> CloudClient::deleteAccount() const {
-    co_return decoded(co_await send("DELETE", "me", std::nullopt, true), empty);
+    auto answer = co_await send("DELETE", "me", std::nullopt, true);
+    co_return decoded(std::move(answer), empty);
 }
 
 QCoro::Task<CloudResult<EmptyResponse>> CloudClient::revokeDevice(std::string deviceID) const {
-    co_return decoded(
-        co_await send("DELETE", "devices/" + QString::fromStdString(deviceID), std::nullopt, true),
-        empty);
+    auto answer =
+        co_await send("DELETE", "devices/" + QString::fromStdString(deviceID), std::nullopt, true);
+    co_return decoded(std::move(answer), empty);
 }
 
 QCoro::Task<CloudResult<CloudNotificationSettings>> CloudClient::notificationSettings() const {
-    co_return decoded(co_await send("GET", "notifications/settings", std::nullopt, true),
-                      notificationSettingsFromJson);
+    auto answer = co_await send("GET", "notifications/settings", std::nullopt, true);
+    co_return decoded(std::move(answer), notificationSettingsFromJson);
 }
 
 QCoro::Task<CloudResult<CloudNotificationSettings>>
 CloudClient::updateNotificationSettings(NotificationSettingsUpdate update) const {
-    co_return decoded(co_await send("PUT", "notifications/settings", toJson(update), true),
-                      notificationSettingsFromJson);
+    auto answer = co_await send("PUT", "notifications/settings", toJson(update), true);
+    co_return decoded(std::move(answer), notificationSettingsFromJson);
 }
 
 QCoro::Task<CloudResult<EmptyResponse>> CloudClient::sendTelegramTest() const {
-    co_return decoded(co_await send("POST", "notifications/telegram/test", std::nullopt, true),
-                      empty);
+    auto answer = co_await send("POST", "notifications/telegram/test", std::nullopt, true);
+    co_return decoded(std::move(answer), empty);
 }
 
 QCoro::Task<CloudResult<std::vector<CloudSiteStatus>>> CloudClient::siteStatuses() const {
-    co_return decoded(co_await send("GET", "sites/status", std::nullopt, true),
-                      listOf(siteStatusFromJson));
+    auto answer = co_await send("GET", "sites/status", std::nullopt, true);
+    co_return decoded(std::move(answer), listOf(siteStatusFromJson));
 }
 
 QCoro::Task<CloudResult<std::vector<CloudSite>>>
@@ -156,14 +162,14 @@ CloudClient::syncSites(std::vector<CloudSite> sites) const {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& site : sites)
         list.push_back(toJson(site));
-    co_return decoded(co_await send("PUT", "sites/sync", std::move(list), true),
-                      listOf(siteFromJson));
+    auto answer = co_await send("PUT", "sites/sync", std::move(list), true);
+    co_return decoded(std::move(answer), listOf(siteFromJson));
 }
 
 QCoro::Task<CloudResult<CloudSiteHistory>> CloudClient::history(std::string siteID) const {
-    co_return decoded(co_await send("GET", "sites/" + QString::fromStdString(siteID) + "/history",
-                                    std::nullopt, true),
-                      siteHistoryFromJson);
+    auto answer = co_await send("GET", "sites/" + QString::fromStdString(siteID) + "/history",
+                                std::nullopt, true);
+    co_return decoded(std::move(answer), siteHistoryFromJson);
 }
 
 } // namespace ravo::cloud

@@ -5,6 +5,7 @@ set -euo pipefail
 packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libqt6svg6-dev qcoro-qt6-dev
+    qtkeychain-qt6-dev
     libgl-dev libvulkan-dev libxkbcommon-dev
     nlohmann-json3-dev libssl-dev libdbus-1-dev
     libboost-dev libsqlite3-dev libpq-dev libcurl4-openssl-dev
@@ -13,7 +14,7 @@ packages=(
 )
 if [ "${1:-}" = "--tests" ]; then
     packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl
-        openssl postgresql)
+        openssl postgresql gnome-keyring libsecret-tools)
 fi
 
 missing=()

@@ -6,12 +6,17 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // The companion service's wire records, snake_case on the wire, shared by the app's client
 // and by ravo-server. Dates travel as ISO 8601 text. Decoding never throws: a record that
 // is not what it should be comes back as a failure naming the key.
 namespace ravo::cloud {
+
+// Accounts whose Apple sign-in came without an address live in this domain; the app shows
+// them as "Hidden by Apple".
+inline constexpr std::string_view kHiddenAppleEmailDomain = "hidden.apple.invalid";
 
 struct CloudMe {
     std::string email;

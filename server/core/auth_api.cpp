@@ -14,9 +14,6 @@ namespace {
 
 constexpr auto kCodeLifetime = std::chrono::minutes(10);
 constexpr int kTriesPerCode = 5;
-// Where accounts live whose Apple sign-in came without an address; the app shows them
-// as hidden.
-constexpr std::string_view kHiddenAppleDomain = "hidden.apple.invalid";
 
 std::string normalizedEmail(std::string email) {
     const auto first = email.find_first_not_of(" \t");
@@ -217,7 +214,7 @@ HttpResponse appleCallback(ApiContext& context, const HttpRequest& request) {
     AppleAttempt attempt = **found;
     // Without an address (the user hid it and Apple sent none) the account is Apple's id's.
     attempt.email = normalizedEmail(
-        identity->email.value_or(identity->subject + "@" + std::string(kHiddenAppleDomain)));
+        identity->email.value_or(identity->subject + "@" + std::string(cloud::kHiddenAppleEmailDomain)));
     const std::string code = Secrets::randomToken(24);
     attempt.codeHash = codeHash(attempt.id, code);
     if (auto stored = context.store.updateAppleAttempt(attempt); !stored)

@@ -1,0 +1,216 @@
+#include "cloud/cloud_account.h"
+
+#include "core/json_parse.h"
+#include "core/log.h"
+
+#include <QLocale>
+#include <QSysInfo>
+
+namespace ravo::cloud {
+
+namespace {
+
+std::string trimmed(const std::string& text) {
+    const auto first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+}
+
+} // namespace
+
+CloudAccount::CloudAccount(QSettings& settings, std::shared_ptr<SecretStore> secrets,
+                           std::shared_ptr<HttpTransport> transport)
+    : settings_(settings), secrets_(std::move(secrets)), transport_(std::move(transport)) {
+    makeClient();
+}
+
+QString CloudAccount::defaultServer() {
+    return QStringLiteral(RAVO_DEFAULT_SERVER);
+}
+
+std::string CloudAccount::displayEmail(const std::string& email) {
+    const auto at = email.rfind('@');
+    return at != std::string::npos && email.substr(at + 1) == kHiddenAppleEmailDomain
+               ? "Hidden by Apple"
+               : email;
+}
+
+QString CloudAccount::server() const {
+    return settings_.value(kServerKey, defaultServer()).toString();
+}
+
+void CloudAccount::makeClient() {
+    const auto base =
+        CloudClient::baseURLFor(server()).value_or(*CloudClient::baseURLFor(defaultServer()));
+    client_ = std::make_unique<CloudClient>(base, transport_, [this] { return token_; });
+}
+
+void CloudAccount::setWorking(bool working) {
+    working_ = working;
+    emit changed();
+}
+
+std::string CloudAccount::deviceName() const {
+    const std::string host = QSysInfo::machineHostName().toStdString();
+    return host.empty() ? "Linux" : host;
+}
+
+void CloudAccount::resume() {
+    const auto token = secrets_->read(kTokenService, kTokenAccount);
+    if (!token) {
+        error_ = token.error();
+        emit changed();
+        return;
+    }
+    token_ = *token;
+    if (token_) {
+        const auto cached = parseJson(settings_.value(kAccountKey).toString().toStdString());
+        if (cached)
+            if (auto record = meFromJson(*cached))
+                me_ = std::move(record).value();
+    }
+    emit changed();
+}
+
+QCoro::Task<bool> CloudAccount::setServer(QString origin) {
+    if (!CloudClient::baseURLFor(origin))
+        co_return false;
+    QString normalized = origin.trimmed();
+    while (normalized.endsWith('/'))
+        normalized.chop(1);
+    if (normalized == server())
+        co_return true;
+    // A token is only good on the server that gave it.
+    if (token_ || me_)
+        forgetSession();
+    settings_.setValue(kServerKey, normalized);
+    makeClient();
+    emit changed();
+    co_return true;
+}
+
+QCoro::Task<> CloudAccount::requestEmailCode(std::string email) {
+    const std::string address = trimmed(email);
+    error_.reset();
+    setWorking(true);
+    const PKCE pkce = PKCE::make();
+    std::string language = QLocale().name().left(2).toStdString();
+    if (language.empty() || language == "C")
+        language = "en";
+    EmailSignInRequest request{address, "mac", deviceName(), language, pkce.challenge, "S256"};
+    const auto started = co_await client_->startEmailSignIn(std::move(request));
+    if (const auto* failure = std::get_if<CloudError>(&started))
+        error_ = failure->text();
+    else
+        pendingEmail_ =
+            PendingEmailSignIn{address, std::get<EmailSignInStart>(started).attemptId, pkce};
+    setWorking(false);
+}
+
+QCoro::Task<> CloudAccount::verifyEmailCode(std::string code) {
+    if (!pendingEmail_)
+        co_return;
+    const PendingEmailSignIn pending = *pendingEmail_;
+    error_.reset();
+    setWorking(true);
+    EmailVerifyRequest request{pending.attemptID, trimmed(code), pending.pkce.verifier};
+    auto login = co_await client_->verifyEmailCode(std::move(request));
+    co_await setUpSession(std::move(login), "The code is wrong or expired.");
+    if (isSignedIn())
+        pendingEmail_.reset();
+    setWorking(false);
+}
+
+QCoro::Task<> CloudAccount::signIn(std::string email, std::string password) {
+    error_.reset();
+    setWorking(true);
+    PasswordLoginRequest request{trimmed(email), password, "mac", deviceName()};
+    auto login = co_await client_->login(std::move(request));
+    co_await setUpSession(std::move(login), "Wrong email or password.");
+    setWorking(false);
+}
+
+QCoro::Task<> CloudAccount::setUpSession(CloudResult<CloudLogin> login,
+                                         std::string unauthorizedText) {
+    if (const auto* failure = std::get_if<CloudError>(&login)) {
+        error_ =
+            failure->kind == CloudError::Kind::unauthorized ? unauthorizedText : failure->text();
+        co_return;
+    }
+    const CloudLogin& session = std::get<CloudLogin>(login);
+    if (auto stored = secrets_->write(kTokenService, kTokenAccount, session.token); !stored) {
+        error_ = stored.error();
+        co_return;
+    }
+    token_ = session.token;
+    settings_.setValue(kDeviceKey, QString::fromStdString(session.device.id));
+    const auto record = co_await client_->me();
+    if (const auto* failure = std::get_if<CloudError>(&record)) {
+        // Half a sign-in leaves no token behind.
+        forgetSession();
+        error_ = failure->text();
+        co_return;
+    }
+    me_ = std::get<CloudMe>(record);
+    settings_.setValue(kAccountKey, QString::fromStdString(toJson(*me_).dump()));
+    settings_.sync();
+    log::info("cloud", "signed in as device " + session.device.id);
+}
+
+QCoro::Task<> CloudAccount::refresh() {
+    const auto record = co_await client_->me();
+    if (const auto* failure = std::get_if<CloudError>(&record)) {
+        if (failure->kind == CloudError::Kind::unauthorized) {
+            forgetSession();
+            error_ = failure->text();
+            emit changed();
+        } else {
+            log::error("cloud", "Account refresh failed: " + failure->text());
+        }
+        co_return;
+    }
+    me_ = std::get<CloudMe>(record);
+    settings_.setValue(kAccountKey, QString::fromStdString(toJson(*me_).dump()));
+    emit changed();
+}
+
+QCoro::Task<> CloudAccount::signOut() {
+    const std::string device = settings_.value(kDeviceKey).toString().toStdString();
+    if (!device.empty()) {
+        const auto revoked = co_await client_->revokeDevice(device);
+        if (const auto* failure = std::get_if<CloudError>(&revoked))
+            log::error("cloud", "Device revoke failed: " + failure->text());
+    }
+    forgetSession();
+    emit changed();
+}
+
+QCoro::Task<> CloudAccount::deleteAccount() {
+    setWorking(true);
+    const auto deleted = co_await client_->deleteAccount();
+    if (const auto* failure = std::get_if<CloudError>(&deleted))
+        handle(*failure);
+    else
+        forgetSession();
+    setWorking(false);
+}
+
+void CloudAccount::handle(const CloudError& error) {
+    if (error.kind == CloudError::Kind::unauthorized)
+        forgetSession();
+    error_ = error.text();
+    emit changed();
+}
+
+void CloudAccount::forgetSession() {
+    if (auto removed = secrets_->remove(kTokenService, kTokenAccount); !removed)
+        log::error("cloud", removed.error());
+    token_.reset();
+    settings_.remove(kDeviceKey);
+    settings_.remove(kAccountKey);
+    settings_.sync();
+    me_.reset();
+}
+
+} // namespace ravo::cloud

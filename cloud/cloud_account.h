@@ -1,0 +1,88 @@
+#pragma once
+
+#include "cloud/cloud_client.h"
+#include "cloud/pkce.h"
+#include "cloud/secret_store.h"
+
+#include <QObject>
+#include <QSettings>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace ravo::cloud {
+
+struct PendingEmailSignIn {
+    std::string email;
+    std::string attemptID;
+    PKCE pkce;
+    bool operator==(const PendingEmailSignIn&) const = default;
+};
+
+// This computer's sign-in to the Ravo server: the sign-in flows, the device token in the
+// desktop's secret store, the cached account record, refresh, sign-out and deletion. It
+// owns the client the rest of website monitoring calls the server with.
+class CloudAccount : public QObject {
+    Q_OBJECT
+
+public:
+    static constexpr const char* kTokenService = "io.halvorsund.Ravo.cloud";
+    static constexpr const char* kTokenAccount = "device-token";
+    static constexpr const char* kServerKey = "cloudServer";
+    static constexpr const char* kDeviceKey = "cloudDeviceID";
+    static constexpr const char* kAccountKey = "cloudAccount";
+
+    CloudAccount(QSettings& settings, std::shared_ptr<SecretStore> secrets,
+                 std::shared_ptr<HttpTransport> transport);
+
+    // The build's default server, used until the user sets another.
+    static QString defaultServer();
+    // "Hidden by Apple" for the placeholder addresses of hidden Apple e-mails.
+    static std::string displayEmail(const std::string& email);
+
+    // Reads the token; with one, the cached record signs the account in without a call.
+    void resume();
+
+    bool isWorking() const { return working_; }
+    const std::optional<std::string>& error() const { return error_; }
+    const std::optional<PendingEmailSignIn>& pendingEmail() const { return pendingEmail_; }
+    const std::optional<CloudMe>& me() const { return me_; }
+    bool isSignedIn() const { return me_.has_value(); }
+    const CloudClient& client() const { return *client_; }
+    QString server() const;
+
+    // Another server forgets the session on this one. False for an address that is not
+    // an http(s) origin.
+    QCoro::Task<bool> setServer(QString origin);
+    QCoro::Task<> requestEmailCode(std::string email);
+    QCoro::Task<> verifyEmailCode(std::string code);
+    QCoro::Task<> signIn(std::string email, std::string password);
+    QCoro::Task<> refresh();
+    QCoro::Task<> signOut();
+    QCoro::Task<> deleteAccount();
+    // The common sink of server errors: a 401 signs out.
+    void handle(const CloudError& error);
+
+signals:
+    void changed();
+
+private:
+    void makeClient();
+    void setWorking(bool working);
+    QCoro::Task<> setUpSession(CloudResult<CloudLogin> login, std::string unauthorizedText);
+    void forgetSession();
+    std::string deviceName() const;
+
+    QSettings& settings_;
+    std::shared_ptr<SecretStore> secrets_;
+    std::shared_ptr<HttpTransport> transport_;
+    std::unique_ptr<CloudClient> client_;
+    std::optional<std::string> token_;
+    bool working_ = false;
+    std::optional<std::string> error_;
+    std::optional<PendingEmailSignIn> pendingEmail_;
+    std::optional<CloudMe> me_;
+};
+
+} // namespace ravo::cloud

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "cloud/core/monitored_site.h"
+
+#include <QSettings>
+
+#include <vector>
+
+// The monitor's own settings: the site list and the check interval.
+namespace ravo::cloud::SiteListSettings {
+
+inline constexpr const char* kSitesKey = "monitoredSites";
+inline constexpr const char* kIntervalKey = "websiteCheckIntervalMinutes";
+
+// An unreadable list reads as empty and is reported in the log, never overwritten here.
+std::vector<MonitoredSite> load(const QSettings& settings);
+void save(QSettings& settings, const std::vector<MonitoredSite>& sites);
+// 5 minutes unless set; never below the plan's minimum, never above a day.
+std::int64_t intervalMinutes(const QSettings& settings, const CloudMe& plan);
+
+} // namespace ravo::cloud::SiteListSettings
