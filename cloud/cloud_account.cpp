@@ -2,22 +2,14 @@
 
 #include "core/json_parse.h"
 #include "core/log.h"
+#include "core/trimmed.h"
 
 #include <QLocale>
 #include <QSysInfo>
 
 namespace ravo::cloud {
 
-namespace {
-
-std::string trimmed(const std::string& text) {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
-
-} // namespace
+namespace {} // namespace
 
 CloudAccount::CloudAccount(QSettings& settings, std::shared_ptr<SecretStore> secrets,
                            std::shared_ptr<HttpTransport> transport)

@@ -3,19 +3,13 @@
 #include "cloud/core/site_url.h"
 #include "cloud/core/wire_fields.h"
 #include "core/json_optional.h"
+#include "core/trimmed.h"
 
 #include <algorithm>
 
 namespace ravo::cloud {
 
 namespace {
-
-std::string trimmed(const std::string& text) {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
 
 // The first 100 characters, not cutting a UTF-8 sequence.
 std::string first100Characters(const std::string& text) {

@@ -1,5 +1,7 @@
 #include "cloud/core/site_url.h"
 
+#include "core/trimmed.h"
+
 #include <algorithm>
 #include <cctype>
 
@@ -36,10 +38,7 @@ bool isHost(const std::string& host) {
 } // namespace
 
 std::optional<std::string> normalizedSiteURL(std::string_view typed) {
-    while (!typed.empty() && isSpace(typed.front()))
-        typed.remove_prefix(1);
-    while (!typed.empty() && isSpace(typed.back()))
-        typed.remove_suffix(1);
+    typed = trimmedView(typed);
     if (typed.empty() || typed.size() > 2048 || std::any_of(typed.begin(), typed.end(), isSpace))
         return std::nullopt;
     std::string text(typed);
@@ -91,10 +90,7 @@ std::optional<std::string> siteHost(std::string_view url) {
 }
 
 std::string siteDisplayName(std::string_view name, std::string_view url) {
-    while (!name.empty() && isSpace(name.front()))
-        name.remove_prefix(1);
-    while (!name.empty() && isSpace(name.back()))
-        name.remove_suffix(1);
+    name = trimmedView(name);
     if (!name.empty())
         return std::string(name);
     if (const auto host = siteHost(url))
