@@ -44,6 +44,9 @@ std::optional<std::string> normalizedSiteURL(std::string_view typed) {
     std::string text(typed);
     if (text.find("://") == std::string::npos)
         text = "https://" + text;
+    // The limit is the kept address's: one that grows past it is refused as well.
+    if (text.size() > 2048)
+        return std::nullopt;
     const auto schemeEnd = text.find("://");
     const std::string scheme = lower(text.substr(0, schemeEnd));
     if (scheme != "http" && scheme != "https")

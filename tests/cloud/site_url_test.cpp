@@ -21,6 +21,10 @@ TEST(SiteURL, TypedAddressesBecomeTheAddressTheMonitorKeeps) {
           "https://example.com:8a", "mailto:a@b.c", "https://ex<ample>.com", "https://[::1",
           "HTTP://Shop.[2HTTP:e:", "https://example.com:", "https://ex:ample.com:80"})
         EXPECT_EQ(normalizedSiteURL(invalid), std::nullopt) << invalid;
+    // Found by fuzzing: an address that the scheme makes too long was kept, then refused.
+    const std::string longest = "example.com/" + std::string(2048 - 12, 'a');
+    EXPECT_EQ(normalizedSiteURL(longest), std::nullopt);
+    EXPECT_TRUE(normalizedSiteURL("https://" + longest.substr(8)));
     EXPECT_EQ(siteHost("https://user@shop.example:8443/health"), "shop.example");
     EXPECT_EQ(siteHost("no address"), std::nullopt);
 }
