@@ -8,18 +8,21 @@ here=$(dirname "$0")
 source "$here/lib.sh"
 source "$here/server_lib.sh"
 use_temporary_home
-a='' b='' c='' targets=''
-trap 'kill $a $b $c $targets 2>/dev/null || true; stop_postgres; rm -rf "$work"' EXIT
+a='' b='' c='' targets='' telegram=''
+trap 'kill $a $b $c $targets $telegram 2>/dev/null || true; stop_postgres; rm -rf "$work"' EXIT
 start_postgres
 http_port=$(free_port)
 start_targets "$http_port"
+telegram_port=$(free_port)
+python3 "$here/telegram_stand_in.py" "$telegram_port" "$work/telegram.log" &
+telegram=$!
 
 start_server() { # name -> pid; the API on its own port, in $work/<name>.port
     local port
     port=$(free_port)
     echo "$port" >"$work/$1.port"
     "$bin/ravo-server" --listen "127.0.0.1:$port" --database "$database" --check-minute 1 \
-        >"$work/$1.log" 2>&1 &
+        --telegram-api "http://127.0.0.1:$telegram_port" >"$work/$1.log" 2>&1 &
     echo $!
 }
 use_server() { api=http://127.0.0.1:$(cat "$work/$1.port")/api/v1; }
@@ -32,12 +35,29 @@ token=$(password_token "$bin" ops@example.org)
 
 sites=$(python3 -c "import json; print(json.dumps([{'id': '00000000-0000-4000-8000-%012d' % n,
     'url': 'http://127.0.0.1:$http_port/ok?site=%d' % n, 'name': 'Site %d' % n,
-    'enabled': True, 'interval_minutes': 2} for n in range(20)]))")
+    'enabled': True, 'interval_minutes': 2} for n in range(20)] + [{'id': '00000000-0000-4000-8000-000000000099',
+    'url': 'http://127.0.0.1:$http_port/flap', 'name': 'Flap', 'enabled': True, 'interval_minutes': 1}]))")
 use_server a
 expect "$(call PUT sites/sync "$sites" "$token")" 200
 use_server b # the other process sees the same list and statuses
-all_up() { [ "$(call GET sites/status "" "$token" | cut -d' ' -f2- | jq '[.[] | select(.health == "up")] | length')" = 20 ]; }
+all_up() { [ "$(call GET sites/status "" "$token" | cut -d' ' -f2- | jq '[.[] | select(.health == "up")] | length')" = 21 ]; }
 wait_until 15 all_up || fail "not every site came up: $(cat "$work/body")"
+
+# An outage seen by whichever process checks the site reaches Telegram once, and its
+# history reads the same from either process.
+expect "$(call PUT notifications/settings '{"telegram_chat_id":"42","telegram_bot_token":"12345:okokokokokokokokokokokokokokokokokok"}' "$token")" 200
+echo 503 >"$work/targets/flap"
+outage_sent() { grep -q 'Flap is down' "$work/telegram.log" 2>/dev/null; }
+wait_until 20 outage_sent || fail "no Telegram alert from PostgreSQL: $(tail -3 "$work/a.log" "$work/b.log")"
+echo 200 >"$work/targets/flap"
+recovery_sent() { grep -q 'Flap is back up' "$work/telegram.log"; }
+wait_until 20 recovery_sent || fail "no recovery alert"
+[ "$(grep -c 'Flap is down' "$work/telegram.log")" = 1 ] || fail "the outage was sent twice"
+use_server a
+history=$(call GET sites/00000000-0000-4000-8000-000000000099/history "" "$token")
+jq -e '(.incidents | length) == 1 and .uptime_24h < 1' <<<"$(body_of "$history")" >/dev/null ||
+    fail "history: $history"
+use_server b
 
 # Requests per site within [from, to): one per 2 s slot, never twice.
 checks_between() { # from to -> "min max" over the sites
