@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 
 namespace ravo::cloud {
 
@@ -63,10 +64,10 @@ std::optional<std::string> normalizedSiteURL(std::string_view typed) {
     if (colon != std::string::npos && (bracket == std::string::npos || colon > bracket)) {
         host = authority.substr(0, colon);
         port = authority.substr(colon + 1);
-        if (port.empty() || port.size() > 5 ||
-            !std::all_of(port.begin(), port.end(),
-                         [](unsigned char c) { return std::isdigit(c); }) ||
-            std::stoi(port) > 65535)
+        unsigned number = 0;
+        const auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), number);
+        if (port.empty() || port.size() > 5 || error != std::errc() ||
+            end != port.data() + port.size() || number > 65535)
             return std::nullopt;
     }
     if (!isHost(host))

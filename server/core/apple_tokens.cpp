@@ -10,6 +10,7 @@
 #include <openssl/param_build.h>
 #include <openssl/pem.h>
 
+#include <charconv>
 #include <memory>
 
 namespace ravo::server {
@@ -214,11 +215,11 @@ std::map<std::string, std::string> parseForm(std::string_view body) {
         for (std::size_t i = 0; i < text.size(); ++i) {
             if (text[i] == '+') {
                 decoded += ' ';
-            } else if (text[i] == '%' && i + 2 < text.size() &&
-                       std::isxdigit(static_cast<unsigned char>(text[i + 1])) &&
-                       std::isxdigit(static_cast<unsigned char>(text[i + 2]))) {
-                decoded +=
-                    static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
+            } else if (unsigned byte = 0;
+                       text[i] == '%' && i + 2 < text.size() &&
+                       std::from_chars(text.data() + i + 1, text.data() + i + 3, byte, 16).ptr ==
+                           text.data() + i + 3) {
+                decoded += static_cast<char>(byte);
                 i += 2;
             } else {
                 decoded += text[i];

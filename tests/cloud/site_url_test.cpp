@@ -19,7 +19,8 @@ TEST(SiteURL, TypedAddressesBecomeTheAddressTheMonitorKeeps) {
          {"", "   ", "ftp://example.com", "https://user:pw@example.com", "https://user@example.com",
           "exa mple.com", "https://", "https:///path", "https://example.com:99999",
           "https://example.com:8a", "mailto:a@b.c", "https://ex<ample>.com", "https://[::1",
-          "HTTP://Shop.[2HTTP:e:", "https://example.com:", "https://ex:ample.com:80"})
+          "HTTP://Shop.[2HTTP:e:", "https://example.com:", "https://ex:ample.com:80",
+          "https://example.com:+80", "https://example.com:-1", "https://example.com:000443"})
         EXPECT_EQ(normalizedSiteURL(invalid), std::nullopt) << invalid;
     // Found by fuzzing: an address that the scheme makes too long was kept, then refused.
     const std::string longest = "example.com/" + std::string(2048 - 12, 'a');

@@ -32,7 +32,8 @@ password_token() { # bin email
     jq -r .token <<<"$(body_of "$login")"
 }
 
-# The loopback websites of target_sites.py; sets $targets (its pid). Arguments: its specs.
+# The loopback websites of target_sites.py; sets $targets (its pid). Arguments: the ports
+# it listens on, PORT or PORT:CERT:KEY.
 start_targets() {
     mkdir -p "$work/targets"
     python3 "$(dirname "${BASH_SOURCE[0]}")/target_sites.py" "$work/targets" "$@" \

@@ -1,6 +1,6 @@
-"""Websites for ravo-server to check, on loopback: python3 target_sites.py STATE_DIR SPEC...
+"""Websites for ravo-server to check, on loopback: python3 target_sites.py STATE_DIR LISTEN...
 
-Each SPEC is PORT or PORT:CERT:KEY (HTTPS). Every port answers the same paths:
+Each LISTEN is PORT, or PORT:CERT:KEY for HTTPS. Every port answers the same paths:
   /ok            200 "Welcome to the shop"
   /flap          the status written in STATE_DIR/flap (200 when the file is missing)
   /slow          200 after 5 s
@@ -56,8 +56,8 @@ class Server(ThreadingHTTPServer):
     request_queue_size = 1024
 
 
-def serve(spec):
-    parts = spec.split(":")
+def serve(listen):
+    parts = listen.split(":")
     server = Server(("127.0.0.1", int(parts[0])), Site)
     if len(parts) == 3:
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
@@ -66,8 +66,8 @@ def serve(spec):
     server.serve_forever()
 
 
-for spec in sys.argv[2:]:
-    threading.Thread(target=serve, args=(spec,), daemon=True).start()
+for listen in sys.argv[2:]:
+    threading.Thread(target=serve, args=(listen,), daemon=True).start()
 with open(os.path.join(state, "ready"), "w") as ready:
     ready.write("ready\n")
 threading.Event().wait()

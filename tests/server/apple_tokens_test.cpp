@@ -57,6 +57,7 @@ TEST(AppleTokens, FormsDecodeAsBrowsersEncodeThem) {
     EXPECT_EQ(form.at("flag"), "");
     EXPECT_FALSE(form.contains(""));
     EXPECT_EQ(parseForm("a=%4").at("a"), "%4");
+    EXPECT_EQ(parseForm("a=%4G%41").at("a"), "%4GA");
     EXPECT_EQ(Secrets::fromBase64url("aGk"), "hi");
     EXPECT_EQ(Secrets::fromBase64url("aGk="), std::nullopt);
     EXPECT_EQ(Secrets::fromBase64url("a"), std::nullopt);
