@@ -163,7 +163,7 @@ CloudClient::syncSites(std::vector<CloudSite> sites) const {
     for (const auto& site : sites)
         list.push_back(toJson(site));
     auto answer = co_await send("PUT", "sites/sync", std::move(list), true);
-    co_return decoded(std::move(answer), listOf(siteFromJson));
+    co_return decoded(std::move(answer), sitesFromJson);
 }
 
 QCoro::Task<CloudResult<CloudSiteHistory>> CloudClient::history(std::string siteID) const {

@@ -51,12 +51,9 @@ AlertOutcome AlertWorker::outcomeFor(const TelegramDelivery& delivery, int attem
 AlertOutcome AlertWorker::deliver(const QueuedAlert& alert) {
     if (!alert.chatID)
         return {AlertOutcome::Kind::failed, {}, "No Telegram chat is set.", std::nullopt};
-    const auto token = alert.botToken ? alert.botToken : serverBotToken_;
+    const auto token = speakingBot(alert.botToken, serverBotToken_);
     if (!token)
-        return {AlertOutcome::Kind::failed,
-                {},
-                "This server has no Telegram bot of its own; save your bot's token.",
-                std::nullopt};
+        return {AlertOutcome::Kind::failed, {}, kNoBotText, std::nullopt};
     const auto delivery = telegram_.sendMessage(*token, *alert.chatID, alert.text);
     if (delivery.kind != TelegramDelivery::Kind::sent)
         log::info("alerts", "Telegram did not take an alert: " + delivery.description);

@@ -2,6 +2,7 @@
 
 #include "server/alerts/telegram_answer.h"
 
+#include <optional>
 #include <string>
 
 namespace ravo::server {
@@ -17,5 +18,13 @@ public:
 private:
     std::string baseURL_;
 };
+
+// The bot that speaks for an account: its own, else the server's.
+inline std::optional<std::string> speakingBot(const std::optional<std::string>& accountBot,
+                                              const std::optional<std::string>& serverBot) {
+    return accountBot ? accountBot : serverBot;
+}
+inline constexpr const char* kNoBotText =
+    "This server has no Telegram bot of its own; save your bot's token.";
 
 } // namespace ravo::server

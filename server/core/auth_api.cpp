@@ -213,8 +213,8 @@ HttpResponse appleCallback(ApiContext& context, const HttpRequest& request) {
     }
     AppleAttempt attempt = **found;
     // Without an address (the user hid it and Apple sent none) the account is Apple's id's.
-    attempt.email = normalizedEmail(
-        identity->email.value_or(identity->subject + "@" + std::string(cloud::kHiddenAppleEmailDomain)));
+    attempt.email = normalizedEmail(identity->email.value_or(
+        identity->subject + "@" + std::string(cloud::kHiddenAppleEmailDomain)));
     const std::string code = Secrets::randomToken(24);
     attempt.codeHash = codeHash(attempt.id, code);
     if (auto stored = context.store.updateAppleAttempt(attempt); !stored)

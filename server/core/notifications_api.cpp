@@ -45,10 +45,9 @@ HttpResponse telegramTest(ApiContext& context, const Caller& caller) {
         return storeFailure(route.failure());
     if (!route->chatID)
         return errorResponse(400, "Set a valid chat ID first.");
-    const auto token = route->botToken ? route->botToken : context.config.telegramBotToken;
+    const auto token = speakingBot(route->botToken, context.config.telegramBotToken);
     if (!token)
-        return errorResponse(400, "This server has no Telegram bot of its own; save your "
-                                  "bot's token.");
+        return errorResponse(400, kNoBotText);
     const auto delivery = context.telegram.sendMessage(
         *token, *route->chatID,
         "<b>Ravo</b>\nAlerts about your websites will arrive in this chat.");

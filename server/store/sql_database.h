@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/result.h"
+#include "core/time.h"
 
 #include <cstdint>
 #include <optional>
@@ -21,6 +22,14 @@ inline SqlValue sqlValue(const std::optional<double>& number) {
 }
 inline SqlValue sqlValue(const std::optional<std::int64_t>& number) {
     return number ? SqlValue(*number) : SqlValue();
+}
+
+// Times are kept as Unix seconds.
+inline std::optional<TimePoint> dateFromSeconds(const std::optional<double>& seconds) {
+    return seconds ? std::optional(fromUnixSeconds(*seconds)) : std::nullopt;
+}
+inline SqlValue secondsValue(const std::optional<TimePoint>& date) {
+    return date ? SqlValue(unixSeconds(*date)) : SqlValue();
 }
 
 // One result row as text, the way both databases can hand it over; readers convert.

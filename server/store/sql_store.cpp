@@ -19,12 +19,6 @@ double now() {
     return unixSeconds(Clock::now());
 }
 
-std::optional<TimePoint> optionalDate(const std::optional<double>& seconds) {
-    if (!seconds)
-        return std::nullopt;
-    return fromUnixSeconds(*seconds);
-}
-
 template <typename T, typename Read>
 Result<std::optional<T>> firstAs(SqlDatabase& db, std::string_view sql,
                                  const std::vector<SqlValue>& parameters, Read read) {
@@ -326,9 +320,9 @@ Result<std::vector<cloud::CloudSiteStatus>> SqlStore::siteStatuses(const std::st
     std::vector<cloud::CloudSiteStatus> statuses;
     for (const auto& row : *rows)
         statuses.push_back({row.text(0), row.optionalText(1).value_or("unknown"),
-                            optionalDate(row.optionalReal(2)), row.optionalInteger(3),
+                            dateFromSeconds(row.optionalReal(2)), row.optionalInteger(3),
                             row.optionalReal(4), row.optionalText(5), row.optionalText(6),
-                            optionalDate(row.optionalReal(7))});
+                            dateFromSeconds(row.optionalReal(7))});
     return statuses;
 }
 

@@ -12,18 +12,6 @@ namespace {
 
 constexpr double kLatencyPointSeconds = 300; // one latency point per site per 5 minutes
 
-std::optional<TimePoint> optionalDate(const std::optional<double>& seconds) {
-    if (!seconds)
-        return std::nullopt;
-    return fromUnixSeconds(*seconds);
-}
-
-std::optional<double> optionalSeconds(const std::optional<TimePoint>& date) {
-    if (!date)
-        return std::nullopt;
-    return unixSeconds(*date);
-}
-
 Status recordOne(SqlDatabase& sql, const CheckReport& report, const CheckPolicy& policy) {
     const DueCheck& check = report.check;
     const CheckOutcome& outcome = report.outcome;
@@ -38,7 +26,8 @@ Status recordOne(SqlDatabase& sql, const CheckReport& report, const CheckPolicy&
         return success(); // removed while it was being checked
     const SqlRow& row = **current;
     SiteCondition before{row.optionalText(1).value_or("unknown"), static_cast<int>(row.integer(2)),
-                         optionalDate(row.optionalReal(3)), optionalDate(row.optionalReal(4))};
+                         dateFromSeconds(row.optionalReal(3)),
+                         dateFromSeconds(row.optionalReal(4))};
     const Verdict verdict = judge(before, outcome, policy);
     const SiteCondition& after = verdict.condition;
     const double at = unixSeconds(outcome.at);
@@ -58,9 +47,9 @@ Status recordOne(SqlDatabase& sql, const CheckReport& report, const CheckPolicy&
             "certificate_warned_for = excluded.certificate_warned_for",
             {check.siteKey, after.health, at, sqlValue(outcome.statusCode),
              sqlValue(outcome.latencyMs), sqlValue(outcome.problemKind),
-             sqlValue(outcome.problemDetail), sqlValue(optionalSeconds(outcome.certificateExpiry)),
-             std::int64_t{after.failures}, sqlValue(optionalSeconds(after.failingSince)),
-             sqlValue(optionalSeconds(after.certificateWarnedFor))});
+             sqlValue(outcome.problemDetail), secondsValue(outcome.certificateExpiry),
+             std::int64_t{after.failures}, secondsValue(after.failingSince),
+             secondsValue(after.certificateWarnedFor)});
         !done)
         return done;
 
@@ -215,7 +204,7 @@ SqlStore::siteHistory(const std::string& accountID, const std::string& siteID, T
         return incidents.failure();
     for (const auto& row : *incidents)
         history.incidents.push_back(
-            {fromUnixSeconds(row.real(0)), optionalDate(row.optionalReal(1)), row.text(2)});
+            {fromUnixSeconds(row.real(0)), dateFromSeconds(row.optionalReal(1)), row.text(2)});
     return std::optional<cloud::CloudSiteHistory>(std::move(history));
 }
 
