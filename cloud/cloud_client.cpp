@@ -157,6 +157,11 @@ QCoro::Task<CloudResult<std::vector<CloudSiteStatus>>> CloudClient::siteStatuses
     co_return decoded(std::move(answer), listOf(siteStatusFromJson));
 }
 
+QCoro::Task<CloudResult<std::vector<CloudSite>>> CloudClient::sites() const {
+    auto answer = co_await send("GET", "sites/sync", std::nullopt, true);
+    co_return decoded(std::move(answer), sitesFromJson);
+}
+
 QCoro::Task<CloudResult<std::vector<CloudSite>>>
 CloudClient::syncSites(std::vector<CloudSite> sites) const {
     nlohmann::json list = nlohmann::json::array();

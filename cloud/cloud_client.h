@@ -56,6 +56,8 @@ public:
     updateNotificationSettings(NotificationSettingsUpdate update) const;
     QCoro::Task<CloudResult<EmptyResponse>> sendTelegramTest() const;
     QCoro::Task<CloudResult<std::vector<CloudSiteStatus>>> siteStatuses() const;
+    // The account's list as the server keeps it.
+    QCoro::Task<CloudResult<std::vector<CloudSite>>> sites() const;
     QCoro::Task<CloudResult<std::vector<CloudSite>>> syncSites(std::vector<CloudSite> sites) const;
     QCoro::Task<CloudResult<CloudSiteHistory>> history(std::string siteID) const;
 

@@ -7,7 +7,7 @@
 
 namespace ravo::cloud::SiteListSettings {
 
-std::vector<MonitoredSite> load(const QSettings& settings) {
+std::vector<MonitoredSite> load(QSettings& settings) {
     const QString text = settings.value(kSitesKey).toString();
     if (text.isEmpty())
         return {};
@@ -16,6 +16,10 @@ std::vector<MonitoredSite> load(const QSettings& settings) {
                         : Result<std::vector<MonitoredSite>>(parsed.failure());
     if (!sites) {
         log::error("websites", "The saved website list is unreadable: " + sites.error());
+        if (!settings.contains(kUnreadableBackupKey)) {
+            settings.setValue(kUnreadableBackupKey, text);
+            settings.sync();
+        }
         return {};
     }
     return std::move(sites).value();

@@ -12,8 +12,11 @@ namespace ravo::cloud::SiteListSettings {
 inline constexpr const char* kSitesKey = "monitoredSites";
 inline constexpr const char* kIntervalKey = "websiteCheckIntervalMinutes";
 
-// An unreadable list reads as empty and is reported in the log, never overwritten here.
-std::vector<MonitoredSite> load(const QSettings& settings);
+inline constexpr const char* kUnreadableBackupKey = "monitoredSitesUnreadable";
+
+// An unreadable list is reported in the log and kept once under kUnreadableBackupKey, so
+// the list saved after it does not lose it; it reads as empty.
+std::vector<MonitoredSite> load(QSettings& settings);
 void save(QSettings& settings, const std::vector<MonitoredSite>& sites);
 // 5 minutes unless set; never below the plan's minimum, never above a day.
 std::int64_t intervalMinutes(const QSettings& settings, const CloudMe& plan);

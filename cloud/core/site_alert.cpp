@@ -5,9 +5,7 @@
 
 namespace ravo::cloud {
 
-namespace {
-
-std::string downFor(double seconds) {
+std::string durationText(double seconds) {
     const auto minutes = static_cast<long long>(std::llround(seconds / 60));
     if (minutes < 1)
         return "less than a minute";
@@ -19,15 +17,13 @@ std::string downFor(double seconds) {
            (rest ? " " + std::to_string(rest) + (rest == 1 ? " minute" : " minutes") : "");
 }
 
-} // namespace
-
 SiteAlert::Message SiteAlert::message(const std::string& siteName) const {
     switch (kind) {
     case Kind::down:
         return {siteName + " is down", problem.text(), "network-error"};
     case Kind::recovered:
         return {siteName + " is back up",
-                downForSeconds ? "It was down for " + downFor(*downForSeconds) + "."
+                downForSeconds ? "It was down for " + durationText(*downForSeconds) + "."
                                : "The site responds normally again.",
                 "emblem-ok"};
     case Kind::slow: {

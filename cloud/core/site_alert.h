@@ -26,6 +26,9 @@ struct SiteAlert {
     bool operator==(const SiteAlert&) const = default;
 };
 
+// "less than a minute", "4 minutes", "2 hours 5 minutes".
+std::string durationText(double seconds);
+
 // The alerts a change of states raises, in the order of `siteIDs`: up or slow to down
 // is "down", down to up or slow is "recovered"; a site without an earlier state, and every
 // other change, raises nothing.

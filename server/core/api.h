@@ -54,6 +54,8 @@ HttpResponse deleteDevice(ApiContext& context, const Caller& caller, const std::
 
 namespace SitesApi {
 HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& request);
+// The account's list as it stands, for a device that signs in and takes it over.
+HttpResponse list(ApiContext& context, const Caller& caller);
 HttpResponse status(ApiContext& context, const Caller& caller);
 HttpResponse history(ApiContext& context, const Caller& caller, const std::string& siteID);
 } // namespace SitesApi

@@ -76,6 +76,8 @@ HttpResponse route(ApiContext& context, const HttpRequest& request) {
         return AccountApi::deleteDevice(context, who, path.substr(8));
     if (path == "sites/sync" && method == "PUT")
         return SitesApi::sync(context, who, request);
+    if (path == "sites/sync" && method == "GET")
+        return SitesApi::list(context, who);
     if (path == "sites/status" && method == "GET")
         return SitesApi::status(context, who);
     if (isHistory && method == "GET")

@@ -56,6 +56,10 @@ HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& 
         return errorResponse(400, *problem);
     if (auto replaced = context.store.replaceSites(caller.account.id, *sites); !replaced)
         return storeFailure(replaced.failure());
+    return list(context, caller);
+}
+
+HttpResponse list(ApiContext& context, const Caller& caller) {
     const auto stored = context.store.sites(caller.account.id);
     if (!stored)
         return storeFailure(stored.failure());

@@ -1,13 +1,11 @@
 #include "cloud/cloud_client.h"
+#include "tests/support/ravo_server_process.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QCoro/QCoroTask>
-#include <QProcess>
 #include <QTcpServer>
 
 #include <gtest/gtest.h>
-
-#include <thread>
 
 namespace ravo::cloud {
 namespace {
@@ -21,12 +19,6 @@ struct CountingTransport final : HttpTransport {
         co_return co_await network.send(std::move(call));
     }
 };
-
-quint16 freePort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
 
 template <typename T> T value(const CloudResult<T>& result) {
     if (const auto* error = std::get_if<CloudError>(&result))
@@ -42,35 +34,10 @@ template <typename T> CloudError::Kind failureKind(const CloudResult<T>& result)
 // The real ravo-server on loopback with SQLite, and a password account in it.
 class CloudClientTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        const QString database = "sqlite:" + QString::fromStdString((folder / "ravo.db").string());
-        QProcess addUser;
-        addUser.start(RAVO_SERVER, {"user", "add", "ada@example.org", "--password-stdin",
-                                    "--database", database});
-        addUser.write("correct horse battery\n");
-        addUser.closeWriteChannel();
-        ASSERT_TRUE(addUser.waitForFinished(10000));
-        ASSERT_EQ(addUser.exitCode(), 0) << addUser.readAllStandardError().toStdString();
-        port = freePort();
-        server.start(RAVO_SERVER, {"--listen", QString("127.0.0.1:%1").arg(port), "--database",
-                                   database, "--checker", "off"});
-        ASSERT_TRUE(server.waitForStarted());
-        for (int i = 0; i < 100; ++i) {
-            QTcpSocket socket;
-            socket.connectToHost(QHostAddress::LocalHost, port);
-            if (socket.waitForConnected(100))
-                return;
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        FAIL() << "ravo-server did not start";
-    }
-    void TearDown() override {
-        server.terminate();
-        server.waitForFinished(5000);
-    }
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(server.start({"--checker", "off"})); }
 
     CloudClient client(std::optional<std::string>* token) {
-        const auto base = CloudClient::baseURLFor(QString("http://127.0.0.1:%1/").arg(port));
+        const auto base = CloudClient::baseURLFor(server.origin());
         return CloudClient(*base, transport, [token] { return *token; });
     }
     CloudLogin signIn(const CloudClient& with) {
@@ -79,8 +46,7 @@ protected:
     }
 
     testing::TemporaryFolder folder;
-    QProcess server;
-    quint16 port = 0;
+    testing::RavoServerProcess server{folder.path()};
     std::shared_ptr<CountingTransport> transport = std::make_shared<CountingTransport>();
 };
 
@@ -150,8 +116,7 @@ TEST_F(CloudClientTest, RefusalsLimitsAndAnAbsentServerBecomeTheirErrors) {
     EXPECT_EQ(std::get<CloudError>(attempt).text(),
               "Too many attempts. Wait a moment and try again.");
 
-    server.terminate();
-    server.waitForFinished(5000);
+    server.stop();
     EXPECT_EQ(failureKind(QCoro::waitFor(cloud.siteStatuses())), CloudError::Kind::network);
 }
 

@@ -1,0 +1,169 @@
+#include "cloud/telegram_settings.h"
+
+#include "core/json_parse.h"
+#include "core/log.h"
+#include "core/trimmed.h"
+
+namespace ravo::cloud {
+
+namespace {
+
+const std::string kInvalidToken = "The bot token isn't valid.";
+const std::string kUnreachable = "Telegram can't be reached.";
+
+} // namespace
+
+TelegramSettings::TelegramSettings(CloudAccount& account, QSettings& settings,
+                                   std::shared_ptr<SecretStore> secrets,
+                                   std::shared_ptr<HttpTransport> transport, QObject* parent)
+    : QObject(parent), account_(account), settings_(settings), secrets_(std::move(secrets)),
+      transport_(std::move(transport)) {}
+
+void TelegramSettings::setChatID(std::string chatID) {
+    chatID_ = std::move(chatID);
+    emit changed();
+}
+
+void TelegramSettings::begin() {
+    working_ = true;
+    status_.reset();
+    emit changed();
+}
+
+void TelegramSettings::finish(std::optional<Status> status) {
+    working_ = false;
+    if (status)
+        status_ = std::move(status);
+    emit changed();
+}
+
+void TelegramSettings::adopt(const CloudNotificationSettings& settings) {
+    chatID_ = settings.telegramChatId.value_or("");
+    hasBotToken_ = settings.hasCustomBotToken;
+    lastDeliveryError_ = settings.lastDeliveryError;
+}
+
+void TelegramSettings::fail(const CloudError& error) {
+    account_.handle(error);
+    finish(Status{error.text(), true});
+}
+
+QCoro::Task<> TelegramSettings::load() {
+    begin();
+    const auto answer = co_await account_.client().notificationSettings();
+    if (const auto* failure = std::get_if<CloudError>(&answer)) {
+        fail(*failure);
+        co_return;
+    }
+    adopt(std::get<CloudNotificationSettings>(answer));
+    finish(std::nullopt);
+}
+
+QCoro::Task<> TelegramSettings::saveBotToken(std::string token) {
+    const std::string candidate = trimmed(token);
+    if (!TelegramAPI::isBotToken(candidate)) {
+        finish(Status{kInvalidToken, true});
+        co_return;
+    }
+    begin();
+    NotificationSettingsUpdate update{std::nullopt, candidate};
+    const auto answer = co_await account_.client().updateNotificationSettings(std::move(update));
+    if (const auto* failure = std::get_if<CloudError>(&answer)) {
+        fail(*failure);
+        co_return;
+    }
+    const auto& saved = std::get<CloudNotificationSettings>(answer);
+    hasBotToken_ = saved.hasCustomBotToken;
+    lastDeliveryError_ = saved.lastDeliveryError;
+    finish(Status{"Saved on the server.", false});
+}
+
+QCoro::Task<> TelegramSettings::saveChatID() {
+    const std::string candidate = trimmed(chatID_);
+    if (!TelegramAPI::isChatID(candidate)) {
+        finish(Status{"Set a valid chat ID first.", true});
+        co_return;
+    }
+    begin();
+    NotificationSettingsUpdate update{candidate, std::nullopt};
+    const auto answer = co_await account_.client().updateNotificationSettings(std::move(update));
+    if (const auto* failure = std::get_if<CloudError>(&answer)) {
+        fail(*failure);
+        co_return;
+    }
+    adopt(std::get<CloudNotificationSettings>(answer));
+    finish(Status{"Saved on the server.", false});
+}
+
+QCoro::Task<> TelegramSettings::sendTest() {
+    begin();
+    const auto answer = co_await account_.client().sendTelegramTest();
+    if (const auto* failure = std::get_if<CloudError>(&answer)) {
+        fail(*failure);
+        co_return;
+    }
+    finish(Status{"Sent.", false});
+}
+
+QCoro::Task<std::vector<TelegramAPI::Chat>> TelegramSettings::findChats(std::string token) {
+    const std::string candidate = trimmed(token);
+    if (!TelegramAPI::isBotToken(candidate)) {
+        finish(Status{kInvalidToken, true});
+        co_return {};
+    }
+    begin();
+    QString base = settings_.value(kBotAPIKey, QString(kDefaultBotAPI)).toString();
+    if (!base.endsWith('/'))
+        base += '/';
+    HttpCall call{"GET",
+                  QUrl(base + "bot" + QString::fromStdString(candidate) + "/getUpdates"),
+                  {{"Accept", "application/json"}},
+                  {},
+                  std::chrono::milliseconds(20'000)};
+    const auto answer = co_await transport_->send(std::move(call));
+    if (!answer || answer->status == 0) {
+        finish(Status{kUnreachable, true});
+        co_return {};
+    }
+    const auto parsed = parseJson(answer->body.toStdString());
+    if (answer->status < 200 || answer->status > 299) {
+        const auto description = parsed ? TelegramAPI::errorDescription(*parsed) : std::nullopt;
+        finish(Status{description.value_or(kUnreachable), true});
+        co_return {};
+    }
+    auto chats = parsed ? TelegramAPI::chatsFromUpdates(*parsed) : std::vector<TelegramAPI::Chat>{};
+    if (chats.empty())
+        finish(Status{"No messages yet. Send the bot a message and try again.", false});
+    else
+        finish(Status{"Found " + std::to_string(chats.size()) + " chats.", false});
+    co_return chats;
+}
+
+QCoro::Task<> TelegramSettings::migrateLegacy() {
+    const auto token = secrets_->read(kLegacyTokenService, kLegacyTokenAccount);
+    const std::optional<std::string> legacyToken = token ? *token : std::nullopt;
+    const std::string legacyChat = settings_.value(kLegacyChatKey).toString().toStdString();
+    if (!legacyToken && legacyChat.empty())
+        co_return;
+    if (!account_.isSignedIn())
+        co_return;
+    NotificationSettingsUpdate update{legacyChat.empty() ? std::nullopt : std::optional(legacyChat),
+                                      legacyToken};
+    const auto answer = co_await account_.client().updateNotificationSettings(std::move(update));
+    if (const auto* failure = std::get_if<CloudError>(&answer)) {
+        account_.handle(*failure);
+        log::error("alerts", "Telegram migration failed: " + failure->text());
+        co_return;
+    }
+    if (legacyToken)
+        if (auto removed = secrets_->remove(kLegacyTokenService, kLegacyTokenAccount); !removed)
+            log::error("alerts", removed.error());
+    settings_.remove(kLegacyChatKey);
+    settings_.remove(kLegacyEnabledKey);
+    settings_.sync();
+    adopt(std::get<CloudNotificationSettings>(answer));
+    log::info("alerts", "Moved Telegram settings to the server");
+    emit changed();
+}
+
+} // namespace ravo::cloud

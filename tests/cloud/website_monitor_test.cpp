@@ -1,0 +1,232 @@
+#include "cloud/alert_notifier.h"
+#include "cloud/cloud_account.h"
+#include "cloud/core/websites_snapshot.h"
+#include "cloud/site_list_settings.h"
+#include "cloud/website_monitor.h"
+#include "core/json_parse.h"
+#include "tests/support/memory_secret_store.h"
+#include "tests/support/ravo_server_process.h"
+#include "tests/support/temporary_folder.h"
+
+#include <QCoro/QCoroTask>
+#include <QSettings>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace ravo::cloud {
+namespace {
+
+struct RecordingNotifications final : UserNotifications {
+    std::vector<UserNotification> posted;
+    void requestAuthorization(Failure) override {}
+    void post(const UserNotification& notification, Failure) override {
+        posted.push_back(notification);
+    }
+};
+
+// A website on loopback that answers every request with a small page, until it is taken
+// down; it can come back on the same port.
+class LoopbackSite {
+public:
+    LoopbackSite() { bringUp(0); }
+    void bringUp(quint16 port) {
+        server_ = std::make_unique<QTcpServer>();
+        server_->listen(QHostAddress::LocalHost, port);
+        QObject::connect(server_.get(), &QTcpServer::newConnection, server_.get(), [this] {
+            while (QTcpSocket* socket = server_->nextPendingConnection()) {
+                QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket] {
+                    if (!socket->readAll().contains("\r\n\r\n"))
+                        return;
+                    socket->write("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n"
+                                  "Connection: close\r\n\r\nHello");
+                    socket->disconnectFromHost();
+                });
+                QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+            }
+        });
+        port_ = server_->serverPort();
+    }
+    void takeDown() { server_.reset(); }
+    void bringBack() { bringUp(port_); }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+
+private:
+    std::unique_ptr<QTcpServer> server_;
+    quint16 port_ = 0;
+};
+
+// The monitor against the real ravo-server, checking every "minute" of one second.
+class WebsiteMonitorTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(server.start({"--check-minute", "1", "--check-timeout", "1",
+                                              "--telegram-api", "http://127.0.0.1:9/"}));
+        settings.setValue(CloudAccount::kServerKey, server.origin());
+        settings.setValue(SiteListSettings::kIntervalKey, 1);
+        account = std::make_unique<CloudAccount>(settings, secrets, transport);
+    }
+
+    void signIn() {
+        QCoro::waitFor(account->signIn(testing::RavoServerProcess::kEmail,
+                                       testing::RavoServerProcess::kPassword));
+        ASSERT_TRUE(account->isSignedIn()) << account->error().value_or("");
+    }
+
+    std::unique_ptr<WebsiteMonitor> monitor() {
+        WebsiteMonitor::Options options;
+        options.pollInterval = std::chrono::milliseconds(300);
+        options.widgetFile = widgetFile;
+        return std::make_unique<WebsiteMonitor>(*account, &notifier, settings, options);
+    }
+
+    WebsitesSnapshot widget() const {
+        std::ifstream in(widgetFile);
+        const std::string text{std::istreambuf_iterator<char>(in), {}};
+        const auto parsed = parseJson(text);
+        EXPECT_TRUE(parsed) << text;
+        auto snapshot = parsed ? websitesSnapshotFromJson(*parsed) : Failure{"unreadable"};
+        EXPECT_TRUE(snapshot) << text;
+        return snapshot ? *snapshot : WebsitesSnapshot{};
+    }
+
+    static bool waitFor(const std::function<bool()>& condition, int milliseconds = 15000) {
+        return QTest::qWaitFor(condition, milliseconds);
+    }
+
+    testing::TemporaryFolder folder;
+    testing::RavoServerProcess server{folder.path()};
+    QSettings settings{QString::fromStdString((folder / "ravo.conf").string()),
+                       QSettings::IniFormat};
+    std::filesystem::path widgetFile = folder / "shared" / "websites.json";
+    std::shared_ptr<testing::MemorySecretStore> secrets =
+        std::make_shared<testing::MemorySecretStore>();
+    std::shared_ptr<NetworkTransport> transport = std::make_shared<NetworkTransport>();
+    std::unique_ptr<CloudAccount> account;
+    RecordingNotifications notifications;
+    AlertNotifier notifier{settings, &notifications};
+};
+
+TEST_F(WebsiteMonitorTest, ASiteThatGoesDownAlertsOnceAndAgainWhenItRecovers) {
+    ASSERT_NO_FATAL_FAILURE(signIn());
+    auto websites = monitor();
+    websites->start();
+    LoopbackSite site;
+    ASSERT_EQ(websites->add("  Shop  ", site.url(), ""), std::nullopt);
+    const std::string id = websites->sites().back().id;
+    EXPECT_EQ(websites->sites().back().name, "Shop");
+    EXPECT_EQ(websites->add("", site.url(), "")->kind, SiteInputError::Kind::duplicate);
+
+    ASSERT_TRUE(waitFor([&] { return websites->state(id).health == SiteState::Health::up; }))
+        << websites->lastError().value_or("no error");
+    // The first state seen is no change, so it raised nothing.
+    EXPECT_TRUE(notifications.posted.empty());
+    EXPECT_EQ(widget().sites.at(0).health, "up");
+    const auto firstWrite = widget().date;
+    // Later checks that only move the latency leave the widget file as it was.
+    const auto firstCheck = websites->state(id).lastResult.date;
+    ASSERT_TRUE(waitFor([&] { return websites->state(id).lastResult.date != firstCheck; }));
+    EXPECT_EQ(widget().date, firstWrite);
+
+    site.takeDown();
+    ASSERT_TRUE(waitFor([&] { return websites->state(id).health == SiteState::Health::down; }));
+    ASSERT_EQ(notifications.posted.size(), 1u);
+    EXPECT_EQ(notifications.posted[0].title, "Shop is down");
+    EXPECT_TRUE(notifications.posted[0].body.starts_with("Can't connect"))
+        << notifications.posted[0].body;
+    EXPECT_EQ(notifications.posted[0].identifier, id);
+    EXPECT_EQ(notifications.posted[0].thread, "websites");
+    EXPECT_EQ(widget().sites.at(0).health, "down");
+    // Staying down raises nothing more.
+    QTest::qWait(1500);
+    EXPECT_EQ(notifications.posted.size(), 1u);
+
+    site.bringBack();
+    ASSERT_TRUE(waitFor([&] { return websites->state(id).health == SiteState::Health::up; }));
+    ASSERT_EQ(notifications.posted.size(), 2u);
+    EXPECT_EQ(notifications.posted[1].title, "Shop is back up");
+    EXPECT_EQ(notifications.posted[1].identifier, id);
+
+    // With desktop alerts off, the next outage is seen but not announced.
+    notifier.setDesktopEnabled(false);
+    EXPECT_FALSE(AlertNotifier(settings, &notifications).desktopEnabled());
+    site.takeDown();
+    ASSERT_TRUE(waitFor([&] { return websites->state(id).health == SiteState::Health::down; }));
+    EXPECT_EQ(notifications.posted.size(), 2u);
+    websites->stop();
+}
+
+TEST_F(WebsiteMonitorTest, SigningInTakesTheLocalListOverOnceAndThenFollowsTheServer) {
+    // Sites kept on this computer before the account existed.
+    const std::vector<MonitoredSite> local = {
+        {"8d5f3f63-4c43-4a52-9b55-2b3c1d1e0a01", "https://local.example/", "Local", {}, true},
+        {"8d5f3f63-4c43-4a52-9b55-2b3c1d1e0a02", "https://both.example/", "Both", {}, false}};
+    SiteListSettings::save(settings, local);
+    ASSERT_NO_FATAL_FAILURE(signIn());
+    const CloudSite onServer{"5b0e7c8e-6f0a-4c1e-8a43-0d9d3b2f7c11",
+                             "https://both.example/",
+                             "Both (server)",
+                             std::nullopt,
+                             true,
+                             1};
+    ASSERT_TRUE(std::holds_alternative<std::vector<CloudSite>>(
+        QCoro::waitFor(account->client().syncSites({onServer}))));
+
+    auto websites = monitor();
+    QCoro::waitFor(websites->adoptAccount());
+    // The server's version of a shared address wins; the local-only site joins the account.
+    ASSERT_EQ(websites->sites().size(), 2u);
+    EXPECT_EQ(websites->sites()[0].name, "Both (server)");
+    EXPECT_EQ(websites->sites()[1].url, "https://local.example/");
+    const auto kept = QCoro::waitFor(account->client().sites());
+    ASSERT_TRUE(std::holds_alternative<std::vector<CloudSite>>(kept));
+    EXPECT_EQ(std::get<std::vector<CloudSite>>(kept).size(), 2u);
+    EXPECT_EQ(SiteListSettings::load(settings), websites->sites());
+
+    // Another device removes a site; adopting again does not bring it back from here.
+    ASSERT_TRUE(std::holds_alternative<std::vector<CloudSite>>(
+        QCoro::waitFor(account->client().syncSites({onServer}))));
+    QCoro::waitFor(websites->adoptAccount());
+    ASSERT_EQ(websites->sites().size(), 1u);
+    EXPECT_EQ(websites->sites()[0].id, onServer.id);
+}
+
+TEST_F(WebsiteMonitorTest, ARevokedTokenSignsOutAndKeepsTheListOnThisComputer) {
+    ASSERT_NO_FATAL_FAILURE(signIn());
+    auto websites = monitor();
+    QCoro::waitFor(websites->adoptAccount());
+    ASSERT_EQ(websites->add("", "example.org", "Welcome"), std::nullopt);
+    ASSERT_TRUE(waitFor([&] { return !websites->isSyncing(); }));
+    EXPECT_EQ(websites->lastError(), std::nullopt);
+    EXPECT_TRUE(widget().isSignedIn);
+
+    // The device is revoked elsewhere; the next poll hears 401.
+    const std::string device = settings.value(CloudAccount::kDeviceKey).toString().toStdString();
+    QCoro::waitFor(account->client().revokeDevice(device));
+    QCoro::waitFor(websites->refresh());
+    EXPECT_FALSE(account->isSignedIn());
+    EXPECT_EQ(websites->lastError(), "The sign-in expired or was revoked. Sign in again.");
+    EXPECT_FALSE(widget().isSignedIn);
+    ASSERT_EQ(websites->sites().size(), 1u);
+    EXPECT_EQ(websites->sites()[0].keyword, "Welcome");
+    EXPECT_EQ(SiteListSettings::load(settings).size(), 1u);
+    EXPECT_EQ(websites->add("", "example.net", "")->text(),
+              SiteInputError(SiteInputError::Kind::signedOut).text());
+}
+
+TEST_F(WebsiteMonitorTest, AnUnreadableSavedListIsKeptAsideRatherThanOverwritten) {
+    settings.setValue(SiteListSettings::kSitesKey, "[{\"id\": ");
+    ASSERT_NO_FATAL_FAILURE(signIn());
+    auto websites = monitor();
+    EXPECT_TRUE(websites->sites().empty());
+    ASSERT_EQ(websites->add("", "example.org", ""), std::nullopt);
+    EXPECT_EQ(settings.value(SiteListSettings::kUnreadableBackupKey).toString(), "[{\"id\": ");
+    ASSERT_TRUE(waitFor([&] { return !websites->isSyncing(); }));
+}
+
+} // namespace
+} // namespace ravo::cloud
