@@ -4,14 +4,13 @@
 #include "cloud/site_list_settings.h"
 #include "cloud/website_monitor.h"
 #include "core/json_parse.h"
+#include "tests/support/http_stand_in.h"
 #include "tests/support/memory_secret_store.h"
 #include "tests/support/ravo_server_process.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QCoro/QCoroTask>
 #include <QSettings>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -29,35 +28,23 @@ struct RecordingNotifications final : UserNotifications {
     }
 };
 
-// A website on loopback that answers every request with a small page, until it is taken
-// down; it can come back on the same port.
+// A website on loopback that can be taken down and brought back on the same port.
 class LoopbackSite {
 public:
-    LoopbackSite() { bringUp(0); }
-    void bringUp(quint16 port) {
-        server_ = std::make_unique<QTcpServer>();
-        server_->listen(QHostAddress::LocalHost, port);
-        QObject::connect(server_.get(), &QTcpServer::newConnection, server_.get(), [this] {
-            while (QTcpSocket* socket = server_->nextPendingConnection()) {
-                QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket] {
-                    if (!socket->readAll().contains("\r\n\r\n"))
-                        return;
-                    socket->write("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n"
-                                  "Connection: close\r\n\r\nHello");
-                    socket->disconnectFromHost();
-                });
-                QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-            }
-        });
-        port_ = server_->serverPort();
-    }
     void takeDown() { server_.reset(); }
-    void bringBack() { bringUp(port_); }
+    void bringBack() { server_ = start(port_); }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
 
 private:
-    std::unique_ptr<QTcpServer> server_;
-    quint16 port_ = 0;
+    static std::unique_ptr<testing::HttpStandIn> start(quint16 port) {
+        return std::make_unique<testing::HttpStandIn>(
+            [](const auto&) {
+                return testing::HttpStandIn::Answer{200, "Hello"};
+            },
+            port);
+    }
+    std::unique_ptr<testing::HttpStandIn> server_ = start(0);
+    quint16 port_ = server_->port();
 };
 
 // The monitor against the real ravo-server, checking every "minute" of one second.
