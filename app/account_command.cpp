@@ -1,7 +1,7 @@
+#include "app/cloud_services.h"
 #include "app/commands.h"
 #include "app/settings_values.h"
 #include "cloud/cloud_account.h"
-#include "cloud/platform/linux/keychain_secret_store.h"
 
 #include <QCoreApplication>
 #include <QCoro/QCoroTask>
@@ -103,8 +103,8 @@ QCoro::Task<int> run(CloudAccount& account, AccountRequest request) {
 
 int runAccountCommand(const AccountRequest& request) {
     auto settings = openUserSettings();
-    CloudAccount account(*settings, std::make_shared<KeychainSecretStore>(),
-                         std::make_shared<NetworkTransport>());
+    const auto cloud = CloudServices::forThisComputer();
+    CloudAccount account(*settings, cloud.secrets, cloud.transport);
     return QCoro::waitFor(run(account, request));
 }
 

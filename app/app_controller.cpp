@@ -6,6 +6,9 @@
 #include "app/platform/sleep_wake_watcher.h"
 #include "app/session_link.h"
 #include "app/settings_values.h"
+#include "cloud/alert_notifier.h"
+#include "cloud/cloud_account.h"
+#include "cloud/telegram_settings.h"
 #include "core/agent_detection.h"
 #include "core/group_settings.h"
 #include "metrics/system_monitor.h"
@@ -31,6 +34,17 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
     launchAtLogin_ = services_.loginItem && services_.loginItem->isEnabled();
     codexHooksNeedApproval_ = GroupSettings::readBool(GroupSettings::kCodexHooksNeedApproval);
     readsClaudeLimits_ = readBool(*defaults_, kClaudeStatusLineKey, true);
+    if (services_.cloud.secrets && services_.cloud.transport) {
+        alertNotifier_ =
+            std::make_unique<cloud::AlertNotifier>(*defaults_, services_.notifications);
+        cloudAccount_ = std::make_unique<cloud::CloudAccount>(*defaults_, services_.cloud.secrets,
+                                                              services_.cloud.transport);
+        cloudAccount_->resume();
+        telegram_ = std::make_unique<cloud::TelegramSettings>(
+            *cloudAccount_, *defaults_, services_.cloud.secrets, services_.cloud.transport);
+        websiteMonitor_ = std::make_unique<cloud::WebsiteMonitor>(
+            *cloudAccount_, alertNotifier_.get(), *defaults_, services_.websites);
+    }
     refreshLoop_->setInterval(services_.refreshInterval);
     refreshLoop_->setTimerType(Qt::VeryCoarseTimer);
     connect(refreshLoop_, &QTimer::timeout, this, &AppController::runLoopIteration);
@@ -57,8 +71,12 @@ void AppController::start() {
     // The update checker starts here; when it requires an update nothing below starts.
     if (services_.systemMonitor)
         services_.systemMonitor->start();
-    // Then the connection watchdog, the website monitor, the cloud-session resume and the
-    // settings sync start, in that order.
+    // The connection watchdog and the settings sync take their places around these.
+    if (websiteMonitor_) {
+        alertNotifier_->requestAuthorization();
+        websiteMonitor_->start();
+        resumeCloudSession();
+    }
     refreshLoop_->start();
     runLoopIteration();
     if (auto* watcher = services_.sleepWake) {
@@ -73,6 +91,8 @@ void AppController::stop() {
     refreshLoop_->stop();
     if (services_.systemMonitor)
         services_.systemMonitor->stop();
+    if (websiteMonitor_)
+        websiteMonitor_->stop();
     if (services_.sleepWake)
         disconnect(services_.sleepWake, nullptr, this, nullptr);
     if (services_.listener)
@@ -124,6 +144,24 @@ void AppController::runLoopIteration() {
 
 void AppController::afterWake() {
     QTimer::singleShot(services_.wakeSettleDelay, this, [this] { refreshIfOutdated(); });
+}
+
+QCoro::Task<> AppController::resumeCloudSession() {
+    if (!cloudAccount_->isSignedIn())
+        co_return;
+    co_await cloudAccount_->refresh();
+    // The website monitor adopts the account by itself, at its start and on every change.
+    co_await telegram_->migrateLegacy();
+}
+
+QCoro::Task<> AppController::signOut() {
+    if (cloudAccount_)
+        co_await cloudAccount_->signOut();
+}
+
+QCoro::Task<> AppController::deleteAccount() {
+    if (cloudAccount_)
+        co_await cloudAccount_->deleteAccount();
 }
 
 QCoro::Task<> AppController::refresh() {

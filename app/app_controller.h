@@ -1,5 +1,8 @@
 #pragma once
 
+#include "app/cloud_services.h"
+#include "cloud/website_monitor.h"
+#include "core/user_notifications.h"
 #include "sessions/core/agent_session.h"
 #include "sessions/core/hook_installer.h"
 #include "usage/core/usage_model.h"
@@ -10,6 +13,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +21,11 @@
 class QSettings;
 class QTimer;
 
+namespace ravo::cloud {
+class AlertNotifier;
+class CloudAccount;
+class TelegramSettings;
+} // namespace ravo::cloud
 namespace ravo::metrics {
 class SystemMonitor;
 }
@@ -48,6 +57,10 @@ public:
         std::function<TimePoint()> now = Clock::now;
         std::chrono::milliseconds refreshInterval{120'000};
         std::chrono::milliseconds wakeSettleDelay{3'000};
+        // Without a secret store and a transport there is no website monitoring.
+        CloudServices cloud;
+        UserNotifications* notifications = nullptr;
+        cloud::WebsiteMonitor::Options websites;
         // Only an installed copy registers itself at login and keeps the agents' files
         // pointing at its own ravo-hook; a build-tree copy leaves them alone.
         bool canManageLoginItem = false;
@@ -76,6 +89,9 @@ public:
     void setReadsClaudeLimits(bool enabled);
     void setAsksClaudeCodeForUsage(bool enabled);
     void setCodexHooksNeedApproval(bool value);
+    // Forwarded to the account; the website monitor follows the account by itself.
+    QCoro::Task<> signOut();
+    QCoro::Task<> deleteAccount();
     // A finished session disappears once the user has opened it.
     void openSession(const std::string& url);
 
@@ -91,6 +107,11 @@ public:
     const std::optional<std::string>& claudeLimitsError() const { return claudeLimitsError_; }
     const std::optional<std::string>& sessionTrackingError() const { return sessionTrackingError_; }
     metrics::SystemMonitor* systemMonitor() const { return services_.systemMonitor; }
+    // Null when the controller was made without cloud services.
+    cloud::AlertNotifier* alertNotifier() const { return alertNotifier_.get(); }
+    cloud::CloudAccount* cloudAccount() const { return cloudAccount_.get(); }
+    cloud::TelegramSettings* telegram() const { return telegram_.get(); }
+    cloud::WebsiteMonitor* websiteMonitor() const { return websiteMonitor_.get(); }
     int refreshCount() const { return refreshCount_; }
 
 signals:
@@ -103,6 +124,7 @@ private:
     void startClaudeLimits();
     void runLoopIteration();
     void afterWake();
+    QCoro::Task<> resumeCloudSession();
 
     QSettings* defaults_;
     sessions::HookInstaller hookInstaller_;
@@ -117,6 +139,10 @@ private:
     bool codexHooksNeedApproval_ = false;
     std::optional<std::string> claudeLimitsError_;
     std::optional<std::string> sessionTrackingError_;
+    std::unique_ptr<cloud::AlertNotifier> alertNotifier_;
+    std::unique_ptr<cloud::CloudAccount> cloudAccount_;
+    std::unique_ptr<cloud::TelegramSettings> telegram_;
+    std::unique_ptr<cloud::WebsiteMonitor> websiteMonitor_;
     QTimer* refreshLoop_;
     bool started_ = false;
     int refreshCount_ = 0;

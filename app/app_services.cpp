@@ -4,6 +4,7 @@
 #include "app/helper_path.h"
 #include "app/platform/cross_process_listener.h"
 #include "app/platform/linux/dbus_sleep_wake_watcher.h"
+#include "app/platform/linux/freedesktop_notifications.h"
 #include "app/platform/linux/xdg_autostart_login_item.h"
 #include "app/settings_values.h"
 #include "connectivity/platform/linux/route_path_monitor.h"
@@ -29,7 +30,8 @@ AppServices::AppServices(QObject* parent)
     : QObject(parent), settings_(openUserSettings()),
       sleepWake_(new DBusSleepWakeWatcher(QDBusConnection::sessionBus(),
                                           QDBusConnection::systemBus(), this)),
-      pathMonitor_(new connectivity::RoutePathMonitor(QStringLiteral("/proc"), this)) {
+      pathMonitor_(new connectivity::RoutePathMonitor(QStringLiteral("/proc"), this)),
+      notifications_(new FreedesktopNotifications(QDBusConnection::sessionBus(), this)) {
     const fs::path home = paths::home().value_or("/");
     const fs::path executable = QCoreApplication::applicationFilePath().toStdString();
     loginItem_ = std::make_unique<XdgAutostartLoginItem>(
@@ -58,6 +60,8 @@ AppServices::AppServices(QObject* parent)
         return sessions::codexHooksNeedApproval(usage::CodexAppServer(home), home);
     };
     services.canManageLoginItem = isInstalledCopy(executable);
+    services.cloud = CloudServices::forThisComputer();
+    services.notifications = notifications_;
     controller_ = new AppController(settings_.get(), sessions::HookInstaller(home, helperPath()),
                                     std::move(services), this);
     listener_->start();

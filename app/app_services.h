@@ -21,6 +21,7 @@ namespace ravo::app {
 class AppController;
 class CrossProcessListener;
 class DBusSleepWakeWatcher;
+class FreedesktopNotifications;
 class LoginItem;
 
 // Every long-lived coordinator of a running Ravo, built for this machine and owned here;
@@ -43,6 +44,7 @@ private:
     usage::LiveUsage usage_;
     DBusSleepWakeWatcher* sleepWake_;
     connectivity::RoutePathMonitor* pathMonitor_;
+    FreedesktopNotifications* notifications_;
     CrossProcessListener* listener_;
     metrics::SystemMonitor* monitor_;
     AppController* controller_;

@@ -1,18 +1,15 @@
+#include "app/cloud_services.h"
 #include "app/commands.h"
 #include "app/settings_values.h"
 #include "cloud/cloud_account.h"
-#include "cloud/core/site_state.h"
 #include "cloud/core/site_url.h"
-#include "cloud/platform/linux/keychain_secret_store.h"
 #include "cloud/site_list_settings.h"
+#include "cloud/websites_status_reader.h"
 
 #include <QCoro/QCoroTask>
 #include <QUuid>
 
-#include <cmath>
-#include <iomanip>
 #include <iostream>
-#include <map>
 
 namespace ravo::app {
 
@@ -37,46 +34,18 @@ QCoro::Task<bool> push(CloudAccount& account, QSettings& settings,
     co_return true;
 }
 
-QCoro::Task<int> list(CloudAccount& account, const std::vector<MonitoredSite>& sites, bool json) {
-    const auto answer = co_await account.client().siteStatuses();
-    std::map<std::string, SiteState> states;
-    if (const auto* failure = std::get_if<CloudError>(&answer)) {
-        account.handle(*failure);
-        std::cerr << failure->text() << "\n";
+QCoro::Task<int> list(CloudAccount& account, QSettings& settings, bool json) {
+    auto status = co_await readWebsitesStatus(account, settings);
+    const auto error = std::exchange(status.error, std::nullopt);
+    if (error)
+        std::cerr << *error << "\n";
+    if (json) {
+        std::cout << toJson(status)["sites"].dump(2) << std::endl;
     } else {
-        for (const auto& status : std::get<std::vector<CloudSiteStatus>>(answer))
-            states[status.site] = siteStateFrom(status);
+        for (const auto& line : lines(status))
+            std::cout << line << "\n";
     }
-    nlohmann::json items = nlohmann::json::array();
-    for (const auto& site : sites) {
-        const SiteState state = states.count(site.id) ? states[site.id] : SiteState{};
-        const std::string health = site.isEnabled ? healthWord(state.health) : "paused";
-        if (json) {
-            nlohmann::json item = {{"id", site.id},
-                                   {"name", site.name},
-                                   {"url", site.url},
-                                   {"enabled", site.isEnabled},
-                                   {"health", health}};
-            if (state.lastResult.latency)
-                item["latencyMs"] = std::lround(*state.lastResult.latency * 1000);
-            if (state.problem)
-                item["problem"] = state.problem->text();
-            items.push_back(std::move(item));
-            continue;
-        }
-        std::cout << std::left << std::setw(8) << health << " "
-                  << siteDisplayName(site.name, site.url) << "  " << site.url;
-        if (state.lastResult.latency && state.health != SiteState::Health::down)
-            std::cout << "  " << std::lround(*state.lastResult.latency * 1000) << " ms";
-        if (state.problem)
-            std::cout << "  " << state.problem->text();
-        std::cout << "\n";
-    }
-    if (json)
-        std::cout << items.dump(2) << std::endl;
-    else if (sites.empty())
-        std::cout << "No websites yet. Add one with `ravo sites add example.com`.\n";
-    co_return 0;
+    co_return error ? 1 : 0;
 }
 
 QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest request) {
@@ -89,7 +58,7 @@ QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest re
     }
     auto sites = SiteListSettings::load(settings);
     if (request.action == "list") {
-        const int status = co_await list(account, sites, request.json);
+        const int status = co_await list(account, settings, request.json);
         co_return status;
     }
     if (request.action == "add") {
@@ -124,8 +93,8 @@ QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest re
 
 int runSitesCommand(const SitesRequest& request) {
     auto settings = openUserSettings();
-    CloudAccount account(*settings, std::make_shared<KeychainSecretStore>(),
-                         std::make_shared<NetworkTransport>());
+    const auto cloud = CloudServices::forThisComputer();
+    CloudAccount account(*settings, cloud.secrets, cloud.transport);
     return QCoro::waitFor(run(account, *settings, request));
 }
 

@@ -1,6 +1,8 @@
+#include "app/cloud_services.h"
 #include "app/commands.h"
 #include "app/settings_values.h"
 #include "app/status_report.h"
+#include "cloud/websites_status_reader.h"
 #include "core/paths.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_sampler.h"
@@ -28,6 +30,9 @@ int runStatusCommand(bool json) {
         auto settings = openUserSettings();
         auto live = usage::makeLiveUsage(settings.get(), *home);
         report.usage = QCoro::waitFor(live.refresher->refresh());
+        const auto cloud = CloudServices::forThisComputer();
+        cloud::CloudAccount account(*settings, cloud.secrets, cloud.transport);
+        report.websites = QCoro::waitFor(cloud::readWebsitesStatus(account, *settings));
     }
     sessions::SessionStore::prune(Clock::now());
     report.sessions = sessions::SessionList::newestFirst(sessions::SessionStore::loadAll());

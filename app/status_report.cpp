@@ -22,6 +22,8 @@ nlohmann::json statusJson(const StatusReport& report, std::vector<JsonExactNumbe
     }
     if (report.sessions)
         json["sessions"] = sessions::SessionList::toReadableJson(*report.sessions);
+    if (report.websites)
+        json["websites"] = cloud::toJson(*report.websites);
     return json;
 }
 
@@ -70,6 +72,11 @@ std::string statusText(const StatusReport& report, const FormatLocale& locale) {
             text += "  None\n";
         for (const auto& session : *report.sessions)
             text += "  " + sessions::SessionList::line(session, report.system.date) + "\n";
+    }
+    if (report.websites) {
+        text += "\nWebsites\n";
+        for (const auto& line : cloud::lines(*report.websites))
+            text += "  " + line + "\n";
     }
     return text;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cloud/core/websites_status.h"
 #include "core/json_exact_number.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
@@ -19,6 +20,7 @@ struct StatusReport {
     metrics::SystemReading system;
     std::optional<usage::UsageSnapshot> usage;
     std::optional<std::vector<sessions::AgentSession>> sessions; // newest first
+    std::optional<cloud::WebsitesStatus> websites;
 };
 
 // The report as `ravo status --json` prints it, credit balances exact.

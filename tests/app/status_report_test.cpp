@@ -14,7 +14,7 @@ StatusReport report() {
     r.memory =
         MemoryUsage{1024ull << 20, 512ull << 20, 0, 0, 0, 0, 0.5, MemoryPressureLevel::normal};
     r.network = NetworkUsage{1234, 0, 10, 20};
-    return StatusReport{r, std::nullopt, std::nullopt};
+    return StatusReport{r, std::nullopt, std::nullopt, std::nullopt};
 }
 
 TEST(StatusJson, PutsTheReadingUnderSystemWithIsoDates) {
@@ -32,6 +32,35 @@ TEST(StatusText, GivesEveryMetricItsValueAndLevel) {
         << text;
     EXPECT_NE(text.find("Network      ↓ 1.2 K/s ↑ 0 B/s"), std::string::npos) << text;
     EXPECT_NE(text.find("Graphics     — no data"), std::string::npos) << text;
+}
+
+TEST(StatusWebsites, ShowsEachSiteWithItsHealthAndWhyItIsDown) {
+    auto withSites = report();
+    cloud::SiteState down{cloud::SiteState::Health::down,
+                          cloud::SiteProblem{cloud::SiteProblem::Kind::httpStatus, {}, 503},
+                          {}};
+    withSites.websites = cloud::WebsitesStatus{true,
+                                               {{"a", "https://shop.example/", "Shop", {}, true},
+                                                {"b", "https://blog.example/", "", {}, false}},
+                                               {{"a", down}},
+                                               std::nullopt};
+    const auto j = statusJson(withSites);
+    ASSERT_EQ(j["websites"]["sites"].size(), 2u);
+    EXPECT_EQ(j["websites"]["sites"][0]["health"], "down");
+    EXPECT_EQ(j["websites"]["sites"][0]["problem"], "The server answered HTTP 503");
+    EXPECT_EQ(j["websites"]["sites"][1]["health"], "paused");
+    EXPECT_TRUE(j["websites"]["isSignedIn"]);
+
+    const auto text = statusText(withSites, {});
+    EXPECT_NE(text.find("\nWebsites\n  down     Shop  https://shop.example/  The server "
+                        "answered HTTP 503\n  paused   blog.example  https://blog.example/\n"),
+              std::string::npos)
+        << text;
+
+    withSites.websites->isSignedIn = false;
+    withSites.websites->states.clear();
+    EXPECT_NE(statusText(withSites, {}).find("Not signed in to a Ravo server"), std::string::npos);
+    EXPECT_EQ(statusJson(withSites)["websites"]["sites"][0]["health"], "unknown");
 }
 
 } // namespace
