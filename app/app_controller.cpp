@@ -22,6 +22,7 @@
 #include <QPointer>
 #include <QSettings>
 #include <QTimer>
+#include <QUrl>
 
 namespace ravo::app {
 
@@ -292,6 +293,20 @@ void AppController::setCodexHooksNeedApproval(bool value) {
     GroupSettings::write(GroupSettings::kCodexHooksNeedApproval, value);
     codexHooksNeedApproval_ = value;
     emit settingsChanged();
+}
+
+bool AppController::isSignInCallback(const std::string& url) {
+    return QUrl(QString::fromStdString(url)).host() == "auth";
+}
+
+void AppController::handleLink(const std::string& url) {
+    if (!isSignInCallback(url)) {
+        openSession(url);
+        return;
+    }
+    // The callback carries a one-time code, so it is never logged.
+    if (cloudAccount_)
+        cloudAccount_->finishAppleSignIn(url);
 }
 
 void AppController::openSession(const std::string& url) {

@@ -92,6 +92,9 @@ public:
     // Forwarded to the account; the website monitor follows the account by itself.
     QCoro::Task<> signOut();
     QCoro::Task<> deleteAccount();
+    // A ravo:// link handed to Ravo: the browser's sign-in callback, or a session link.
+    void handleLink(const std::string& url);
+    static bool isSignInCallback(const std::string& url);
     // A finished session disappears once the user has opened it.
     void openSession(const std::string& url);
 

@@ -8,6 +8,7 @@
 #include "ui/settings/settings_window.h"
 #include "ui/tray/system_tray_items.h"
 #include "ui/tray/usage_tray_item.h"
+#include "ui/tray/websites_tray_item.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -37,6 +38,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     ui::SettingsWindow settings(controller);
     std::unique_ptr<ui::UsageTrayItem> usageItem;
     std::unique_ptr<ui::SystemTrayItems> metricItems;
+    std::unique_ptr<ui::WebsitesTrayItem> websitesItem;
     std::unique_ptr<ui::DashboardWindow> dashboard;
     QMenu metricMenu;
     auto showUsage = [&] {
@@ -58,6 +60,14 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
         metricMenu.addSeparator();
         metricMenu.addAction("Quit Ravo", &application, &QApplication::quit);
         metricItems = std::make_unique<ui::SystemTrayItems>(services.systemMonitor(), &metricMenu);
+        if (auto* websites = controller->websiteMonitor()) {
+            websitesItem = std::make_unique<ui::WebsitesTrayItem>(websites);
+            QObject::connect(websitesItem.get(), &ui::WebsitesTrayItem::settingsRequested,
+                             &settings,
+                             [&settings] { settings.showTab(ui::SettingsWindow::kWebsitesTab); });
+            QObject::connect(websitesItem.get(), &ui::WebsitesTrayItem::quitRequested, &application,
+                             &QApplication::quit);
+        }
     } else {
         qCInfo(lcApp) << "No system tray; showing the dashboard window";
         dashboard = std::make_unique<ui::DashboardWindow>(controller);
@@ -69,13 +79,16 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     }
     QObject::connect(&instance, &SingleInstance::showUsageRequested, &application, showUsage);
     QObject::connect(&instance, &SingleInstance::openRequested, controller,
-                     [controller, showUsage](const QString& url) {
-                         controller->openSession(url.toStdString());
-                         showUsage();
+                     [controller, showUsage, &settings](const QString& url) {
+                         controller->handleLink(url.toStdString());
+                         if (AppController::isSignInCallback(url.toStdString()))
+                             settings.showTab(ui::SettingsWindow::kAccountTab);
+                         else
+                             showUsage();
                      });
     controller->start();
     if (!openURL.empty())
-        controller->openSession(openURL);
+        controller->handleLink(openURL);
     const int status = QApplication::exec();
     controller->stop();
     return status;

@@ -1,5 +1,6 @@
 #include "cloud/cloud_account.h"
 
+#include "cloud/core/apple_callback.h"
 #include "core/json_parse.h"
 #include "core/log.h"
 #include "core/trimmed.h"
@@ -8,8 +9,6 @@
 #include <QSysInfo>
 
 namespace ravo::cloud {
-
-namespace {} // namespace
 
 CloudAccount::CloudAccount(QSettings& settings, std::shared_ptr<SecretStore> secrets,
                            std::shared_ptr<HttpTransport> transport)
@@ -120,6 +119,54 @@ QCoro::Task<> CloudAccount::signIn(std::string email, std::string password) {
     PasswordLoginRequest request{trimmed(email), password, "mac", deviceName()};
     auto login = co_await client_->login(std::move(request));
     co_await setUpSession(std::move(login), "Wrong email or password.");
+    setWorking(false);
+}
+
+QCoro::Task<std::optional<QUrl>> CloudAccount::startAppleSignIn() {
+    error_.reset();
+    setWorking(true);
+    const PKCE pkce = PKCE::make();
+    AppleStartRequest request{"mac", deviceName(), pkce.challenge, "S256"};
+    const auto started = co_await client_->startAppleSignIn(std::move(request));
+    setWorking(false);
+    if (const auto* failure = std::get_if<CloudError>(&started)) {
+        error_ = failure->text();
+        emit changed();
+        co_return std::nullopt;
+    }
+    const auto& attempt = std::get<AppleSignInStart>(started);
+    const QUrl page(QString::fromStdString(attempt.authorizeUrl));
+    if (!page.isValid() || (page.scheme() != "https" && page.scheme() != "http")) {
+        error_ = AppleCallback::kGenericFailure;
+        emit changed();
+        co_return std::nullopt;
+    }
+    pendingApple_ = PendingAppleSignIn{attempt.attemptId, pkce};
+    emit changed();
+    co_return page;
+}
+
+QCoro::Task<> CloudAccount::finishAppleSignIn(std::string callbackURL) {
+    if (!pendingApple_) {
+        log::error("cloud", "A sign-in callback arrived with no Apple sign-in under way");
+        co_return;
+    }
+    const PendingAppleSignIn pending = *std::exchange(pendingApple_, std::nullopt);
+    const auto outcome = AppleCallback::parse(callbackURL, pending.attemptID);
+    error_.reset();
+    if (outcome.kind == AppleCallback::Kind::cancelled) {
+        emit changed();
+        co_return;
+    }
+    if (outcome.kind == AppleCallback::Kind::failure) {
+        error_ = outcome.text;
+        emit changed();
+        co_return;
+    }
+    setWorking(true);
+    AppleFinishRequest request{pending.attemptID, outcome.text, pending.pkce.verifier};
+    auto login = co_await client_->finishAppleSignIn(std::move(request));
+    co_await setUpSession(std::move(login), AppleCallback::kGenericFailure);
     setWorking(false);
 }
 

@@ -20,6 +20,12 @@ struct PendingEmailSignIn {
     bool operator==(const PendingEmailSignIn&) const = default;
 };
 
+struct PendingAppleSignIn {
+    std::string attemptID;
+    PKCE pkce;
+    bool operator==(const PendingAppleSignIn&) const = default;
+};
+
 // This computer's sign-in to the Ravo server: the sign-in flows, the device token in the
 // desktop's secret store, the cached account record, refresh, sign-out and deletion. It
 // owns the client the rest of website monitoring calls the server with.
@@ -58,6 +64,12 @@ public:
     QCoro::Task<> requestEmailCode(std::string email);
     QCoro::Task<> verifyEmailCode(std::string code);
     QCoro::Task<> signIn(std::string email, std::string password);
+    // Sign in with Apple, in two halves: the page to open in the browser (nothing on a
+    // failure, which `error` tells), then the ravo://auth/callback URL the browser hands
+    // back to Ravo.
+    QCoro::Task<std::optional<QUrl>> startAppleSignIn();
+    QCoro::Task<> finishAppleSignIn(std::string callbackURL);
+    bool isWaitingForApple() const { return pendingApple_.has_value(); }
     QCoro::Task<> refresh();
     QCoro::Task<> signOut();
     QCoro::Task<> deleteAccount();
@@ -82,6 +94,7 @@ private:
     bool working_ = false;
     std::optional<std::string> error_;
     std::optional<PendingEmailSignIn> pendingEmail_;
+    std::optional<PendingAppleSignIn> pendingApple_;
     std::optional<CloudMe> me_;
 };
 

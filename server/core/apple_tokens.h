@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/form_encoding.h"
 #include "core/result.h"
 #include "core/time.h"
 
@@ -38,9 +39,5 @@ Result<AppleIdentity> verifyAppleIdToken(std::string_view token, const nlohmann:
 
 std::string appleAuthorizeURL(const AppleSettings& settings, const std::string& redirectURI,
                               const std::string& state);
-
-// application/x-www-form-urlencoded, as Apple's form post sends it.
-std::map<std::string, std::string> parseForm(std::string_view body);
-std::string formEncode(std::string_view text);
 
 } // namespace ravo::server

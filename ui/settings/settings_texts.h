@@ -24,4 +24,22 @@ inline constexpr const char* kTrackSessionsHelp =
 inline constexpr const char* kMenuBarHelp =
     "Choose the metrics that get a tray item and put them in order.";
 
+inline constexpr const char* kServerHelp =
+    "The Ravo server that checks your websites around the clock: its address, such as "
+    "https://ravo.example.org.";
+inline constexpr const char* kServerInvalid =
+    "Enter the server's address with http:// or https://, such as https://ravo.example.org.";
+inline constexpr const char* kSignInHelp =
+    "Sign in so the server checks your websites and alerts you, also while this computer is "
+    "off. Each computer signs in on its own and can be signed out on its own.";
+inline constexpr const char* kAppleInBrowser =
+    "Finish signing in with Apple in your browser; Ravo continues when the browser hands the "
+    "sign-in back.";
+inline constexpr const char* kSiteRule =
+    "A site counts as down after two failed checks in a row; 401 and 403 count as up for "
+    "password-protected sites.";
+inline constexpr const char* kDesktopAlerts = "Desktop alerts";
+inline constexpr const char* kDesktopAlertsHelp =
+    "A notification when a website goes down and when it is back up, while Ravo runs.";
+
 } // namespace ravo::ui::SettingsTexts

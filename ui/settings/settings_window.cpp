@@ -3,7 +3,10 @@
 #include "app/app_controller.h"
 #include "metrics/system_monitor.h"
 #include "sessions/codex_hook_trust_check.h"
+#include "ui/settings/account_tab.h"
+#include "ui/settings/alerts_tab.h"
 #include "ui/settings/settings_texts.h"
+#include "ui/settings/websites_tab.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 
@@ -69,6 +72,13 @@ SettingsWindow::SettingsWindow(app::AppController* controller, QWidget* parent)
     tabs_->addTab(menuBarTab(), "Menu bar");
     tabs_->addTab(aiTab(), "AI");
     tabs_->addTab(sessionsTab(), "Sessions");
+    if (controller_->cloudAccount()) {
+        tabs_->addTab(new AccountTab(controller_), "Account");
+        tabs_->addTab(new WebsitesTab(controller_->websiteMonitor()), "Websites");
+        tabs_->addTab(new AlertsTab(controller_->alertNotifier(), controller_->cloudAccount(),
+                                    controller_->telegram()),
+                      "Alerts");
+    }
     connect(controller_, &app::AppController::settingsChanged, this, &SettingsWindow::sync);
     sync();
 }

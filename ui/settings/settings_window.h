@@ -13,10 +13,21 @@ class AppController;
 
 namespace ravo::ui {
 
-// Ravo's settings: General, Menu bar, AI and Sessions.
+// Ravo's settings: General, Menu bar, AI, Sessions, and the websites' Account, Websites
+// and Alerts.
 class SettingsWindow : public QWidget {
     Q_OBJECT
 public:
+    enum Tab {
+        kGeneralTab,
+        kMenuBarTab,
+        kAITab,
+        kSessionsTab,
+        kAccountTab,
+        kWebsitesTab,
+        kAlertsTab
+    };
+
     explicit SettingsWindow(app::AppController* controller, QWidget* parent = nullptr);
 
     void showTab(int index);

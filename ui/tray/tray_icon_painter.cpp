@@ -119,4 +119,20 @@ QIcon usage(std::optional<double> peakFraction, bool needsAttention) {
     return canvas.icon();
 }
 
+QIcon websites(std::optional<cloud::SiteState::Health> worst, int down) {
+    using Health = cloud::SiteState::Health;
+    Canvas canvas;
+    std::optional<metrics::MetricLevel> level;
+    if (worst == Health::down)
+        level = metrics::MetricLevel::critical;
+    else if (worst == Health::slow)
+        level = metrics::MetricLevel::warning;
+    const QColor up(0x4c, 0xc2, 0x7a);
+    drawRing(canvas.painter, worst ? std::optional(1.0) : std::nullopt,
+             worst == Health::up ? up : levelColor(level));
+    const QString value = down > 0 ? QString::number(down) : worst ? "✓" : "…";
+    drawCentered(canvas.painter, value, kInsideRing, down > 0 ? levelColor(level) : kText, 28);
+    return canvas.icon();
+}
+
 } // namespace ravo::ui::TrayIconPainter

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cloud/core/site_state.h"
+
 #include "metrics/core/metric_level.h"
 
 #include <QIcon>
@@ -21,5 +23,9 @@ QIcon gauge(std::optional<double> fraction, std::optional<metrics::MetricLevel> 
 QIcon text(const QString& first, const QString& second, std::optional<metrics::MetricLevel> level);
 // The AI item: the peak use of all limits, and a red dot when a failure needs attention.
 QIcon usage(std::optional<double> peakFraction, bool needsAttention);
+
+// The websites item: a ring in the colour of the worst state around the number of sites
+// down, or a tick when none is.
+QIcon websites(std::optional<cloud::SiteState::Health> worst, int down);
 
 } // namespace ravo::ui::TrayIconPainter

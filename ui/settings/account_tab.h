@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QWidget>
+
+#include <qcoro/qcorotask.h>
+
+class QLabel;
+class QLineEdit;
+class QPushButton;
+
+namespace ravo::app {
+class AppController;
+}
+namespace ravo::cloud {
+class CloudAccount;
+}
+
+namespace ravo::ui {
+
+// The Ravo server's address and this computer's sign-in: by e-mail code, password or
+// Apple; the signed-in account with its plan, sign-out and deletion.
+class AccountTab : public QWidget {
+    Q_OBJECT
+public:
+    explicit AccountTab(app::AppController* controller, QWidget* parent = nullptr);
+
+private:
+    void sync();
+    QCoro::Task<> useServer();
+    QCoro::Task<> signInWithApple();
+    void confirmDeletion();
+
+    app::AppController* controller_;
+    cloud::CloudAccount* account_;
+    QLineEdit* server_;
+    QLabel* serverError_;
+    QWidget* signedOut_;
+    QLineEdit* email_;
+    QPushButton* sendCode_;
+    QWidget* codeRow_;
+    QLabel* codeSent_;
+    QLineEdit* code_;
+    QPushButton* verify_;
+    QLineEdit* password_;
+    QPushButton* passwordSignIn_;
+    QPushButton* apple_;
+    QLabel* appleNote_;
+    QWidget* signedIn_;
+    QLabel* who_;
+    QLabel* plan_;
+    QPushButton* signOut_;
+    QPushButton* delete_;
+    QLabel* error_;
+};
+
+} // namespace ravo::ui
