@@ -28,25 +28,6 @@ struct RecordingNotifications final : UserNotifications {
     }
 };
 
-// A website on loopback that can be taken down and brought back on the same port.
-class LoopbackSite {
-public:
-    void takeDown() { server_.reset(); }
-    void bringBack() { server_ = start(port_); }
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
-
-private:
-    static std::unique_ptr<testing::HttpStandIn> start(quint16 port) {
-        return std::make_unique<testing::HttpStandIn>(
-            [](const auto&) {
-                return testing::HttpStandIn::Answer{200, "Hello"};
-            },
-            port);
-    }
-    std::unique_ptr<testing::HttpStandIn> server_ = start(0);
-    quint16 port_ = server_->port();
-};
-
 // The monitor against the real ravo-server, checking every "minute" of one second.
 class WebsiteMonitorTest : public ::testing::Test {
 protected:
@@ -102,7 +83,7 @@ TEST_F(WebsiteMonitorTest, ASiteThatGoesDownAlertsOnceAndAgainWhenItRecovers) {
     ASSERT_NO_FATAL_FAILURE(signIn());
     auto websites = monitor();
     websites->start();
-    LoopbackSite site;
+    testing::LoopbackWebsite site;
     ASSERT_EQ(websites->add("  Shop  ", site.url(), ""), std::nullopt);
     const std::string id = websites->sites().back().id;
     EXPECT_EQ(websites->sites().back().name, "Shop");

@@ -71,4 +71,26 @@ private:
     std::function<Answer(const Request&)> answer_;
 };
 
+// A website on loopback that answers every request with `status`, and can be taken down
+// and brought back on the same port.
+class LoopbackWebsite {
+public:
+    explicit LoopbackWebsite(int status = 200) : status_(status) { bringBack(); }
+    void takeDown() { server_.reset(); }
+    void bringBack() {
+        server_ = std::make_unique<HttpStandIn>(
+            [this](const auto&) {
+                return HttpStandIn::Answer{status_, "Hello"};
+            },
+            port_);
+        port_ = server_->port();
+    }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+
+private:
+    int status_;
+    quint16 port_ = 0;
+    std::unique_ptr<HttpStandIn> server_;
+};
+
 } // namespace ravo::testing

@@ -53,8 +53,11 @@ WebsitesTab::WebsitesTab(cloud::WebsiteMonitor* monitor, QWidget* parent)
     connect(list_, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item, int column) {
         if (syncing_ || column != 0)
             return;
-        monitor_->setEnabled(item->checkState(0) == Qt::Checked,
-                             item->data(0, kIDRole).toString().toStdString());
+        // Queued: the change rebuilds the list, and Qt is still inside this item.
+        const bool enabled = item->checkState(0) == Qt::Checked;
+        const std::string id = item->data(0, kIDRole).toString().toStdString();
+        QMetaObject::invokeMethod(
+            this, [this, enabled, id] { monitor_->setEnabled(enabled, id); }, Qt::QueuedConnection);
     });
     connect(list_, &QTreeWidget::itemDoubleClicked, this, &WebsitesTab::showHistory);
 

@@ -1,0 +1,199 @@
+#include "app/app_controller.h"
+#include "cloud/alert_notifier.h"
+#include "cloud/cloud_account.h"
+#include "cloud/core/site_url.h"
+#include "cloud/telegram_settings.h"
+#include "tests/support/http_stand_in.h"
+#include "tests/support/memory_secret_store.h"
+#include "tests/support/ravo_server_process.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/ui/widget_checks.h"
+#include "ui/popovers/site_history_view.h"
+#include "ui/popovers/websites_view.h"
+#include "ui/settings/account_tab.h"
+#include "ui/settings/alerts_tab.h"
+#include "ui/settings/settings_window.h"
+#include "ui/settings/websites_tab.h"
+#include "ui/widgets/popover_window.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QTabWidget>
+#include <QTest>
+#include <QTreeWidget>
+#include <gtest/gtest.h>
+
+namespace ravo::ui {
+namespace {
+
+using testing::clippedLabels;
+using testing::visibleText;
+
+struct SilentNotifications final : UserNotifications {
+    void requestAuthorization(Failure) override {}
+    void post(const UserNotification&, Failure) override {}
+};
+
+template <typename T> T* child(QWidget& root, const QString& text) {
+    for (T* widget : root.findChildren<T*>())
+        if (widget->text() == text)
+            return widget;
+    ADD_FAILURE() << "no " << text.toStdString();
+    return nullptr;
+}
+
+// A signed-in app against the real ravo-server, checking three loopback sites every second:
+// one up, one answering 503, and one switched off.
+class WebsiteViewsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(server.start({"--check-minute", "1", "--check-timeout", "1"}));
+        settings.setValue(cloud::CloudAccount::kServerKey, server.origin());
+        settings.setValue("websiteCheckIntervalMinutes", 1);
+        app::AppController::Services services;
+        services.cloud = {std::make_shared<ravo::testing::MemorySecretStore>(),
+                          std::make_shared<cloud::NetworkTransport>()};
+        services.notifications = &notifications;
+        services.websites.pollInterval = std::chrono::milliseconds(300);
+        services.websites.widgetFile = home.path() / "websites.json";
+        controller = std::make_unique<app::AppController>(
+            &settings, sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
+            std::move(services));
+        account = controller->cloudAccount();
+        monitor = controller->websiteMonitor();
+        QCoro::waitFor(account->signIn(ravo::testing::RavoServerProcess::kEmail,
+                                       ravo::testing::RavoServerProcess::kPassword));
+        ASSERT_TRUE(account->isSignedIn()) << account->error().value_or("");
+        monitor->start();
+    }
+
+    void addSites() {
+        ASSERT_EQ(monitor->add("Shop", shop.url(), ""), std::nullopt);
+        ASSERT_EQ(monitor->add("API", api.url(), ""), std::nullopt);
+        ASSERT_EQ(monitor->add("Old blog", "https://blog.example.org/", ""), std::nullopt);
+        monitor->setEnabled(false, monitor->sites().back().id);
+        const auto health = [this](std::size_t i) {
+            return monitor->state(monitor->sites()[i].id).health;
+        };
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] {
+                return health(0) == cloud::SiteState::Health::up &&
+                       health(1) == cloud::SiteState::Health::down;
+            },
+            20000));
+    }
+
+    ravo::testing::TemporaryHome home;
+    ravo::testing::RavoServerProcess server{home.path()};
+    QSettings settings{QString::fromStdString((home.path() / "ravo.conf").string()),
+                       QSettings::IniFormat};
+    ravo::testing::LoopbackWebsite shop;
+    ravo::testing::LoopbackWebsite api{503};
+    SilentNotifications notifications;
+    std::unique_ptr<app::AppController> controller;
+    cloud::CloudAccount* account = nullptr;
+    cloud::WebsiteMonitor* monitor = nullptr;
+};
+
+TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
+    ASSERT_NO_FATAL_FAILURE(addSites());
+    SettingsWindow window(controller.get());
+    window.resize(720, 560);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    ASSERT_EQ(window.tabs()->tabText(SettingsWindow::kAccountTab), "Account");
+
+    window.tabs()->setCurrentIndex(SettingsWindow::kAccountTab);
+    QTest::qWait(5);
+    EXPECT_NE(visibleText(window).find("Signed in as ada@example.org"), std::string::npos);
+    EXPECT_TRUE(clippedLabels(window).empty());
+    testing::saveScreenshot(window, "settings-account");
+
+    window.tabs()->setCurrentIndex(SettingsWindow::kWebsitesTab);
+    QTest::qWait(5);
+    auto* list = window.findChild<QTreeWidget*>();
+    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(list->topLevelItemCount(), 3);
+    EXPECT_EQ(list->topLevelItem(0)->text(2), "Up");
+    EXPECT_EQ(list->topLevelItem(1)->text(2), "Down");
+    EXPECT_EQ(list->topLevelItem(1)->text(3), "The server answered HTTP 503");
+    EXPECT_EQ(list->topLevelItem(2)->text(2), "Paused");
+    EXPECT_NE(visibleText(window).find("A site counts as down after two failed checks"),
+              std::string::npos);
+    testing::saveScreenshot(window, "settings-websites");
+
+    // Input errors appear under the fields, and nothing is added.
+    auto* tab = window.findChild<WebsitesTab*>();
+    auto* address = window.findChildren<QLineEdit*>().at(0);
+    for (auto* field : tab->findChildren<QLineEdit*>())
+        if (field->placeholderText().startsWith("example.com"))
+            address = field;
+    address->setText("ftp://example.org");
+    EXPECT_FALSE(tab->addFromFields());
+    EXPECT_NE(visibleText(window).find("Enter a web address such as example.com"),
+              std::string::npos);
+    address->setText(QString::fromStdString(shop.url()));
+    EXPECT_FALSE(tab->addFromFields());
+    EXPECT_NE(visibleText(window).find("This address is already monitored."), std::string::npos);
+    address->setText("status.example.org");
+    EXPECT_TRUE(tab->addFromFields());
+    EXPECT_EQ(list->topLevelItemCount(), 4);
+    EXPECT_EQ(address->text(), "");
+    // Switching a site off in the list reaches the monitor.
+    list->topLevelItem(3)->setCheckState(0, Qt::Unchecked);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !monitor->sites().back().isEnabled; }));
+
+    window.tabs()->setCurrentIndex(SettingsWindow::kAlertsTab);
+    QTest::qWait(5);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !controller->telegram()->isWorking(); }));
+    EXPECT_NE(visibleText(window).find("The Ravo server sends website alerts to Telegram"),
+              std::string::npos);
+    EXPECT_TRUE(clippedLabels(window).empty());
+    testing::saveScreenshot(window, "settings-alerts");
+    auto* desktop = child<QCheckBox>(window, "Desktop alerts");
+    ASSERT_NE(desktop, nullptr);
+    EXPECT_TRUE(desktop->isChecked());
+    desktop->click();
+    EXPECT_FALSE(controller->alertNotifier()->desktopEnabled());
+
+    // Signed out, the tabs say where to sign in, and the account tab offers the ways.
+    QCoro::waitFor(controller->signOut());
+    EXPECT_NE(visibleText(window).find("Sign in to your Ravo account in the Account tab."),
+              std::string::npos);
+    window.tabs()->setCurrentIndex(SettingsWindow::kAccountTab);
+    QTest::qWait(5);
+    EXPECT_NE(child<QPushButton>(window, "Send code"), nullptr);
+    EXPECT_TRUE(clippedLabels(window).empty());
+    testing::saveScreenshot(window, "settings-account-signed-out");
+}
+
+TEST_F(WebsiteViewsTest, ThePopoverPutsTheSiteThatIsDownFirstAndTheHistoryShowsItsRecord) {
+    ASSERT_NO_FATAL_FAILURE(addSites());
+    auto* view = new WebsitesView(monitor);
+    PopoverWindow popover(view);
+    popover.showAt(QRect(900, 0, 24, 24));
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&popover));
+    const std::string text = visibleText(popover);
+    EXPECT_NE(text.find("API is down"), std::string::npos) << text;
+    EXPECT_LT(text.find("API\n"), text.find("Shop\n")) << text;
+    EXPECT_TRUE(clippedLabels(popover).empty());
+    testing::saveScreenshot(popover, "websites-popover");
+
+    SiteHistoryView history(monitor, monitor->sites()[1]);
+    history.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&history));
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return visibleText(history).find("Loading") == std::string::npos; }));
+    QTest::qWait(20); // the rows added to a shown layout appear on the next pass
+    const std::string record = visibleText(history);
+    EXPECT_NE(record.find("Last 24 hours"), std::string::npos) << record;
+    EXPECT_NE(record.find("0.00 %"), std::string::npos) << record;
+    EXPECT_NE(record.find("ongoing"), std::string::npos) << record;
+    EXPECT_TRUE(clippedLabels(history).empty());
+    testing::saveScreenshot(history, "site-history");
+}
+
+} // namespace
+} // namespace ravo::ui
