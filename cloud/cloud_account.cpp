@@ -236,8 +236,12 @@ QCoro::Task<> CloudAccount::deleteAccount() {
 }
 
 void CloudAccount::handle(const CloudError& error) {
-    if (error.kind == CloudError::Kind::unauthorized)
+    if (error.kind == CloudError::Kind::unauthorized) {
+        // A reply to a request sent before the user signed out says nothing new.
+        if (!token_)
+            return;
         forgetSession();
+    }
     error_ = error.text();
     emit changed();
 }

@@ -165,6 +165,8 @@ TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
     window.tabs()->setCurrentIndex(SettingsWindow::kAccountTab);
     QTest::qWait(5);
     EXPECT_NE(child<QPushButton>(window, "Send code"), nullptr);
+    QTest::qWait(700); // a poll sent before signing out comes back refused
+    EXPECT_EQ(visibleText(window).find("Sign in again"), std::string::npos);
     EXPECT_TRUE(clippedLabels(window).empty());
     testing::saveScreenshot(window, "settings-account-signed-out");
 }
