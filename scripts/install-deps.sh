@@ -14,7 +14,7 @@ packages=(
 )
 if [ "${1:-}" = "--tests" ]; then
     packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl
-        openssl postgresql gnome-keyring libsecret-tools)
+        openssl postgresql gnome-keyring libsecret-tools dunst)
 fi
 
 missing=()
