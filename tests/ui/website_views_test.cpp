@@ -17,8 +17,10 @@
 #include "ui/widgets/popover_window.h"
 
 #include <QCheckBox>
+#include <QDir>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QTabWidget>
 #include <QTest>
@@ -195,6 +197,97 @@ TEST_F(WebsiteViewsTest, ThePopoverPutsTheSiteThatIsDownFirstAndTheHistoryShowsI
     EXPECT_NE(record.find("ongoing"), std::string::npos) << record;
     EXPECT_TRUE(clippedLabels(history).empty());
     testing::saveScreenshot(history, "site-history");
+}
+
+// A new user signs in from the Account tab with the code ravo-server mails to a real SMTP
+// server on loopback.
+TEST(AccountTab, SignsInWithTheMailedCode) {
+    ravo::testing::TemporaryHome home;
+    const QString mailbox = QString::fromStdString((home.path() / "mail").string());
+    const quint16 smtpPort = ravo::testing::freeLoopbackPort();
+    QProcess smtp;
+    smtp.start("/usr/bin/python3",
+               {"-m", "aiosmtpd", "-n", "-l", QString("127.0.0.1:%1").arg(smtpPort), "-c",
+                "aiosmtpd.handlers.Mailbox", mailbox});
+    ASSERT_TRUE(smtp.waitForStarted());
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            QTcpSocket probe;
+            probe.connectToHost(QHostAddress::LocalHost, smtpPort);
+            return probe.waitForConnected(100);
+        },
+        20000))
+        << smtp.readAllStandardError().toStdString();
+    ravo::testing::RavoServerProcess server{home.path()};
+    ASSERT_NO_FATAL_FAILURE(server.start({"--smtp", QString("smtp://127.0.0.1:%1").arg(smtpPort),
+                                          "--mail-from", "ravo@example.org"}));
+    QSettings settings{QString::fromStdString((home.path() / "ravo.conf").string()),
+                       QSettings::IniFormat};
+    SilentNotifications notifications;
+    app::AppController::Services services;
+    services.cloud = {std::make_shared<ravo::testing::MemorySecretStore>(),
+                      std::make_shared<cloud::NetworkTransport>()};
+    services.notifications = &notifications;
+    services.websites.widgetFile = home.path() / "websites.json";
+    app::AppController controller(&settings,
+                                  sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
+                                  std::move(services));
+    SettingsWindow window(&controller);
+    window.resize(720, 560);
+    window.show();
+    window.tabs()->setCurrentIndex(SettingsWindow::kAccountTab);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    const auto field = [&](const QString& placeholder) {
+        for (auto* line : window.findChildren<QLineEdit*>())
+            if (line->placeholderText() == placeholder)
+                return line;
+        ADD_FAILURE() << "no field " << placeholder.toStdString();
+        return window.findChild<QLineEdit*>();
+    };
+
+    QLineEdit* address = field("https://ravo.example.org");
+    address->setText(server.origin());
+    child<QPushButton>(window, "Use")->click();
+    QTest::keyClicks(field("you@example.org"), " ada@example.org ");
+    child<QPushButton>(window, "Send code")->click();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return visibleText(window).find("We sent a 6-digit code") != std::string::npos; },
+        10000))
+        << visibleText(window);
+
+    QString code;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            for (const auto& name : QDir(mailbox + "/new").entryList(QDir::Files)) {
+                QFile mail(mailbox + "/new/" + name);
+                mail.open(QIODevice::ReadOnly);
+                const auto found =
+                    QRegularExpression("sign-in code: (\\d{6})").match(mail.readAll());
+                if (found.hasMatch())
+                    code = found.captured(1);
+            }
+            return !code.isEmpty();
+        },
+        10000));
+    // A wrong code first: the user's words, and still waiting for the right one.
+    QLineEdit* codeField = field("6-digit code");
+    codeField->setText(code == "000000" ? "111111" : "000000");
+    child<QPushButton>(window, "Sign in")->click();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            return visibleText(window).find("The code is wrong or expired.") != std::string::npos;
+        },
+        10000))
+        << visibleText(window);
+    codeField->setText(code);
+    child<QPushButton>(window, "Sign in")->click();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return controller.cloudAccount()->isSignedIn(); }, 10000))
+        << visibleText(window);
+    QTest::qWait(20);
+    EXPECT_NE(visibleText(window).find("Signed in as ada@example.org"), std::string::npos);
+    EXPECT_EQ(visibleText(window).find("wrong or expired"), std::string::npos);
+    smtp.terminate();
+    smtp.waitForFinished(5000);
 }
 
 } // namespace
