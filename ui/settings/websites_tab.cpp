@@ -97,9 +97,10 @@ WebsitesTab::WebsitesTab(cloud::WebsiteMonitor* monitor, QWidget* parent)
     keyword_ = new QLineEdit;
     keyword_->setPlaceholderText("Text on the page (optional)");
     add_ = new QPushButton("Add");
-    fields->addWidget(address_, 3);
-    fields->addWidget(name_, 2);
-    fields->addWidget(keyword_, 2);
+    // The address gets a row of its own: it is the one field that is often long.
+    layout->addWidget(address_);
+    fields->addWidget(name_, 1);
+    fields->addWidget(keyword_, 1);
     fields->addWidget(add_);
     layout->addLayout(fields);
     inputError_ = wrappedLabel({}, Theme::errorText(palette()));
