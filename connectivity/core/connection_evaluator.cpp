@@ -1,0 +1,66 @@
+#include "connectivity/core/connection_evaluator.h"
+
+namespace ravo::connectivity {
+
+namespace {
+
+template <typename T> bool is(const std::optional<ConnectionState>& state) {
+    return state && std::holds_alternative<T>(*state);
+}
+
+} // namespace
+
+std::optional<ConnectionState> ConnectionEvaluator::recordLink(bool up) {
+    slowStreak = goodStreak = failedStreak = 0;
+    if (!up) {
+        if (state == ConnectionState{Offline{false}})
+            return std::nullopt;
+        state = Offline{false};
+        return state;
+    }
+    // A network without internet stays so until a probe says otherwise.
+    if (is<Online>(state) || state == ConnectionState{Offline{true}})
+        return std::nullopt;
+    state = Online{};
+    return state;
+}
+
+std::optional<ConnectionState> ConnectionEvaluator::record(bool linkUp,
+                                                           std::optional<LatencySummary> probe) {
+    if (!linkUp) {
+        slowStreak = goodStreak = failedStreak = 0;
+        if (state == ConnectionState{Offline{false}})
+            return std::nullopt;
+        state = Offline{false};
+        return state;
+    }
+    if (!probe) {
+        goodStreak = 0;
+        ++failedStreak;
+        if (failedStreak < 2 || state == ConnectionState{Offline{true}})
+            return std::nullopt;
+        state = Offline{true};
+        return state;
+    }
+    failedStreak = 0;
+    if (probe->meanMs > kSlowLatencyMs || probe->jitterMs > kSlowJitterMs) {
+        ++slowStreak;
+        goodStreak = 0;
+        if (slowStreak < 2 || is<Degraded>(state))
+            return std::nullopt;
+        state = Degraded{probe->meanMs, probe->jitterMs};
+        return state;
+    }
+    slowStreak = 0;
+    ++goodStreak;
+    if (is<Online>(state) || (is<Degraded>(state) && goodStreak < 2))
+        return std::nullopt;
+    state = Online{};
+    return state;
+}
+
+bool ConnectionEvaluator::isSettled() const {
+    return is<Online>(state) && slowStreak == 0 && failedStreak == 0;
+}
+
+} // namespace ravo::connectivity
