@@ -10,37 +10,34 @@ template <typename T> bool is(const std::optional<ConnectionState>& state) {
 
 } // namespace
 
+std::optional<ConnectionState> ConnectionEvaluator::becomes(ConnectionState next) {
+    state = next;
+    return state;
+}
+
 std::optional<ConnectionState> ConnectionEvaluator::recordLink(bool up) {
     slowStreak = goodStreak = failedStreak = 0;
     if (!up) {
         if (state == ConnectionState{Offline{false}})
             return std::nullopt;
-        state = Offline{false};
-        return state;
+        return becomes(Offline{false});
     }
     // A network without internet stays so until a probe says otherwise.
     if (is<Online>(state) || state == ConnectionState{Offline{true}})
         return std::nullopt;
-    state = Online{};
-    return state;
+    return becomes(Online{});
 }
 
 std::optional<ConnectionState> ConnectionEvaluator::record(bool linkUp,
                                                            std::optional<LatencySummary> probe) {
-    if (!linkUp) {
-        slowStreak = goodStreak = failedStreak = 0;
-        if (state == ConnectionState{Offline{false}})
-            return std::nullopt;
-        state = Offline{false};
-        return state;
-    }
+    if (!linkUp)
+        return recordLink(false);
     if (!probe) {
         goodStreak = 0;
         ++failedStreak;
         if (failedStreak < 2 || state == ConnectionState{Offline{true}})
             return std::nullopt;
-        state = Offline{true};
-        return state;
+        return becomes(Offline{true});
     }
     failedStreak = 0;
     if (probe->meanMs > kSlowLatencyMs || probe->jitterMs > kSlowJitterMs) {
@@ -48,15 +45,13 @@ std::optional<ConnectionState> ConnectionEvaluator::record(bool linkUp,
         goodStreak = 0;
         if (slowStreak < 2 || is<Degraded>(state))
             return std::nullopt;
-        state = Degraded{probe->meanMs, probe->jitterMs};
-        return state;
+        return becomes(Degraded{probe->meanMs, probe->jitterMs});
     }
     slowStreak = 0;
     ++goodStreak;
     if (is<Online>(state) || (is<Degraded>(state) && goodStreak < 2))
         return std::nullopt;
-    state = Online{};
-    return state;
+    return becomes(Online{});
 }
 
 bool ConnectionEvaluator::isSettled() const {

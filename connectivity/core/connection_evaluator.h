@@ -27,6 +27,9 @@ struct ConnectionEvaluator {
 
     // A suspected problem is checked again sooner.
     bool isSettled() const;
+
+private:
+    std::optional<ConnectionState> becomes(ConnectionState next);
 };
 
 } // namespace ravo::connectivity

@@ -6,7 +6,7 @@ namespace ravo::connectivity {
 
 namespace {
 
-// Whole milliseconds; a figure that is not a number is left out rather than printed.
+// Whole milliseconds; a figure that is not a number shows as "?", never as nan or inf.
 std::string wholeMs(double ms) {
     if (!std::isfinite(ms))
         return "?";

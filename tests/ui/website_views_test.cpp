@@ -46,6 +46,30 @@ template <typename T> T* child(QWidget& root, const QString& text) {
     return nullptr;
 }
 
+QLineEdit* fieldWithHint(QWidget& root, const QString& hint) {
+    for (auto* field : root.findChildren<QLineEdit*>())
+        if (field->placeholderText() == hint)
+            return field;
+    ADD_FAILURE() << "no field " << hint.toStdString();
+    return nullptr;
+}
+
+// The app's controller with the cloud services of a signed-out user in `home`.
+std::unique_ptr<app::AppController> makeController(const ravo::testing::TemporaryHome& home,
+                                                   QSettings& settings,
+                                                   UserNotifications& notifications,
+                                                   std::chrono::milliseconds pollInterval) {
+    app::AppController::Services services;
+    services.cloud = {std::make_shared<ravo::testing::MemorySecretStore>(),
+                      std::make_shared<cloud::NetworkTransport>()};
+    services.notifications = &notifications;
+    services.websites.pollInterval = pollInterval;
+    services.websites.widgetFile = home.path() / "websites.json";
+    return std::make_unique<app::AppController>(
+        &settings, sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
+        std::move(services));
+}
+
 // A signed-in app against the real ravo-server, checking three loopback sites every second:
 // one up, one answering 503, and one switched off.
 class WebsiteViewsTest : public ::testing::Test {
@@ -54,15 +78,7 @@ protected:
         ASSERT_NO_FATAL_FAILURE(server.start({"--check-minute", "1", "--check-timeout", "1"}));
         settings.setValue(cloud::CloudAccount::kServerKey, server.origin());
         settings.setValue("websiteCheckIntervalMinutes", 1);
-        app::AppController::Services services;
-        services.cloud = {std::make_shared<ravo::testing::MemorySecretStore>(),
-                          std::make_shared<cloud::NetworkTransport>()};
-        services.notifications = &notifications;
-        services.websites.pollInterval = std::chrono::milliseconds(300);
-        services.websites.widgetFile = home.path() / "websites.json";
-        controller = std::make_unique<app::AppController>(
-            &settings, sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
-            std::move(services));
+        controller = makeController(home, settings, notifications, std::chrono::milliseconds(300));
         account = controller->cloudAccount();
         monitor = controller->websiteMonitor();
         QCoro::waitFor(account->signIn(ravo::testing::RavoServerProcess::kEmail,
@@ -128,10 +144,8 @@ TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
 
     // Input errors appear under the fields, and nothing is added.
     auto* tab = window.findChild<WebsitesTab*>();
-    auto* address = window.findChildren<QLineEdit*>().at(0);
-    for (auto* field : tab->findChildren<QLineEdit*>())
-        if (field->placeholderText().startsWith("example.com"))
-            address = field;
+    QLineEdit* address = fieldWithHint(*tab, "example.com or https://example.com/health/");
+    ASSERT_NE(address, nullptr);
     address->setText("ftp://example.org");
     EXPECT_FALSE(tab->addFromFields());
     EXPECT_NE(visibleText(window).find("Enter a web address such as example.com"),
@@ -224,25 +238,15 @@ TEST(AccountTab, SignsInWithTheMailedCode) {
     QSettings settings{QString::fromStdString((home.path() / "ravo.conf").string()),
                        QSettings::IniFormat};
     SilentNotifications notifications;
-    app::AppController::Services services;
-    services.cloud = {std::make_shared<ravo::testing::MemorySecretStore>(),
-                      std::make_shared<cloud::NetworkTransport>()};
-    services.notifications = &notifications;
-    services.websites.widgetFile = home.path() / "websites.json";
-    app::AppController controller(&settings,
-                                  sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
-                                  std::move(services));
-    SettingsWindow window(&controller);
+    const auto controller = makeController(home, settings, notifications, std::chrono::seconds(60));
+    SettingsWindow window(controller.get());
     window.resize(720, 560);
     window.show();
     window.tabs()->setCurrentIndex(SettingsWindow::kAccountTab);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    const auto field = [&](const QString& placeholder) {
-        for (auto* line : window.findChildren<QLineEdit*>())
-            if (line->placeholderText() == placeholder)
-                return line;
-        ADD_FAILURE() << "no field " << placeholder.toStdString();
-        return window.findChild<QLineEdit*>();
+    const auto field = [&](const QString& hint) {
+        QLineEdit* found = fieldWithHint(window, hint);
+        return found ? found : window.findChild<QLineEdit*>();
     };
 
     QLineEdit* address = field("https://ravo.example.org");
@@ -281,7 +285,7 @@ TEST(AccountTab, SignsInWithTheMailedCode) {
         << visibleText(window);
     codeField->setText(code);
     child<QPushButton>(window, "Sign in")->click();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return controller.cloudAccount()->isSignedIn(); }, 10000))
+    ASSERT_TRUE(QTest::qWaitFor([&] { return controller->cloudAccount()->isSignedIn(); }, 10000))
         << visibleText(window);
     QTest::qWait(20);
     EXPECT_NE(visibleText(window).find("Signed in as ada@example.org"), std::string::npos);

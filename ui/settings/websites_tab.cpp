@@ -53,11 +53,8 @@ WebsitesTab::WebsitesTab(cloud::WebsiteMonitor* monitor, QWidget* parent)
     connect(list_, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item, int column) {
         if (syncing_ || column != 0)
             return;
-        // Queued: the change rebuilds the list, and Qt is still inside this item.
-        const bool enabled = item->checkState(0) == Qt::Checked;
-        const std::string id = item->data(0, kIDRole).toString().toStdString();
-        QMetaObject::invokeMethod(
-            this, [this, enabled, id] { monitor_->setEnabled(enabled, id); }, Qt::QueuedConnection);
+        monitor_->setEnabled(item->checkState(0) == Qt::Checked,
+                             item->data(0, kIDRole).toString().toStdString());
     });
     connect(list_, &QTreeWidget::itemDoubleClicked, this, &WebsitesTab::showHistory);
 
@@ -148,11 +145,18 @@ void WebsitesTab::showHistory() {
 
 void WebsitesTab::sync() {
     syncing_ = true;
+    // Rows are updated in place: a change can arrive while Qt is still inside a row (its
+    // check box was clicked), and the selection and scroll position stay where they were.
     const std::string selected = selectedID();
-    list_->clear();
-    for (const auto& site : monitor_->sites()) {
+    const auto& sites = monitor_->sites();
+    while (list_->topLevelItemCount() > int(sites.size()))
+        delete list_->takeTopLevelItem(list_->topLevelItemCount() - 1);
+    while (list_->topLevelItemCount() < int(sites.size()))
+        new QTreeWidgetItem(list_);
+    for (int row = 0; row < int(sites.size()); ++row) {
+        const cloud::MonitoredSite& site = sites[std::size_t(row)];
         const cloud::SiteState state = monitor_->state(site.id);
-        auto* item = new QTreeWidgetItem(list_);
+        QTreeWidgetItem* item = list_->topLevelItem(row);
         item->setData(0, kIDRole, QString::fromStdString(site.id));
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
         item->setCheckState(0, site.isEnabled ? Qt::Checked : Qt::Unchecked);
@@ -165,8 +169,7 @@ void WebsitesTab::sync() {
         item->setIcon(2, look.dot);
         item->setText(3, look.detail);
         item->setToolTip(3, look.detail);
-        if (site.id == selected)
-            item->setSelected(true);
+        item->setSelected(site.id == selected);
     }
     const bool signedIn = monitor_->isSignedIn();
     signedOut_->setVisible(!signedIn);
