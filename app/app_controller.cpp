@@ -9,6 +9,8 @@
 #include "cloud/alert_notifier.h"
 #include "cloud/cloud_account.h"
 #include "cloud/telegram_settings.h"
+#include "connectivity/connection_watchdog.h"
+#include "connectivity/speed_test.h"
 #include "core/agent_detection.h"
 #include "core/group_settings.h"
 #include "metrics/system_monitor.h"
@@ -35,6 +37,16 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
     launchAtLogin_ = services_.loginItem && services_.loginItem->isEnabled();
     codexHooksNeedApproval_ = GroupSettings::readBool(GroupSettings::kCodexHooksNeedApproval);
     readsClaudeLimits_ = readBool(*defaults_, kClaudeStatusLineKey, true);
+    if (services_.pathMonitor) {
+        watchdog_ = std::make_unique<connectivity::ConnectionWatchdog>(
+            *defaults_,
+            connectivity::ConnectionWatchdog::Services{services_.pathMonitor,
+                                                       services_.notifications,
+                                                       {},
+                                                       services_.connectionSettledInterval,
+                                                       services_.connectionUnsettledInterval});
+    }
+    speedTest_ = std::make_unique<connectivity::SpeedTest>(*defaults_);
     if (services_.cloud.secrets && services_.cloud.transport) {
         alertNotifier_ =
             std::make_unique<cloud::AlertNotifier>(*defaults_, services_.notifications);
@@ -72,7 +84,11 @@ void AppController::start() {
     // The update checker starts here; when it requires an update nothing below starts.
     if (services_.systemMonitor)
         services_.systemMonitor->start();
-    // The connection watchdog and the settings sync take their places around these.
+    if (watchdog_) {
+        watchdog_->requestAuthorization();
+        watchdog_->start();
+    }
+    // The settings sync takes its place after the cloud session.
     if (websiteMonitor_) {
         alertNotifier_->requestAuthorization();
         websiteMonitor_->start();
@@ -90,6 +106,9 @@ void AppController::start() {
 
 void AppController::stop() {
     refreshLoop_->stop();
+    if (watchdog_)
+        watchdog_->stop();
+    speedTest_->cancel();
     if (services_.systemMonitor)
         services_.systemMonitor->stop();
     if (websiteMonitor_)

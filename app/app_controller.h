@@ -26,6 +26,11 @@ class AlertNotifier;
 class CloudAccount;
 class TelegramSettings;
 } // namespace ravo::cloud
+namespace ravo::connectivity {
+class ConnectionWatchdog;
+class NetworkPathMonitor;
+class SpeedTest;
+} // namespace ravo::connectivity
 namespace ravo::metrics {
 class SystemMonitor;
 }
@@ -49,6 +54,11 @@ public:
         usage::UsageRefresher* refresher = nullptr;
         usage::ClaudeUsageProbe* probe = nullptr;
         metrics::SystemMonitor* systemMonitor = nullptr;
+        // The watchdog watches the same path as the system monitor; without one, none.
+        connectivity::NetworkPathMonitor* pathMonitor = nullptr;
+        // How often the watchdog looks when all is well and when a problem is suspected.
+        std::chrono::milliseconds connectionSettledInterval{60'000};
+        std::chrono::milliseconds connectionUnsettledInterval{20'000};
         LoginItem* loginItem = nullptr;
         SleepWakeWatcher* sleepWake = nullptr;
         CrossProcessListener* listener = nullptr;
@@ -110,6 +120,9 @@ public:
     const std::optional<std::string>& claudeLimitsError() const { return claudeLimitsError_; }
     const std::optional<std::string>& sessionTrackingError() const { return sessionTrackingError_; }
     metrics::SystemMonitor* systemMonitor() const { return services_.systemMonitor; }
+    // Null when the controller was made without a path monitor.
+    connectivity::ConnectionWatchdog* connectionWatchdog() const { return watchdog_.get(); }
+    connectivity::SpeedTest* speedTest() const { return speedTest_.get(); }
     // Null when the controller was made without cloud services.
     cloud::AlertNotifier* alertNotifier() const { return alertNotifier_.get(); }
     cloud::CloudAccount* cloudAccount() const { return cloudAccount_.get(); }
@@ -142,6 +155,8 @@ private:
     bool codexHooksNeedApproval_ = false;
     std::optional<std::string> claudeLimitsError_;
     std::optional<std::string> sessionTrackingError_;
+    std::unique_ptr<connectivity::ConnectionWatchdog> watchdog_;
+    std::unique_ptr<connectivity::SpeedTest> speedTest_;
     std::unique_ptr<cloud::AlertNotifier> alertNotifier_;
     std::unique_ptr<cloud::CloudAccount> cloudAccount_;
     std::unique_ptr<cloud::TelegramSettings> telegram_;

@@ -20,6 +20,25 @@ namespace ravo::app {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// RAVO_CONNECTION_INTERVALS="6,3" shortens the watchdog's 60 s and 20 s, for tests that
+// walk a real link through its states.
+std::optional<std::pair<std::chrono::milliseconds, std::chrono::milliseconds>>
+connectionIntervalsFromEnvironment() {
+    const QStringList parts = qEnvironmentVariable("RAVO_CONNECTION_INTERVALS").split(',');
+    if (parts.size() != 2)
+        return std::nullopt;
+    bool settledOk = false, unsettledOk = false;
+    const int settled = parts[0].toInt(&settledOk), unsettled = parts[1].toInt(&unsettledOk);
+    if (!settledOk || !unsettledOk || settled < 1 || unsettled < 1)
+        return std::nullopt;
+    return std::pair{std::chrono::milliseconds(settled * 1000),
+                     std::chrono::milliseconds(unsettled * 1000)};
+}
+
+} // namespace
+
 bool AppServices::isInstalledCopy(const fs::path& executable) {
     std::error_code error;
     // A CMake build tree has its cache one folder above the programs.
@@ -52,6 +71,11 @@ AppServices::AppServices(QObject* parent)
     services.refresher = usage_.refresher.get();
     services.probe = usage_.probe.get();
     services.systemMonitor = monitor_;
+    services.pathMonitor = pathMonitor_;
+    if (const auto intervals = connectionIntervalsFromEnvironment()) {
+        services.connectionSettledInterval = intervals->first;
+        services.connectionUnsettledInterval = intervals->second;
+    }
     services.loginItem = loginItem_.get();
     services.sleepWake = sleepWake_;
     services.listener = listener_;

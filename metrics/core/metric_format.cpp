@@ -37,10 +37,7 @@ FormatLocale FormatLocale::fromEnvironment() {
     return {};
 }
 
-namespace {
-
-// Fixed notation with at most `digits` fraction digits, trailing zeros dropped.
-std::string number(double value, int digits, const FormatLocale& locale) {
+std::string MetricFormat::decimal(double value, int digits, const FormatLocale& locale) {
     if (value == 0)
         value = 0; // no "-0"
     char buffer[64];
@@ -56,6 +53,8 @@ std::string number(double value, int digits, const FormatLocale& locale) {
     }
     return text;
 }
+
+namespace {
 
 struct Scaled {
     double value;
@@ -92,7 +91,8 @@ std::string MetricFormat::bytes(std::uint64_t value, const FormatLocale& locale)
         scaled.value /= 1024.0;
         ++scaled.unit;
     }
-    return number(scaled.value, digits[scaled.unit], locale) + " " + units[scaled.unit];
+    return MetricFormat::decimal(scaled.value, digits[scaled.unit], locale) + " " +
+           units[scaled.unit];
 }
 
 std::string MetricFormat::rate(double bytesPerSecond, const FormatLocale& locale) {
@@ -107,7 +107,8 @@ std::string MetricFormat::rate(double bytesPerSecond, const FormatLocale& locale
         scaled.value /= 1000.0;
         ++scaled.unit;
     }
-    return number(scaled.value, digits[scaled.unit], locale) + " " + units[scaled.unit] + "/s";
+    return MetricFormat::decimal(scaled.value, digits[scaled.unit], locale) + " " +
+           units[scaled.unit] + "/s";
 }
 
 std::string MetricFormat::compactRate(double bytesPerSecond) {
@@ -130,7 +131,7 @@ std::string MetricFormat::compactRate(double bytesPerSecond) {
 }
 
 std::string MetricFormat::percent(double fraction, const FormatLocale& locale) {
-    const std::string digits = number(std::round(fraction * 100.0), 0, locale);
+    const std::string digits = MetricFormat::decimal(std::round(fraction * 100.0), 0, locale);
     if (locale.percentFirst)
         return "%" + digits;
     return digits + std::string(locale.percentSpace) + "%";
@@ -138,7 +139,7 @@ std::string MetricFormat::percent(double fraction, const FormatLocale& locale) {
 
 std::string MetricFormat::celsius(double degrees, const FormatLocale& locale) {
     // The narrow unit stays with the number in every locale.
-    return number(std::round(degrees), 0, locale) + "°C";
+    return MetricFormat::decimal(std::round(degrees), 0, locale) + "°C";
 }
 
 } // namespace ravo::metrics

@@ -20,6 +20,8 @@ struct FormatLocale {
 };
 
 namespace MetricFormat {
+// Fixed notation with at most `digits` fraction digits, trailing zeros dropped.
+std::string decimal(double value, int digits, const FormatLocale& locale = {});
 // Binary multiples, zero spelled out ("Zero KB"), KB without and MB with one fraction digit.
 std::string bytes(std::uint64_t value, const FormatLocale& locale = {});
 // Decimal multiples restricted to kB, MB and GB, followed by "/s".

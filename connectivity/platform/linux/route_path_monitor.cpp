@@ -73,13 +73,10 @@ bool RoutePathMonitor::useNetworkInformation() {
         return false;
     information_ = information;
     connect(information_, &QNetworkInformation::reachabilityChanged, this,
-            [this](QNetworkInformation::Reachability reachability) {
-                setOnline(reachability == QNetworkInformation::Reachability::Online ||
-                          reachability == QNetworkInformation::Reachability::Site);
-            });
-    const auto reachability = information_->reachability();
-    setOnline(reachability == QNetworkInformation::Reachability::Online ||
-              reachability == QNetworkInformation::Reachability::Site);
+            &RoutePathMonitor::readNetworkInformation);
+    connect(information_, &QNetworkInformation::isBehindCaptivePortalChanged, this,
+            &RoutePathMonitor::readNetworkInformation);
+    readNetworkInformation();
     return true;
 }
 
@@ -103,6 +100,20 @@ void RoutePathMonitor::openNetlink() {
         // A link change comes with a burst of route messages; read the table once after it.
         debounce_->start();
     });
+}
+
+void RoutePathMonitor::readNetworkInformation() {
+    if (!information_)
+        return;
+    const auto reachability = information_->reachability();
+    setOnline(reachability == QNetworkInformation::Reachability::Online ||
+              reachability == QNetworkInformation::Reachability::Site);
+    const bool blocked = online_ && (reachability == QNetworkInformation::Reachability::Site ||
+                                     information_->isBehindCaptivePortal());
+    if (blocked != blocked_) {
+        blocked_ = blocked;
+        emit internetBlockedChanged(blocked);
+    }
 }
 
 void RoutePathMonitor::reevaluate() {

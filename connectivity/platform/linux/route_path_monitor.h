@@ -12,7 +12,8 @@ class QTimer;
 
 namespace ravo::connectivity {
 
-// Online means the desktop's network manager says so or, without one, that a default route
+// Online means the desktop's network manager says so (its "limited" and "portal"
+// connectivity count as a link without the internet) or, without one, that a default route
 // exists over an interface other than loopback. Route changes arrive over netlink.
 class RoutePathMonitor final : public NetworkPathMonitor {
     Q_OBJECT
@@ -22,6 +23,7 @@ public:
     ~RoutePathMonitor() override;
 
     bool isOnline() const override { return online_; }
+    bool isInternetBlocked() const override { return blocked_; }
     void start() override;
     void stop() override;
 
@@ -30,11 +32,13 @@ public:
 
 private:
     void setOnline(bool online);
+    void readNetworkInformation();
     bool useNetworkInformation();
     void openNetlink();
 
     QString procRoot_;
     bool online_ = false;
+    bool blocked_ = false;
     bool running_ = false;
     int netlink_ = -1;
     QSocketNotifier* notifier_ = nullptr;

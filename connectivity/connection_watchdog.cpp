@@ -1,0 +1,227 @@
+#include "connectivity/connection_watchdog.h"
+
+#include "app/log_categories.h"
+#include "app/settings_values.h"
+#include "connectivity/continuous_timer.h"
+#include "connectivity/core/connection_notice.h"
+#include "connectivity/core/connection_text.h"
+#include "connectivity/core/network_probe.h"
+#include "connectivity/network_path_monitor.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+
+#include <thread>
+
+namespace ravo::connectivity {
+
+// Probes finish on a worker thread after the watchdog may be gone; they find it through
+// this, on the main thread.
+struct ConnectionWatchdog::Alive {
+    ConnectionWatchdog* watchdog;
+};
+
+namespace {
+
+ProbeAddress storedProbeAddress(const QSettings& defaults) {
+    const auto stored = defaults.value(ProbeAddress::kSettingsKey).toString().toStdString();
+    auto parsed = ProbeAddress::parse(stored.empty() ? ProbeAddress::kDefault : stored);
+    return parsed ? parsed.value() : ProbeAddress::parse(ProbeAddress::kDefault).value();
+}
+
+UserNotification notificationFor(const ConnectionState& state, const ConnectionNotice& notice) {
+    const bool offline = std::holds_alternative<Offline>(state);
+    return UserNotification{ConnectionNotice::kIdentifier,
+                            "connection",
+                            notice.title,
+                            notice.body,
+                            offline ? "network-offline" : "network-transmit-receive",
+                            offline ? "network.disconnected" : "network"};
+}
+
+} // namespace
+
+ConnectionWatchdog::ConnectionWatchdog(QSettings& defaults, Services services, QObject* parent)
+    : QObject(parent), defaults_(defaults), services_(std::move(services)),
+      timer_(new ContinuousTimer(this)), alive_(std::make_shared<Alive>(Alive{this})),
+      alertsEnabled_(app::readBool(defaults, kAlertsKey, true)),
+      latencyMonitoringEnabled_(app::readBool(defaults, kLatencyKey, true)),
+      probeAddress_(storedProbeAddress(defaults)) {
+    if (!services_.probe)
+        services_.probe = [](const ProbeAddress& address) {
+            return NetworkProbe::latency(address, 4);
+        };
+    connect(timer_, &ContinuousTimer::timeout, this, &ConnectionWatchdog::evaluate);
+}
+
+ConnectionWatchdog::~ConnectionWatchdog() {
+    alive_->watchdog = nullptr;
+}
+
+void ConnectionWatchdog::start() {
+    if (running_)
+        return;
+    running_ = true;
+    if (auto* path = services_.path) {
+        connect(path, &NetworkPathMonitor::onlineChanged, this, [this](bool up) {
+            apply(evaluator_.recordLink(up));
+            evaluate(); // a new path is checked at once
+        });
+        connect(path, &NetworkPathMonitor::internetBlockedChanged, this,
+                &ConnectionWatchdog::evaluate);
+        path->start();
+        apply(evaluator_.recordLink(path->isOnline()));
+    }
+    evaluate();
+}
+
+void ConnectionWatchdog::stop() {
+    running_ = false;
+    ++generation_; // a probe under way is forgotten
+    probing_ = false;
+    evaluateAgain_ = false;
+    timer_->stop();
+    if (services_.path)
+        disconnect(services_.path, nullptr, this, nullptr);
+}
+
+void ConnectionWatchdog::restart() {
+    if (!running_)
+        return;
+    stop();
+    evaluator_ = {};
+    published_.reset();
+    lastLatency_.reset();
+    emit stateChanged();
+    start();
+}
+
+void ConnectionWatchdog::requestAuthorization() {
+    if (services_.notifications)
+        services_.notifications->requestAuthorization([](const std::string& error) {
+            qCWarning(lcConnection).noquote()
+                << "Notification authorization failed:" << QString::fromStdString(error);
+        });
+}
+
+void ConnectionWatchdog::evaluate() {
+    if (!running_)
+        return;
+    timer_->stop();
+    const bool linkUp = !services_.path || services_.path->isOnline();
+    if (!latencyMonitoringEnabled_ || !linkUp) {
+        ++evaluations_;
+        apply(linkUp ? evaluator_.recordLink(true) : evaluator_.record(false, std::nullopt));
+        scheduleNext();
+        return;
+    }
+    if (probing_) {
+        evaluateAgain_ = true;
+        return;
+    }
+    probing_ = true;
+    const std::uint64_t generation = generation_;
+    std::weak_ptr<Alive> alive = alive_;
+    std::thread([probe = services_.probe, address = probeAddress_, alive, generation] {
+        auto result = probe(address);
+        auto* application = QCoreApplication::instance();
+        if (!application)
+            return;
+        QMetaObject::invokeMethod(
+            application,
+            [alive, generation, result] {
+                if (const auto live = alive.lock(); live && live->watchdog)
+                    live->watchdog->finishProbe(generation, result);
+            },
+            Qt::QueuedConnection);
+    }).detach();
+}
+
+void ConnectionWatchdog::finishProbe(std::uint64_t generation,
+                                     std::optional<LatencySummary> result) {
+    if (generation != generation_ || !running_)
+        return;
+    probing_ = false;
+    ++evaluations_;
+    const bool linkUp = !services_.path || services_.path->isOnline();
+    // A captive portal may well accept the connection; the network manager knows better.
+    if (services_.path && services_.path->isInternetBlocked())
+        result.reset();
+    if (result) {
+        lastLatency_ = result;
+        emit measured();
+    }
+    apply(evaluator_.record(linkUp, result));
+    if (evaluateAgain_) {
+        evaluateAgain_ = false;
+        evaluate();
+        return;
+    }
+    scheduleNext();
+}
+
+void ConnectionWatchdog::scheduleNext() {
+    if (running_)
+        timer_->start(evaluator_.isSettled() ? services_.settledInterval
+                                             : services_.unsettledInterval);
+}
+
+void ConnectionWatchdog::apply(std::optional<ConnectionState> next) {
+    if (!next)
+        return;
+    const std::optional<ConnectionState> previous = published_;
+    published_ = next;
+    qCInfo(lcConnection).noquote()
+        << "Connection state changed:" << QString::fromStdString(rawValue(*next));
+    emit stateChanged();
+    notify(*next, previous);
+}
+
+void ConnectionWatchdog::notify(const ConnectionState& state,
+                                const std::optional<ConnectionState>& previous) {
+    if (!alertsEnabled_ || !services_.notifications)
+        return;
+    // Starting up online is not a recovery.
+    if (!previous && std::holds_alternative<Online>(state))
+        return;
+    const auto notice = ConnectionNotice::of(state, previous);
+    if (!notice)
+        return;
+    services_.notifications->post(notificationFor(state, *notice), [](const std::string& error) {
+        qCWarning(lcConnection).noquote()
+            << "Notification failed:" << QString::fromStdString(error);
+    });
+}
+
+void ConnectionWatchdog::setAlertsEnabled(bool enabled) {
+    defaults_.setValue(kAlertsKey, enabled);
+    if (enabled == alertsEnabled_)
+        return;
+    alertsEnabled_ = enabled;
+    emit settingsChanged();
+    restart();
+}
+
+void ConnectionWatchdog::setLatencyMonitoringEnabled(bool enabled) {
+    defaults_.setValue(kLatencyKey, enabled);
+    if (enabled == latencyMonitoringEnabled_)
+        return;
+    latencyMonitoringEnabled_ = enabled;
+    emit settingsChanged();
+    restart();
+}
+
+Status ConnectionWatchdog::setProbeAddress(const std::string& text) {
+    auto parsed = ProbeAddress::parse(text);
+    if (!parsed)
+        return parsed.failure();
+    defaults_.setValue(ProbeAddress::kSettingsKey, QString::fromStdString(parsed->text()));
+    if (parsed.value() == probeAddress_)
+        return success();
+    probeAddress_ = std::move(parsed).value();
+    emit settingsChanged();
+    restart();
+    return success();
+}
+
+} // namespace ravo::connectivity

@@ -1,0 +1,50 @@
+#include "connectivity/core/speed_test_parser.h"
+
+#include "core/json_parse.h"
+
+#include <cmath>
+#include <initializer_list>
+
+namespace ravo::connectivity::SpeedTestParser {
+
+namespace {
+
+// The first key that holds a number; other value types count as missing.
+std::optional<double> firstNumber(const nlohmann::json& answer,
+                                  std::initializer_list<const char*> keys) {
+    for (const char* key : keys) {
+        const auto found = answer.find(key);
+        if (found != answer.end() && found->is_number())
+            return found->get<double>();
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<SpeedTestResult> result(const nlohmann::json& answer) {
+    if (!answer.is_object())
+        return std::nullopt;
+    SpeedTestResult result{firstNumber(answer, {"dl_throughput"}),
+                           firstNumber(answer, {"ul_throughput"}),
+                           firstNumber(answer, {"responsiveness", "dl_responsiveness"}),
+                           firstNumber(answer, {"base_rtt"})};
+    if (!result.downloadBitsPerSecond && !result.uploadBitsPerSecond)
+        return std::nullopt;
+    return result;
+}
+
+std::optional<SpeedTestResult> resultFromOutput(std::string_view output) {
+    const nlohmann::json answer = parseJsonOrDiscarded(output);
+    if (answer.is_discarded())
+        return std::nullopt;
+    return result(answer);
+}
+
+std::optional<std::string> megabits(double bitsPerSecond, const metrics::FormatLocale& locale) {
+    if (!std::isfinite(bitsPerSecond))
+        return std::nullopt;
+    return metrics::MetricFormat::decimal(bitsPerSecond / 1'000'000.0, 1, locale) + " Mb/s";
+}
+
+} // namespace ravo::connectivity::SpeedTestParser

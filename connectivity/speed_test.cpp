@@ -1,0 +1,123 @@
+#include "connectivity/speed_test.h"
+
+#include "app/log_categories.h"
+#include "connectivity/core/speed_test_parser.h"
+#include "usage/child_process_group.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QProcess>
+#include <QSettings>
+#include <QUrl>
+#include <qcoro/qcoroprocess.h>
+
+namespace ravo::connectivity {
+
+namespace {
+
+// The tool stops itself at its limit; this is for one that does not.
+constexpr std::chrono::seconds kGrace{20};
+
+} // namespace
+
+SpeedTest::SpeedTest(QSettings& defaults, QString program, QObject* parent)
+    : QObject(parent), defaults_(defaults), program_(std::move(program)) {}
+
+SpeedTest::~SpeedTest() {
+    cancel();
+}
+
+QString SpeedTest::defaultProgram() {
+#ifdef __APPLE__
+    return QStringLiteral("/usr/bin/networkQuality");
+#else
+    return QCoreApplication::applicationDirPath() + "/ravo-netquality";
+#endif
+}
+
+QString SpeedTest::server() const {
+    return defaults_.value(kServerKey).toString();
+}
+
+Result<QString> SpeedTest::configURL(const QString& text) {
+    const QString given = text.trimmed();
+    if (given.isEmpty())
+        return QString();
+    QUrl url(given, QUrl::StrictMode);
+    if (!url.isValid() || (url.scheme() != "http" && url.scheme() != "https") ||
+        url.host().isEmpty())
+        return Failure{"Enter the server's address with http:// or https://, such as "
+                       "https://ravo.example.org."};
+    // A Ravo server's own address leads to its configuration document.
+    if (url.path().isEmpty() || url.path() == "/")
+        url.setPath("/api/v1/speedtest/config");
+    return url.toString();
+}
+
+Status SpeedTest::setServer(const QString& text) {
+    const auto url = configURL(text);
+    if (!url)
+        return url.failure();
+    if (url->isEmpty())
+        defaults_.remove(kServerKey);
+    else
+        defaults_.setValue(kServerKey, *url);
+    return success();
+}
+
+void SpeedTest::setPhase(Phase phase) {
+    if (phase == phase_)
+        return;
+    phase_ = phase;
+    emit phaseChanged();
+}
+
+void SpeedTest::cancel() {
+    if (process_ && process_->state() != QProcess::NotRunning)
+        usage::killProcessGroup(*process_);
+}
+
+QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run() {
+    if (phase_ == Phase::measuring)
+        co_return std::nullopt;
+    setPhase(Phase::measuring);
+    QPointer<SpeedTest> self(this);
+    QStringList arguments{"-c", "-M", QString::number(kMaxSeconds)};
+    if (const QString url = server(); !url.isEmpty())
+        arguments << "--config" << url;
+    process_ = std::make_unique<QProcess>();
+    QProcess* process = process_.get();
+    process->setProgram(program_);
+    process->setArguments(arguments);
+    process->setProcessChannelMode(QProcess::SeparateChannels);
+    usage::startInOwnProcessGroup(*process);
+    process->start(QIODevice::ReadOnly);
+    const bool started = co_await qCoro(*process).waitForStarted(std::chrono::seconds(5));
+    bool finished = false;
+    if (started && self) {
+        const bool ended =
+            co_await qCoro(*process).waitForFinished(std::chrono::seconds(kMaxSeconds) + kGrace);
+        finished = ended;
+    }
+    if (!self)
+        co_return std::nullopt;
+    std::optional<SpeedTestResult> result;
+    if (!started) {
+        qCWarning(lcConnection).noquote()
+            << "The speed test did not start:" << process->errorString();
+    } else if (!finished) {
+        usage::killProcessGroup(*process);
+        qCWarning(lcConnection) << "The speed test ran past its limit";
+    } else if (process->exitStatus() != QProcess::NormalExit || process->exitCode() != 0) {
+        qCWarning(lcConnection).noquote()
+            << "The speed test failed:"
+            << QString::fromUtf8(process->readAllStandardError()).trimmed().left(400);
+    } else {
+        result = SpeedTestParser::resultFromOutput(process->readAllStandardOutput().toStdString());
+    }
+    lastResult_ = result;
+    setPhase(result ? Phase::finished : Phase::failed);
+    co_return result;
+}
+
+} // namespace ravo::connectivity

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "connectivity/core/speed_test_result.h"
+#include "core/result.h"
+
+#include <QObject>
+#include <QString>
+
+#include <qcoro/qcorotask.h>
+
+#include <memory>
+#include <optional>
+
+class QProcess;
+class QSettings;
+
+namespace ravo::connectivity {
+
+// Measures the connection on demand by running the platform's measuring tool (our own
+// ravo-netquality on Linux) and reading its machine-readable answer.
+class SpeedTest : public QObject {
+    Q_OBJECT
+public:
+    static constexpr const char* kServerKey = "speedTestServer";
+    static constexpr int kMaxSeconds = 30;
+    static constexpr const char* kFailedText = "The speed test failed.";
+    static constexpr const char* kMeasuringText = "Measuring… (about 20 s)";
+
+    enum class Phase { idle, measuring, finished, failed };
+
+    explicit SpeedTest(QSettings& defaults, QString program = defaultProgram(),
+                       QObject* parent = nullptr);
+    ~SpeedTest() override;
+
+    // Nothing when the test failed. A second call while one runs waits for nothing and
+    // gives nothing.
+    QCoro::Task<std::optional<SpeedTestResult>> run();
+    // Ends the measuring tool; the run then gives nothing.
+    void cancel();
+
+    Phase phase() const { return phase_; }
+    const std::optional<SpeedTestResult>& lastResult() const { return lastResult_; }
+
+    // The configuration URL of the server to measure against; empty for the public one.
+    QString server() const;
+    // A server's address ("https://ravo.example.org") or a configuration URL; empty text
+    // goes back to the public server.
+    Status setServer(const QString& text);
+    static Result<QString> configURL(const QString& text);
+
+    static QString defaultProgram();
+
+signals:
+    void phaseChanged();
+
+private:
+    void setPhase(Phase phase);
+
+    QSettings& defaults_;
+    QString program_;
+    std::unique_ptr<QProcess> process_;
+    Phase phase_ = Phase::idle;
+    std::optional<SpeedTestResult> lastResult_;
+};
+
+} // namespace ravo::connectivity
