@@ -61,6 +61,24 @@ Command accountCommand(const std::vector<std::string>& arguments) {
     return invalid(use);
 }
 
+Command speedTestCommand(const std::vector<std::string>& arguments) {
+    Command command;
+    command.kind = Command::Kind::speedTest;
+    std::vector<std::pair<std::string, std::string>> options;
+    if (!readOptions(arguments, 1, {"--server"}, {"--json"}, options)) {
+        command.kind = Command::Kind::invalid;
+        command.error = "Use: ravo speedtest [--server URL] [--json]";
+        return command;
+    }
+    for (const auto& [name, value] : options) {
+        if (name == "--server")
+            command.speedTest.server = value;
+        else
+            command.speedTest.json = true;
+    }
+    return command;
+}
+
 Command sitesCommand(const std::vector<std::string>& arguments) {
     const std::string use = "Use: ravo sites [--json] | sites add URL [--name NAME] "
                             "[--keyword TEXT] | sites remove ID|URL";
@@ -139,6 +157,8 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
         return accountCommand(arguments);
     if (word == "sites")
         return sitesCommand(arguments);
+    if (word == "speedtest")
+        return speedTestCommand(arguments);
     command.kind = Command::Kind::invalid;
     command.error = "Unknown command: " + word;
     return command;
@@ -152,7 +172,8 @@ std::string usageText() {
            "\n"
            "Commands:\n"
            "  ravo://...        hand a link to the running Ravo\n"
-           "  status [--json]   print one reading of the machine and the AI limits, and exit\n"
+           "  status [--json]   print one reading of the machine, the AI limits and the\n"
+           "                    connection, and exit\n"
            "  sessions [--json] list the agent sessions, newest first\n"
            "  hooks install|uninstall|status\n"
            "                    track Claude Code and Codex sessions, stop, or check the hooks\n"
@@ -165,6 +186,9 @@ std::string usageText() {
            "  sites [--json]    your monitored websites and how they are\n"
            "  sites add URL [--name NAME] [--keyword TEXT]\n"
            "  sites remove ID|URL\n"
+           "  speedtest [--server URL] [--json]\n"
+           "                    measure download, upload and responsiveness, against a\n"
+           "                    public server or your Ravo server\n"
            "  --version         print the version\n"
            "  --help            print this text\n";
 }

@@ -17,6 +17,7 @@ struct Command {
         sessions,
         account,
         sites,
+        speedTest,
         help,
         version,
         invalid
@@ -27,6 +28,7 @@ struct Command {
     std::string error;
     AccountRequest account;
     SitesRequest sites;
+    SpeedTestRequest speedTest;
     bool operator==(const Command&) const = default;
 };
 

@@ -31,6 +31,13 @@ struct SitesRequest {
     bool operator==(const SitesRequest&) const = default;
 };
 int runSitesCommand(const SitesRequest& request);
+// ravo speedtest [--server URL] [--json]
+struct SpeedTestRequest {
+    std::optional<std::string> server;
+    bool json = false;
+    bool operator==(const SpeedTestRequest&) const = default;
+};
+int runSpeedTestCommand(const SpeedTestRequest& request);
 int runTerminalDashboard();
 // The tray application; `openURL` is a ravo:// link to hand over, or empty.
 int runDesktop(int argc, char** argv, const std::string& openURL);

@@ -66,6 +66,13 @@ int main(int argc, char** argv) {
         return command.kind == Command::Kind::account ? runAccountCommand(command.account)
                                                       : runSitesCommand(command.sites);
     }
+    case Command::Kind::speedTest: {
+        QCoreApplication application(argc, argv);
+        QCoreApplication::setApplicationName("Ravo");
+        installCoreLogSink();
+        quietLogUnlessAsked();
+        return runSpeedTestCommand(command.speedTest);
+    }
     case Command::Kind::run:
     case Command::Kind::open: {
         const std::string url = command.arguments.empty() ? "" : command.arguments.front();

@@ -3,6 +3,10 @@
 #include "app/settings_values.h"
 #include "app/status_report.h"
 #include "cloud/websites_status_reader.h"
+#include "connectivity/connection_watchdog.h"
+#include "connectivity/core/connection_evaluator.h"
+#include "connectivity/core/network_probe.h"
+#include "connectivity/network_info_reader.h"
 #include "core/paths.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_sampler.h"
@@ -13,7 +17,10 @@
 
 #include <qcoro/qcorotask.h>
 
+#include <QSettings>
 #include <iostream>
+
+#include <future>
 #include <thread>
 
 namespace ravo::app {
@@ -26,8 +33,13 @@ int runStatusCommand(bool json) {
     sampler.sample(SampleRequest::all());
     const auto started = std::chrono::steady_clock::now();
     StatusReport report;
+    auto settings = openUserSettings();
+    // The probe waits on the network; it runs while the rest is read.
+    const auto probeAddress = connectivity::ConnectionWatchdog::storedProbeAddress(*settings);
+    auto probe = std::async(std::launch::async, [probeAddress] {
+        return connectivity::NetworkProbe::latency(probeAddress, 4);
+    });
     if (const auto home = paths::home()) {
-        auto settings = openUserSettings();
         auto live = usage::makeLiveUsage(settings.get(), *home);
         report.usage = QCoro::waitFor(live.refresher->refresh());
         const auto cloud = CloudServices::forThisComputer();
@@ -38,6 +50,11 @@ int runStatusCommand(bool json) {
     report.sessions = sessions::SessionList::newestFirst(sessions::SessionStore::loadAll());
     std::this_thread::sleep_until(started + std::chrono::seconds(1));
     report.system = sampler.sample(SampleRequest::all());
+    report.network = connectivity::NetworkInfoReader::read();
+    const auto latency = probe.get();
+    report.connection = ConnectionReport{
+        connectivity::ConnectionEvaluator::verdictOf(report.network->bsdName.has_value(), latency),
+        latency, probeAddress.text()};
     if (json)
         std::cout << statusJsonText(report) << std::endl;
     else

@@ -1,10 +1,13 @@
 #include "app/status_report.h"
 
+#include "connectivity/core/connection_text.h"
 #include "metrics/core/metric_summary.h"
 #include "metrics/core/system_reading_json.h"
 #include "sessions/core/session_list.h"
 #include "usage/core/snapshot_json.h"
 #include "usage/core/usage_text.h"
+
+#include <cmath>
 
 namespace ravo::app {
 
@@ -24,6 +27,22 @@ nlohmann::json statusJson(const StatusReport& report, std::vector<JsonExactNumbe
         json["sessions"] = sessions::SessionList::toReadableJson(*report.sessions);
     if (report.websites)
         json["websites"] = cloud::toJson(*report.websites);
+    if (report.connection) {
+        const auto& connection = *report.connection;
+        const auto figure = [](std::optional<double> value) {
+            return value && std::isfinite(*value) ? nlohmann::json(*value)
+                                                  : nlohmann::json(nullptr);
+        };
+        json["connection"] = {
+            {"state", connectivity::rawValue(connection.state)},
+            {"latencyMs",
+             figure(connection.latency ? std::optional(connection.latency->meanMs) : std::nullopt)},
+            {"jitterMs", figure(connection.latency ? std::optional(connection.latency->jitterMs)
+                                                   : std::nullopt)},
+            {"probe", connection.probeAddress}};
+    }
+    if (report.network)
+        json["network"] = connectivity::toJson(*report.network);
     return json;
 }
 
@@ -43,6 +62,29 @@ std::string usageText(const usage::UsageSnapshot& snapshot, TimePoint now) {
         text += "  " + usage::UsageText::planLine(entry) + "\n";
         for (const auto& line : usage::UsageText::describe(entry, now))
             text += "    " + line + "\n";
+    }
+    return text;
+}
+
+std::string connectionText(const StatusReport& report) {
+    std::string text = "\nConnection\n";
+    if (const auto& connection = report.connection) {
+        text += "  " + connectivity::headline(connection->state);
+        if (const auto& latency = connection->latency;
+            latency && std::isfinite(latency->meanMs) && std::isfinite(latency->jitterMs))
+            text += "  latency " + std::to_string(std::llround(latency->meanMs)) + " ms, jitter " +
+                    std::to_string(std::llround(latency->jitterMs)) + " ms";
+        text += " (to " + connection->probeAddress + ")\n";
+    }
+    if (const auto& network = report.network; network && network->bsdName) {
+        text += "  " + network->displayName.value_or("Network") + " " + *network->bsdName;
+        if (network->localIPv4)
+            text += "  " + *network->localIPv4;
+        if (network->macAddress)
+            text += "  " + *network->macAddress;
+        if (network->wifiRSSI)
+            text += "  " + std::to_string(*network->wifiRSSI) + " dBm";
+        text += "\n";
     }
     return text;
 }
@@ -73,6 +115,8 @@ std::string statusText(const StatusReport& report, const FormatLocale& locale) {
         for (const auto& session : *report.sessions)
             text += "  " + sessions::SessionList::line(session, report.system.date) + "\n";
     }
+    if (report.connection || report.network)
+        text += connectionText(report);
     if (report.websites) {
         text += "\nWebsites\n";
         for (const auto& line : cloud::lines(*report.websites))

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "cloud/core/websites_status.h"
+#include "connectivity/core/connection_state.h"
+#include "connectivity/core/latency_math.h"
+#include "connectivity/core/network_interface_info.h"
 #include "core/json_exact_number.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
@@ -16,11 +19,21 @@
 // to the text.
 namespace ravo::app {
 
+// One look at the connection: the verdict, the probe's figures and where it went.
+struct ConnectionReport {
+    connectivity::ConnectionState state;
+    std::optional<connectivity::LatencySummary> latency;
+    std::string probeAddress;
+    bool operator==(const ConnectionReport&) const = default;
+};
+
 struct StatusReport {
     metrics::SystemReading system;
     std::optional<usage::UsageSnapshot> usage;
     std::optional<std::vector<sessions::AgentSession>> sessions; // newest first
     std::optional<cloud::WebsitesStatus> websites;
+    std::optional<ConnectionReport> connection;
+    std::optional<connectivity::NetworkInterfaceInfo> network;
 };
 
 // The report as `ravo status --json` prints it, credit balances exact.

@@ -23,12 +23,6 @@ struct ConnectionWatchdog::Alive {
 
 namespace {
 
-ProbeAddress storedProbeAddress(const QSettings& defaults) {
-    const auto stored = defaults.value(ProbeAddress::kSettingsKey).toString().toStdString();
-    auto parsed = ProbeAddress::parse(stored.empty() ? ProbeAddress::kDefault : stored);
-    return parsed ? parsed.value() : ProbeAddress::parse(ProbeAddress::kDefault).value();
-}
-
 UserNotification notificationFor(const ConnectionState& state, const ConnectionNotice& notice) {
     const bool offline = std::holds_alternative<Offline>(state);
     return UserNotification{ConnectionNotice::kIdentifier,
@@ -40,6 +34,12 @@ UserNotification notificationFor(const ConnectionState& state, const ConnectionN
 }
 
 } // namespace
+
+ProbeAddress ConnectionWatchdog::storedProbeAddress(const QSettings& defaults) {
+    const auto stored = defaults.value(ProbeAddress::kSettingsKey).toString().toStdString();
+    auto parsed = ProbeAddress::parse(stored.empty() ? ProbeAddress::kDefault : stored);
+    return parsed ? parsed.value() : ProbeAddress::parse(ProbeAddress::kDefault).value();
+}
 
 ConnectionWatchdog::ConnectionWatchdog(QSettings& defaults, Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), services_(std::move(services)),

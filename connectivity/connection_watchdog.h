@@ -60,6 +60,8 @@ public:
     bool latencyMonitoringEnabled() const { return latencyMonitoringEnabled_; }
     void setLatencyMonitoringEnabled(bool enabled);
     const ProbeAddress& probeAddress() const { return probeAddress_; }
+    // The setting as stored, the default where it is missing or unreadable.
+    static ProbeAddress storedProbeAddress(const QSettings& defaults);
     Status setProbeAddress(const std::string& text);
 
 signals:

@@ -77,13 +77,13 @@ void SpeedTest::cancel() {
         usage::killProcessGroup(*process_);
 }
 
-QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run() {
+QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString> configURL) {
     if (phase_ == Phase::measuring)
         co_return std::nullopt;
     setPhase(Phase::measuring);
     QPointer<SpeedTest> self(this);
     QStringList arguments{"-c", "-M", QString::number(kMaxSeconds)};
-    if (const QString url = server(); !url.isEmpty())
+    if (const QString url = configURL.value_or(server()); !url.isEmpty())
         arguments << "--config" << url;
     process_ = std::make_unique<QProcess>();
     QProcess* process = process_.get();

@@ -33,8 +33,8 @@ public:
     ~SpeedTest() override;
 
     // Nothing when the test failed. A second call while one runs waits for nothing and
-    // gives nothing.
-    QCoro::Task<std::optional<SpeedTestResult>> run();
+    // gives nothing. `configURL` measures against another server than the setting's, once.
+    QCoro::Task<std::optional<SpeedTestResult>> run(std::optional<QString> configURL = {});
     // Ends the measuring tool; the run then gives nothing.
     void cancel();
 

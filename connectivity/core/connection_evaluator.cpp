@@ -40,7 +40,7 @@ std::optional<ConnectionState> ConnectionEvaluator::record(bool linkUp,
         return becomes(Offline{true});
     }
     failedStreak = 0;
-    if (probe->meanMs > kSlowLatencyMs || probe->jitterMs > kSlowJitterMs) {
+    if (isSlow(*probe)) {
         ++slowStreak;
         goodStreak = 0;
         if (slowStreak < 2 || is<Degraded>(state))
@@ -52,6 +52,16 @@ std::optional<ConnectionState> ConnectionEvaluator::record(bool linkUp,
     if (is<Online>(state) || (is<Degraded>(state) && goodStreak < 2))
         return std::nullopt;
     return becomes(Online{});
+}
+
+ConnectionState ConnectionEvaluator::verdictOf(bool linkUp, std::optional<LatencySummary> probe) {
+    if (!linkUp)
+        return Offline{false};
+    if (!probe)
+        return Offline{true};
+    if (isSlow(*probe))
+        return Degraded{probe->meanMs, probe->jitterMs};
+    return Online{};
 }
 
 bool ConnectionEvaluator::isSettled() const {

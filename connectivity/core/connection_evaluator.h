@@ -25,6 +25,13 @@ struct ConnectionEvaluator {
     // `probe` is absent when no connection could be set up.
     std::optional<ConnectionState> record(bool linkUp, std::optional<LatencySummary> probe);
 
+    // Strictly above either threshold: 250.0 ms with 80.0 ms jitter is still good.
+    static bool isSlow(const LatencySummary& probe) {
+        return probe.meanMs > kSlowLatencyMs || probe.jitterMs > kSlowJitterMs;
+    }
+    // A single look without history, for a one-off report: no streaks to wait for.
+    static ConnectionState verdictOf(bool linkUp, std::optional<LatencySummary> probe);
+
     // A suspected problem is checked again sooner.
     bool isSettled() const;
 

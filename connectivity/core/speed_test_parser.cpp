@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <initializer_list>
+#include <nlohmann/json.hpp>
 
 namespace ravo::connectivity::SpeedTestParser {
 
@@ -39,6 +40,16 @@ std::optional<SpeedTestResult> resultFromOutput(std::string_view output) {
     if (answer.is_discarded())
         return std::nullopt;
     return result(answer);
+}
+
+nlohmann::json toJson(const SpeedTestResult& result) {
+    auto figure = [](const std::optional<double>& value) {
+        return value && std::isfinite(*value) ? nlohmann::json(*value) : nlohmann::json(nullptr);
+    };
+    return {{"downloadBitsPerSecond", figure(result.downloadBitsPerSecond)},
+            {"uploadBitsPerSecond", figure(result.uploadBitsPerSecond)},
+            {"responsivenessRPM", figure(result.responsivenessRPM)},
+            {"baseRTTMilliseconds", figure(result.baseRTTMilliseconds)}};
 }
 
 std::optional<std::string> megabits(double bitsPerSecond, const metrics::FormatLocale& locale) {

@@ -7,7 +7,8 @@ namespace {
 
 TEST(CommandLine, RecognisesCommandsAndOptions) {
     EXPECT_EQ(parseCommandLine({}).kind, Command::Kind::run);
-    EXPECT_EQ(parseCommandLine({"status"}), (Command{Command::Kind::status, false, {}, "", {}, {}}));
+    EXPECT_EQ(parseCommandLine({"status"}),
+              (Command{Command::Kind::status, false, {}, "", {}, {}, {}}));
     EXPECT_TRUE(parseCommandLine({"status", "--json"}).json);
     EXPECT_EQ(parseCommandLine({"--help"}).kind, Command::Kind::help);
     EXPECT_EQ(parseCommandLine({"--version"}).kind, Command::Kind::version);
@@ -28,23 +29,27 @@ TEST(CommandLine, AccountAndSitesTakeTheirWordsAndOptions) {
     EXPECT_EQ(signin.kind, Command::Kind::account);
     EXPECT_EQ(signin.account,
               (AccountRequest{"signin", "https://ravo.example.org", "a@b.org", false}));
-    EXPECT_TRUE(
-        parseCommandLine({"account", "signin", "--email", "a@b.org", "--password-stdin"})
-            .account.passwordFromStandardInput);
+    EXPECT_TRUE(parseCommandLine({"account", "signin", "--email", "a@b.org", "--password-stdin"})
+                    .account.passwordFromStandardInput);
     EXPECT_EQ(parseCommandLine({"account", "status"}).account.action, "status");
     for (const std::vector<std::string>& wrong :
-         {std::vector<std::string>{"account"}, {"account", "signin"},
-          {"account", "signin", "--email"}, {"account", "signout", "now"},
+         {std::vector<std::string>{"account"},
+          {"account", "signin"},
+          {"account", "signin", "--email"},
+          {"account", "signout", "now"},
           {"account", "signin", "--email", "a@b.org", "--pasword-stdin"}})
         EXPECT_EQ(parseCommandLine(wrong).kind, Command::Kind::invalid) << wrong.size();
 
     EXPECT_TRUE(parseCommandLine({"sites", "--json"}).sites.json);
-    EXPECT_EQ(parseCommandLine({"sites", "add", "example.com", "--keyword", "Hi", "--name", "Ex"})
-                  .sites,
-              (SitesRequest{"add", false, "example.com", "Ex", "Hi"}));
+    EXPECT_EQ(
+        parseCommandLine({"sites", "add", "example.com", "--keyword", "Hi", "--name", "Ex"}).sites,
+        (SitesRequest{"add", false, "example.com", "Ex", "Hi"}));
     EXPECT_EQ(parseCommandLine({"sites", "remove", "example.com"}).sites.action, "remove");
     EXPECT_EQ(parseCommandLine({"sites", "add"}).kind, Command::Kind::invalid);
     EXPECT_EQ(parseCommandLine({"sites", "add", "x", "--name"}).kind, Command::Kind::invalid);
+    EXPECT_EQ(parseCommandLine({"speedtest", "--json", "--server", "https://r.example"}).speedTest,
+              (SpeedTestRequest{"https://r.example", true}));
+    EXPECT_EQ(parseCommandLine({"speedtest", "--server"}).kind, Command::Kind::invalid);
 }
 
 } // namespace

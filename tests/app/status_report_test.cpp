@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace ravo::app {
 namespace {
 
@@ -14,7 +16,7 @@ StatusReport report() {
     r.memory =
         MemoryUsage{1024ull << 20, 512ull << 20, 0, 0, 0, 0, 0.5, MemoryPressureLevel::normal};
     r.network = NetworkUsage{1234, 0, 10, 20};
-    return StatusReport{r, std::nullopt, std::nullopt, std::nullopt};
+    return StatusReport{r, std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt};
 }
 
 TEST(StatusJson, PutsTheReadingUnderSystemWithIsoDates) {
@@ -61,6 +63,37 @@ TEST(StatusWebsites, ShowsEachSiteWithItsHealthAndWhyItIsDown) {
     withSites.websites->states.clear();
     EXPECT_NE(statusText(withSites, {}).find("Not signed in to a Ravo server"), std::string::npos);
     EXPECT_EQ(statusJson(withSites)["websites"]["sites"][0]["health"], "unknown");
+}
+
+TEST(StatusConnection, ReportsTheVerdictFiguresAndInterfaceWithoutNonFiniteNumbers) {
+    auto withConnection = report();
+    withConnection.connection =
+        ConnectionReport{connectivity::Degraded{312.4, 20.2},
+                         connectivity::LatencySummary{312.4, 20.2}, "1.1.1.1:443"};
+    withConnection.network = connectivity::NetworkInterfaceInfo{
+        "wlp2s0", "Wi-Fi", "3c:22:fb:01:02:03", "192.168.1.20", -61};
+    const auto j = statusJson(withConnection);
+    EXPECT_EQ(j["connection"]["state"], "degraded");
+    EXPECT_EQ(j["connection"]["latencyMs"], 312.4);
+    EXPECT_EQ(j["network"]["interface"], "wlp2s0");
+    EXPECT_EQ(j["network"]["wifiRSSI"], -61);
+    const auto text = statusText(withConnection, {});
+    EXPECT_NE(text.find("Poor connection  latency 312 ms, jitter 20 ms (to 1.1.1.1:443)"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("Wi-Fi wlp2s0  192.168.1.20  3c:22:fb:01:02:03  -61 dBm"),
+              std::string::npos)
+        << text;
+
+    withConnection.connection = ConnectionReport{
+        connectivity::Offline{true},
+        connectivity::LatencySummary{std::numeric_limits<double>::quiet_NaN(), 0}, "10.0.0.1:443"};
+    const auto broken = statusJson(withConnection);
+    EXPECT_EQ(broken["connection"]["state"], "noInternet");
+    EXPECT_TRUE(broken["connection"]["latencyMs"].is_null());
+    const auto brokenText = statusText(withConnection, {});
+    EXPECT_NE(brokenText.find("No internet (to 10.0.0.1:443)"), std::string::npos) << brokenText;
+    EXPECT_EQ(brokenText.find("nan"), std::string::npos) << brokenText;
 }
 
 } // namespace

@@ -1,0 +1,43 @@
+#include "app/commands.h"
+#include "app/settings_values.h"
+#include "connectivity/core/speed_test_parser.h"
+#include "connectivity/core/speed_test_text.h"
+#include "connectivity/speed_test.h"
+
+#include <nlohmann/json.hpp>
+#include <qcoro/qcorotask.h>
+
+#include <iostream>
+#include <unistd.h>
+
+namespace ravo::app {
+
+int runSpeedTestCommand(const SpeedTestRequest& request) {
+    using connectivity::SpeedTest;
+    auto settings = openUserSettings();
+    SpeedTest speedTest(*settings);
+    std::optional<QString> server;
+    if (request.server) {
+        const auto url = SpeedTest::configURL(QString::fromStdString(*request.server));
+        if (!url) {
+            std::cerr << url.error() << "\n";
+            return 2;
+        }
+        server = *url;
+    }
+    if (!request.json && ::isatty(STDOUT_FILENO))
+        std::cout << SpeedTest::kMeasuringText << std::endl;
+    const auto result = QCoro::waitFor(speedTest.run(server));
+    if (!result) {
+        std::cerr << SpeedTest::kFailedText << "\n";
+        return 1;
+    }
+    if (request.json) {
+        std::cout << connectivity::SpeedTestParser::toJson(*result).dump(2) << std::endl;
+        return 0;
+    }
+    std::cout << connectivity::speedTestText(*result, metrics::FormatLocale::fromEnvironment());
+    return 0;
+}
+
+} // namespace ravo::app

@@ -1,0 +1,377 @@
+#include "connectivity/netquality/responsiveness_client.h"
+
+#include "connectivity/netquality/netquality_config.h"
+#include "connectivity/netquality/responsiveness_math.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <vector>
+
+namespace ravo::connectivity {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr milliseconds kInterval{1000};
+constexpr int kMaxFlows = 16;
+constexpr int kBaseProbes = 5;
+constexpr std::size_t kConfigLimit = 64 * 1024;
+constexpr std::size_t kProbeLimit = 64 * 1024;
+
+std::string userAgent() {
+    return "ravo-netquality/1";
+}
+
+double microsecondsToMs(curl_off_t value) {
+    return double(value) / 1000.0;
+}
+
+// One transfer: a load-generating download or upload, or a latency probe.
+struct Transfer {
+    enum class Kind { download, upload, freshProbe, loadedProbe, config };
+    Kind kind;
+    CURL* easy = nullptr;
+    curl_off_t bytes = 0;
+    std::string body; // probes and the configuration keep theirs, within a limit
+    bool finished = false;
+    CURLcode result = CURLE_OK;
+    long status = 0;
+
+    explicit Transfer(Kind k) : kind(k), easy(curl_easy_init()) {}
+    ~Transfer() { curl_easy_cleanup(easy); }
+    Transfer(const Transfer&) = delete;
+    Transfer& operator=(const Transfer&) = delete;
+    bool isLoad() const { return kind == Kind::download || kind == Kind::upload; }
+};
+
+std::size_t receive(char* data, std::size_t size, std::size_t count, void* context) {
+    auto* transfer = static_cast<Transfer*>(context);
+    const std::size_t bytes = size * count;
+    transfer->bytes += curl_off_t(bytes);
+    if (!transfer->isLoad()) {
+        const std::size_t limit =
+            transfer->kind == Transfer::Kind::config ? kConfigLimit : kProbeLimit;
+        if (transfer->body.size() + bytes > limit)
+            return 0; // refuse a probe answer that will not end
+        transfer->body.append(data, bytes);
+    }
+    return bytes;
+}
+
+std::size_t sendZeros(char* buffer, std::size_t size, std::size_t count, void* context) {
+    auto* transfer = static_cast<Transfer*>(context);
+    const std::size_t bytes = size * count;
+    std::fill(buffer, buffer + bytes, '\0');
+    transfer->bytes += curl_off_t(bytes);
+    return bytes;
+}
+
+// The multi handle and everything running in it; owns the transfers.
+class TransferSet {
+public:
+    // No "Expect: 100-continue": the upload starts at once.
+    TransferSet() : multi_(curl_multi_init()), headers_(curl_slist_append(nullptr, "Expect:")) {}
+    ~TransferSet() {
+        for (auto& transfer : transfers_)
+            curl_multi_remove_handle(multi_, transfer->easy);
+        transfers_.clear();
+        curl_multi_cleanup(multi_);
+    }
+    TransferSet(const TransferSet&) = delete;
+    TransferSet& operator=(const TransferSet&) = delete;
+
+    Transfer* add(Transfer::Kind kind, const std::string& url, milliseconds timeout) {
+        auto transfer = std::make_unique<Transfer>(kind);
+        CURL* easy = transfer->easy;
+        curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
+        curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+        curl_easy_setopt(easy, CURLOPT_USERAGENT, userAgent().c_str());
+        curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+        curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+        curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
+                         long(std::min(timeout, milliseconds(5000)).count()));
+        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(timeout.count()));
+        curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, receive);
+        curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer.get());
+        curl_easy_setopt(easy, CURLOPT_PRIVATE, transfer.get());
+        curl_easy_setopt(easy, CURLOPT_HTTP_CONTENT_DECODING, 0L);
+        if (kind == Transfer::Kind::freshProbe || kind == Transfer::Kind::config) {
+            curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
+            curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
+        }
+        if (kind == Transfer::Kind::download || kind == Transfer::Kind::upload) {
+            // Each load-generating flow is a connection of its own.
+            curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
+            curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 0L);
+        }
+        if (kind == Transfer::Kind::upload) {
+            curl_easy_setopt(easy, CURLOPT_POST, 1L);
+            curl_easy_setopt(easy, CURLOPT_READFUNCTION, sendZeros);
+            curl_easy_setopt(easy, CURLOPT_READDATA, transfer.get());
+            curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(1) << 36);
+            curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get());
+        }
+        curl_multi_add_handle(multi_, easy);
+        transfers_.push_back(std::move(transfer));
+        return transfers_.back().get();
+    }
+
+    void remove(Transfer* transfer) {
+        curl_multi_remove_handle(multi_, transfer->easy);
+        std::erase_if(transfers_,
+                      [transfer](const auto& owned) { return owned.get() == transfer; });
+    }
+
+    // Moves the transfers along for up to `wait`; finished ones are marked.
+    void step(milliseconds wait) {
+        int running = 0;
+        curl_multi_perform(multi_, &running);
+        curl_multi_poll(multi_, nullptr, 0, int(std::max<milliseconds::rep>(wait.count(), 0)),
+                        nullptr);
+        curl_multi_perform(multi_, &running);
+        int left = 0;
+        while (CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+            if (message->msg != CURLMSG_DONE)
+                continue;
+            Transfer* transfer = nullptr;
+            curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
+            if (!transfer)
+                continue;
+            transfer->finished = true;
+            transfer->result = message->data.result;
+            curl_easy_getinfo(transfer->easy, CURLINFO_RESPONSE_CODE, &transfer->status);
+        }
+    }
+
+    std::vector<Transfer*> all() const {
+        std::vector<Transfer*> list;
+        for (const auto& transfer : transfers_)
+            list.push_back(transfer.get());
+        return list;
+    }
+
+private:
+    struct SlistFree {
+        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    };
+    CURLM* multi_;
+    std::vector<std::unique_ptr<Transfer>> transfers_;
+    std::unique_ptr<curl_slist, SlistFree> headers_;
+};
+
+bool succeeded(const Transfer& transfer) {
+    return transfer.finished && transfer.result == CURLE_OK && transfer.status == 200;
+}
+
+std::string failureOf(const Transfer& transfer) {
+    if (transfer.result != CURLE_OK)
+        return curl_easy_strerror(transfer.result);
+    return "HTTP " + std::to_string(transfer.status);
+}
+
+// The timings of a finished probe, into the lists they belong to.
+void recordProbe(const Transfer& probe, ResponsivenessMath::ProbeTimings& timings) {
+    curl_off_t lookup = 0, connect = 0, tls = 0, pretransfer = 0, total = 0;
+    curl_easy_getinfo(probe.easy, CURLINFO_NAMELOOKUP_TIME_T, &lookup);
+    curl_easy_getinfo(probe.easy, CURLINFO_CONNECT_TIME_T, &connect);
+    curl_easy_getinfo(probe.easy, CURLINFO_APPCONNECT_TIME_T, &tls);
+    curl_easy_getinfo(probe.easy, CURLINFO_PRETRANSFER_TIME_T, &pretransfer);
+    curl_easy_getinfo(probe.easy, CURLINFO_TOTAL_TIME_T, &total);
+    const double http = microsecondsToMs(total - pretransfer);
+    if (probe.kind == Transfer::Kind::loadedProbe) {
+        timings.httpLoaded.push_back(http);
+        return;
+    }
+    timings.tcpFresh.push_back(microsecondsToMs(connect - lookup));
+    if (tls > 0)
+        timings.tlsFresh.push_back(microsecondsToMs(tls - connect));
+    timings.httpFresh.push_back(http);
+}
+
+void merge(ResponsivenessMath::ProbeTimings& into, const ResponsivenessMath::ProbeTimings& part) {
+    into.tcpFresh.insert(into.tcpFresh.end(), part.tcpFresh.begin(), part.tcpFresh.end());
+    into.tlsFresh.insert(into.tlsFresh.end(), part.tlsFresh.begin(), part.tlsFresh.end());
+    into.httpFresh.insert(into.httpFresh.end(), part.httpFresh.begin(), part.httpFresh.end());
+    into.httpLoaded.insert(into.httpLoaded.end(), part.httpLoaded.begin(), part.httpLoaded.end());
+}
+
+struct PhaseResult {
+    std::optional<double> bitsPerSecond;
+    ResponsivenessMath::ProbeTimings timings; // of the last intervals
+    int flows = 0;
+};
+
+class Run {
+public:
+    Run(NetqualityConfig config, Clock::time_point deadline)
+        : config_(std::move(config)), deadline_(deadline) {}
+
+    Result<double> baseRTT() {
+        ResponsivenessMath::ProbeTimings timings;
+        std::string lastFailure = "no answer";
+        for (int i = 0; i < kBaseProbes && Clock::now() < deadline_; ++i) {
+            TransferSet set;
+            Transfer* probe = set.add(Transfer::Kind::freshProbe, config_.smallURL,
+                                      std::min(left(), milliseconds(3000)));
+            while (!probe->finished && Clock::now() < deadline_)
+                set.step(milliseconds(50));
+            if (succeeded(*probe))
+                recordProbe(*probe, timings);
+            else if (probe->finished)
+                lastFailure = failureOf(*probe);
+        }
+        const auto rtt = ResponsivenessMath::median(timings.tcpFresh);
+        if (!rtt)
+            return Failure{"The server did not answer the latency probes (" + lastFailure + ")."};
+        return *rtt;
+    }
+
+    Result<PhaseResult> phase(Transfer::Kind kind, milliseconds budget) {
+        const std::string& loadURL =
+            kind == Transfer::Kind::download ? config_.largeURL : config_.uploadURL;
+        const auto phaseEnd = std::min(Clock::now() + budget, deadline_);
+        TransferSet set;
+        std::vector<Transfer*> flows;
+        auto addFlow = [&] {
+            flows.push_back(set.add(kind, loadURL, budget + milliseconds(5000)));
+        };
+        addFlow();
+        Transfer* loadedProbe = nullptr;
+        Transfer* freshProbe = nullptr;
+        std::vector<double> throughput;
+        std::vector<ResponsivenessMath::ProbeTimings> probesPerInterval(1);
+        curl_off_t countedBytes = 0;
+        auto intervalStart = Clock::now();
+        while (Clock::now() < phaseEnd) {
+            set.step(milliseconds(20));
+            for (Transfer* flow : flows)
+                if (flow->finished)
+                    return Failure{std::string(kind == Transfer::Kind::download
+                                                   ? "The download ended early ("
+                                                   : "The upload ended early (") +
+                                   failureOf(*flow) + ")."};
+            for (Transfer** probe : {&loadedProbe, &freshProbe}) {
+                if (!*probe || !(*probe)->finished)
+                    continue;
+                // A lost probe only means fewer samples.
+                if (succeeded(**probe))
+                    recordProbe(**probe, probesPerInterval.back());
+                set.remove(*probe);
+                *probe = nullptr;
+            }
+            const auto now = Clock::now();
+            if (now - intervalStart < kInterval)
+                continue;
+            curl_off_t bytes = 0;
+            for (Transfer* flow : flows)
+                bytes += flow->bytes;
+            const double seconds = std::chrono::duration<double>(now - intervalStart).count();
+            throughput.push_back(double(bytes - countedBytes) * 8 / seconds);
+            countedBytes = bytes;
+            intervalStart = now;
+            probesPerInterval.emplace_back();
+            const std::size_t n = throughput.size();
+            if (n >= 5 && ResponsivenessMath::isSteady(std::span(throughput).last(4)))
+                break;
+            // Another flow while the last one still added throughput.
+            if (int(flows.size()) < kMaxFlows &&
+                (n < 2 || throughput[n - 1] > throughput[n - 2] * 1.05))
+                addFlow();
+            if (!freshProbe)
+                freshProbe =
+                    set.add(Transfer::Kind::freshProbe, config_.smallURL, milliseconds(4000));
+            if (!loadedProbe)
+                loadedProbe =
+                    set.add(Transfer::Kind::loadedProbe, config_.smallURL, milliseconds(4000));
+        }
+        if (throughput.empty() && countedBytes == 0) {
+            curl_off_t bytes = 0;
+            for (Transfer* flow : flows)
+                bytes += flow->bytes;
+            if (bytes == 0)
+                return Failure{kind == Transfer::Kind::download
+                                   ? "Nothing arrived from the server's download."
+                                   : "The server took no upload."};
+        }
+        PhaseResult result;
+        result.flows = int(flows.size());
+        const std::size_t stable = std::min<std::size_t>(4, throughput.size());
+        if (stable > 0) {
+            double sum = 0;
+            for (std::size_t i = throughput.size() - stable; i < throughput.size(); ++i)
+                sum += throughput[i];
+            result.bitsPerSecond = sum / double(stable);
+        }
+        const std::size_t from = probesPerInterval.size() > 5 ? probesPerInterval.size() - 5 : 0;
+        for (std::size_t i = from; i < probesPerInterval.size(); ++i)
+            merge(result.timings, probesPerInterval[i]);
+        return result;
+    }
+
+    milliseconds left() const {
+        return std::max(milliseconds(0),
+                        std::chrono::duration_cast<milliseconds>(deadline_ - Clock::now()));
+    }
+
+private:
+    NetqualityConfig config_;
+    Clock::time_point deadline_;
+};
+
+Result<NetqualityConfig> fetchConfig(const std::string& url, milliseconds timeout) {
+    TransferSet set;
+    Transfer* fetch = set.add(Transfer::Kind::config, url, timeout);
+    const auto until = Clock::now() + timeout + milliseconds(500);
+    while (!fetch->finished && Clock::now() < until)
+        set.step(milliseconds(50));
+    if (!fetch->finished)
+        return Failure{"The server did not answer in time."};
+    if (!succeeded(*fetch))
+        return Failure{"The server's configuration could not be read (" + failureOf(*fetch) + ")."};
+    return NetqualityConfig::parse(fetch->body);
+}
+
+} // namespace
+
+Result<NetqualityReport> ResponsivenessClient::run() {
+    const auto started = Clock::now();
+    const auto deadline = started + options_.maxRuntime;
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+    const auto config =
+        fetchConfig(options_.configURL,
+                    std::min(milliseconds(10'000),
+                             std::chrono::duration_cast<milliseconds>(options_.maxRuntime)));
+    if (!config)
+        return config.failure();
+    Run run(*config, deadline);
+    const auto rtt = run.baseRTT();
+    if (!rtt)
+        return rtt.failure();
+    NetqualityReport report;
+    report.baseRTTMilliseconds = *rtt;
+    // The rest of the time is shared by the two phases, at most 10 s each.
+    const milliseconds each = std::min(milliseconds(10'000), run.left() / 2);
+    const auto download = run.phase(Transfer::Kind::download, each);
+    if (!download)
+        return download.failure();
+    const auto upload =
+        run.phase(Transfer::Kind::upload, std::min(milliseconds(10'000), run.left()));
+    if (!upload)
+        return upload.failure();
+    report.downloadBitsPerSecond = download->bitsPerSecond;
+    report.uploadBitsPerSecond = upload->bitsPerSecond;
+    report.downloadFlows = download->flows;
+    report.uploadFlows = upload->flows;
+    report.downloadResponsivenessRPM = ResponsivenessMath::roundTripsPerMinute(download->timings);
+    ResponsivenessMath::ProbeTimings both = download->timings;
+    merge(both, upload->timings);
+    report.responsivenessRPM = ResponsivenessMath::roundTripsPerMinute(both);
+    return report;
+}
+
+} // namespace ravo::connectivity

@@ -1,0 +1,54 @@
+#include "connectivity/netquality/responsiveness_math.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace ravo::connectivity::ResponsivenessMath {
+
+std::optional<double> trimmedMean(std::vector<double> values, double kept) {
+    std::erase_if(values, [](double value) { return !std::isfinite(value) || value < 0; });
+    if (values.empty())
+        return std::nullopt;
+    std::sort(values.begin(), values.end());
+    const auto count =
+        std::max<std::size_t>(1, static_cast<std::size_t>(std::ceil(double(values.size()) * kept)));
+    values.resize(std::min(count, values.size()));
+    return std::accumulate(values.begin(), values.end(), 0.0) / double(values.size());
+}
+
+std::optional<double> median(std::vector<double> values) {
+    std::erase_if(values, [](double value) { return !std::isfinite(value); });
+    if (values.empty())
+        return std::nullopt;
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+std::optional<double> roundTripsPerMinute(const ProbeTimings& timings) {
+    const auto tcp = trimmedMean(timings.tcpFresh);
+    const auto http = trimmedMean(timings.httpFresh);
+    const auto loaded = trimmedMean(timings.httpLoaded);
+    if (!tcp || !http || !loaded)
+        return std::nullopt;
+    const auto tls = trimmedMean(timings.tlsFresh);
+    const double fresh = tls ? (*tcp + *tls + *http) / 3 : (*tcp + *http) / 2;
+    // Below a microsecond the clock is not to be trusted; loopback comes close.
+    const double foreignRPM = 60'000.0 / std::max(fresh, 0.001);
+    const double loadedRPM = 60'000.0 / std::max(*loaded, 0.001);
+    return (foreignRPM + loadedRPM) / 2;
+}
+
+bool isSteady(std::span<const double> lastIntervals) {
+    if (lastIntervals.size() < 2)
+        return false;
+    const double mean = std::accumulate(lastIntervals.begin(), lastIntervals.end(), 0.0) /
+                        double(lastIntervals.size());
+    if (!(mean > 0))
+        return false;
+    return std::all_of(lastIntervals.begin(), lastIntervals.end(),
+                       [mean](double value) { return std::abs(value - mean) <= 0.1 * mean; });
+}
+
+} // namespace ravo::connectivity::ResponsivenessMath
