@@ -52,14 +52,17 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     if (QSystemTrayIcon::isSystemTrayAvailable()) {
         usageItem = std::make_unique<ui::UsageTrayItem>(controller);
         QObject::connect(usageItem.get(), &ui::UsageTrayItem::settingsRequested, &settings,
-                         [&settings] { settings.showTab(0); });
+                         [&settings] { settings.showTab(ui::SettingsWindow::kGeneralTab); });
         QObject::connect(usageItem.get(), &ui::UsageTrayItem::quitRequested, &application,
                          &QApplication::quit);
         metricMenu.addAction("AI usage", showUsage);
-        metricMenu.addAction("Settings…", [&settings] { settings.showTab(1); });
+        metricMenu.addAction("Settings…",
+                             [&settings] { settings.showTab(ui::SettingsWindow::kMenuBarTab); });
         metricMenu.addSeparator();
         metricMenu.addAction("Quit Ravo", &application, &QApplication::quit);
-        metricItems = std::make_unique<ui::SystemTrayItems>(services.systemMonitor(), &metricMenu);
+        metricItems = std::make_unique<ui::SystemTrayItems>(
+            services.systemMonitor(), &metricMenu,
+            ui::ConnectionServices{controller->connectionWatchdog(), controller->speedTest()});
         if (auto* websites = controller->websiteMonitor()) {
             websitesItem = std::make_unique<ui::WebsitesTrayItem>(websites);
             QObject::connect(websitesItem.get(), &ui::WebsitesTrayItem::settingsRequested,
@@ -72,7 +75,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
         qCInfo(lcApp) << "No system tray; showing the dashboard window";
         dashboard = std::make_unique<ui::DashboardWindow>(controller);
         QObject::connect(dashboard.get(), &ui::DashboardWindow::settingsRequested, &settings,
-                         [&settings] { settings.showTab(0); });
+                         [&settings] { settings.showTab(ui::SettingsWindow::kGeneralTab); });
         QObject::connect(dashboard.get(), &ui::DashboardWindow::quitRequested, &application,
                          &QApplication::quit);
         dashboard->show();

@@ -35,8 +35,10 @@ DashboardWindow::DashboardWindow(app::AppController* controller, QWidget* parent
     if (auto* monitor = controller->systemMonitor()) {
         for (auto metric : monitor->visibleMetrics()) {
             monitor->detailDidOpen(metric); // every detail is on show here
-            columns->addWidget(new MetricDetailView(monitor, metric), index / 2, index % 2,
-                               Qt::AlignTop);
+            columns->addWidget(
+                new MetricDetailView(monitor, metric,
+                                     {controller->connectionWatchdog(), controller->speedTest()}),
+                index / 2, index % 2, Qt::AlignTop);
             ++index;
         }
     }

@@ -41,6 +41,32 @@ TEST(TrayIconContents, RatesAndTemperaturesAreShortText) {
 }
 
 // Regression: views formatted in English whatever the user's locale.
+TEST(TrayIconContents, TheNetworkItemShowsABadConnectionAtAGlance) {
+    using namespace connectivity;
+    SystemReading reading;
+    reading.network = NetworkUsage{1234, 999.4, std::nullopt, std::nullopt};
+    const auto healthy = TrayIconContent::forMetric(reading, SystemMetric::network, Online{});
+    EXPECT_EQ(healthy, TrayIconContent::forMetric(reading, SystemMetric::network));
+    EXPECT_EQ(healthy.level, std::nullopt);
+
+    const auto noLink = TrayIconContent::forMetric(reading, SystemMetric::network, Offline{false});
+    EXPECT_EQ(noLink.first, "off");
+    EXPECT_EQ(noLink.second, "");
+    EXPECT_EQ(noLink.level, MetricLevel::critical);
+
+    const auto noInternet =
+        TrayIconContent::forMetric(reading, SystemMetric::network, Offline{true});
+    EXPECT_EQ(noInternet.first, "↓1.2K");
+    EXPECT_EQ(noInternet.level, MetricLevel::critical);
+
+    const auto poor = TrayIconContent::forMetric(reading, SystemMetric::network, Degraded{300, 5});
+    EXPECT_EQ(poor.level, MetricLevel::warning);
+    EXPECT_NE(poor, healthy); // so the icon is redrawn when the connection turns
+    EXPECT_EQ(TrayIconContent::tooltip(reading, SystemMetric::network, Degraded{300, 5})
+                  .substr(TrayIconContent::tooltip(reading, SystemMetric::network).size()),
+              "\nPoor connection");
+}
+
 TEST(TrayIconContents, TooltipsFormatInTheUsersLocale) {
     const char* saved = std::getenv("LC_ALL");
     const std::string copy = saved ? saved : "";

@@ -290,7 +290,7 @@ TEST_F(ViewsTest, OnlyTroubleHasAColour) {
 
 TEST_F(ViewsTest, MenuBarTabOrdersAndEnablesTheMetrics) {
     SettingsWindow window(controller.get());
-    window.showTab(1);
+    window.showTab(SettingsWindow::kMenuBarTab);
     auto* list = window.findChild<QListWidget*>();
     ASSERT_NE(list, nullptr);
     ASSERT_EQ(list->count(), 6);

@@ -2,6 +2,7 @@
 
 #include "metrics/core/metric_summary.h"
 #include "metrics/system_monitor.h"
+#include "ui/popovers/connection_section.h"
 #include "ui/popovers/metric_rows.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
@@ -21,26 +22,14 @@ namespace {
 
 void fillForm(QFormLayout* form, const MetricRows::Rows& rows) {
     clearLayout(form);
-    for (const auto& [label, value] : rows) {
-        auto* valueLabel = new QLabel(QString::fromStdString(value));
-        valueLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        valueLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
-        form->addRow(mutedLabel(QString::fromStdString(label)), valueLabel);
-    }
-}
-
-QFormLayout* newForm() {
-    auto* form = new QFormLayout;
-    form->setLabelAlignment(Qt::AlignLeft);
-    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
-    form->setHorizontalSpacing(24);
-    form->setVerticalSpacing(4);
-    return form;
+    for (const auto& [label, value] : rows)
+        addFactRow(form, QString::fromStdString(label), QString::fromStdString(value));
 }
 
 } // namespace
 
-MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric, QWidget* parent)
+MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric,
+                                   ConnectionServices connection, QWidget* parent)
     : QWidget(parent), monitor_(monitor), metric_(metric) {
     setMinimumWidth(320);
     auto* layout = new QVBoxLayout(this);
@@ -60,7 +49,7 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric, 
         secondSparkline_ = new SparklineWidget;
         layout->addWidget(secondSparkline_);
     }
-    rows_ = newForm();
+    rows_ = factForm();
     layout->addLayout(rows_);
     if (metric == SystemMetric::cpu) {
         cores_ = new QGridLayout;
@@ -68,8 +57,10 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric, 
         cores_->setVerticalSpacing(4);
         layout->addLayout(cores_);
     }
-    hardware_ = newForm();
+    hardware_ = factForm();
     layout->addLayout(hardware_);
+    if (metric == SystemMetric::network && (connection.watchdog || connection.speedTest))
+        layout->addWidget(new ConnectionSection(connection.watchdog, connection.speedTest));
 
     connect(monitor_, &SystemMonitor::readingChanged, this, &MetricDetailView::refresh);
     connect(monitor_, &SystemMonitor::hardwareChanged, this, &MetricDetailView::refresh);

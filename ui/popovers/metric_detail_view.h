@@ -9,6 +9,10 @@ class QFormLayout;
 class QGridLayout;
 class QLabel;
 
+namespace ravo::connectivity {
+class ConnectionWatchdog;
+class SpeedTest;
+} // namespace ravo::connectivity
 namespace ravo::metrics {
 class SystemMonitor;
 }
@@ -18,13 +22,19 @@ namespace ravo::ui {
 class SparklineWidget;
 class UsageBar;
 
+// The network's detail also shows the connection and the speed test, where given.
+struct ConnectionServices {
+    connectivity::ConnectionWatchdog* watchdog = nullptr;
+    connectivity::SpeedTest* speedTest = nullptr;
+};
+
 // One metric in detail: its value and level, the last two minutes, the figures behind it
 // and, for the processor and graphics, the hardware.
 class MetricDetailView : public QWidget {
     Q_OBJECT
 public:
     MetricDetailView(metrics::SystemMonitor* monitor, metrics::SystemMetric metric,
-                     QWidget* parent = nullptr);
+                     ConnectionServices connection = {}, QWidget* parent = nullptr);
 
     void refresh();
 

@@ -3,6 +3,7 @@
 #include "cloud/alert_notifier.h"
 #include "cloud/cloud_account.h"
 #include "cloud/telegram_settings.h"
+#include "ui/settings/setting_switch.h"
 #include "ui/settings/settings_texts.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
@@ -27,14 +28,8 @@ AlertsTab::AlertsTab(cloud::AlertNotifier* notifier, cloud::CloudAccount* accoun
     layout->setSpacing(8);
     const QColor muted = Theme::mutedText(palette());
 
-    desktop_ = new QCheckBox(SettingsTexts::kDesktopAlerts);
-    QFont bold = desktop_->font();
-    bold.setBold(true);
-    desktop_->setFont(bold);
-    layout->addWidget(desktop_);
-    QLabel* desktopHelp = wrappedLabel(SettingsTexts::kDesktopAlertsHelp, muted);
-    desktopHelp->setContentsMargins(24, 0, 0, 8);
-    layout->addWidget(desktopHelp);
+    desktop_ =
+        addSettingSwitch(layout, SettingsTexts::kDesktopAlerts, SettingsTexts::kDesktopAlertsHelp);
     connect(desktop_, &QCheckBox::toggled, notifier_, &cloud::AlertNotifier::setDesktopEnabled);
     layout->addWidget(separator());
 

@@ -42,4 +42,12 @@ inline constexpr const char* kDesktopAlerts = "Desktop alerts";
 inline constexpr const char* kDesktopAlertsHelp =
     "A notification when a website goes down and when it is back up, while Ravo runs.";
 
+inline constexpr const char* kConnectionAlerts = "Connection alerts";
+inline constexpr const char* kConnectionAlertsHelp =
+    "A notification when this computer goes offline, when the network works but the internet "
+    "does not, and when the connection works normally again.";
+inline constexpr const char* kSpeedTestServerHelp =
+    "The speed test measures against a public responsiveness server. To measure against your "
+    "own, give your Ravo server's address, such as https://ravo.example.org.";
+
 } // namespace ravo::ui::SettingsTexts

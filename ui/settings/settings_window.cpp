@@ -5,6 +5,8 @@
 #include "sessions/codex_hook_trust_check.h"
 #include "ui/settings/account_tab.h"
 #include "ui/settings/alerts_tab.h"
+#include "ui/settings/network_tab.h"
+#include "ui/settings/setting_switch.h"
 #include "ui/settings/settings_texts.h"
 #include "ui/settings/websites_tab.h"
 #include "ui/theme.h"
@@ -31,29 +33,6 @@ QVBoxLayout* pageLayout(QWidget* page) {
     return layout;
 }
 
-// A switch with its explanation under it, indented to the text.
-QCheckBox* addSwitch(QVBoxLayout* layout, const char* title, const char* help) {
-    auto* box = new QCheckBox(title);
-    QFont font = box->font();
-    font.setBold(true);
-    box->setFont(font);
-    layout->addWidget(box);
-    if (help) {
-        QLabel* text = wrappedLabel(help, Theme::mutedText(box->palette()));
-        text->setContentsMargins(24, 0, 0, 8);
-        layout->addWidget(text);
-    }
-    return box;
-}
-
-QLabel* addNote(QVBoxLayout* layout, const QColor& color) {
-    QLabel* note = wrappedLabel({}, color);
-    note->setContentsMargins(24, 0, 0, 8);
-    note->hide();
-    layout->addWidget(note);
-    return note;
-}
-
 void showNote(QLabel* label, const std::optional<std::string>& text) {
     label->setText(text ? QString::fromStdString(*text) : QString());
     label->setVisible(text.has_value());
@@ -68,23 +47,32 @@ SettingsWindow::SettingsWindow(app::AppController* controller, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(12, 12, 12, 12);
     layout->addWidget(tabs_);
-    tabs_->addTab(generalTab(), "General");
-    tabs_->addTab(menuBarTab(), "Menu bar");
-    tabs_->addTab(aiTab(), "AI");
-    tabs_->addTab(sessionsTab(), "Sessions");
+    addTab(kGeneralTab, generalTab(), "General");
+    addTab(kMenuBarTab, menuBarTab(), "Menu bar");
+    addTab(kAITab, aiTab(), "AI");
+    addTab(kSessionsTab, sessionsTab(), "Sessions");
+    if (auto* watchdog = controller_->connectionWatchdog())
+        addTab(kNetworkTab, new NetworkTab(watchdog, controller_->speedTest()), "Network");
     if (controller_->cloudAccount()) {
-        tabs_->addTab(new AccountTab(controller_), "Account");
-        tabs_->addTab(new WebsitesTab(controller_->websiteMonitor()), "Websites");
-        tabs_->addTab(new AlertsTab(controller_->alertNotifier(), controller_->cloudAccount(),
-                                    controller_->telegram()),
-                      "Alerts");
+        addTab(kAccountTab, new AccountTab(controller_), "Account");
+        addTab(kWebsitesTab, new WebsitesTab(controller_->websiteMonitor()), "Websites");
+        addTab(kAlertsTab,
+               new AlertsTab(controller_->alertNotifier(), controller_->cloudAccount(),
+                             controller_->telegram()),
+               "Alerts");
     }
     connect(controller_, &app::AppController::settingsChanged, this, &SettingsWindow::sync);
     sync();
 }
 
-void SettingsWindow::showTab(int index) {
-    tabs_->setCurrentIndex(index);
+void SettingsWindow::addTab(Tab tab, QWidget* page, const QString& title) {
+    pages_[tab] = page;
+    tabs_->addTab(page, title);
+}
+
+void SettingsWindow::showTab(Tab tab) {
+    if (QWidget* page = pages_.value(tab))
+        tabs_->setCurrentWidget(page);
     show();
     raise();
     activateWindow();
@@ -93,7 +81,7 @@ void SettingsWindow::showTab(int index) {
 QWidget* SettingsWindow::generalTab() {
     auto* page = new QWidget;
     auto* layout = pageLayout(page);
-    launchAtLogin_ = addSwitch(layout, SettingsTexts::kLaunchAtLogin, nullptr);
+    launchAtLogin_ = addSettingSwitch(layout, SettingsTexts::kLaunchAtLogin);
     if (!controller_->canManageLoginItem()) {
         launchAtLogin_->setEnabled(false);
         QLabel* note =
@@ -141,11 +129,11 @@ QWidget* SettingsWindow::menuBarTab() {
 QWidget* SettingsWindow::aiTab() {
     auto* page = new QWidget;
     auto* layout = pageLayout(page);
-    readsClaudeLimits_ =
-        addSwitch(layout, SettingsTexts::kReadClaudeLimits, SettingsTexts::kReadClaudeLimitsHelp);
-    claudeLimitsError_ = addNote(layout, Theme::errorText(page->palette()));
+    readsClaudeLimits_ = addSettingSwitch(layout, SettingsTexts::kReadClaudeLimits,
+                                          SettingsTexts::kReadClaudeLimitsHelp);
+    claudeLimitsError_ = addSettingNote(layout, Theme::errorText(page->palette()));
     asksClaudeCode_ =
-        addSwitch(layout, SettingsTexts::kAskClaudeCode, SettingsTexts::kAskClaudeCodeHelp);
+        addSettingSwitch(layout, SettingsTexts::kAskClaudeCode, SettingsTexts::kAskClaudeCodeHelp);
     connect(readsClaudeLimits_, &QCheckBox::toggled, controller_,
             &app::AppController::setReadsClaudeLimits);
     connect(asksClaudeCode_, &QCheckBox::toggled, controller_,
@@ -158,9 +146,10 @@ QWidget* SettingsWindow::sessionsTab() {
     auto* page = new QWidget;
     auto* layout = pageLayout(page);
     tracksSessions_ =
-        addSwitch(layout, SettingsTexts::kTrackSessions, SettingsTexts::kTrackSessionsHelp);
-    sessionError_ = addNote(layout, Theme::errorText(page->palette()));
-    codexApproval_ = addNote(layout, Theme::levelColor(MetricLevel::warning, page->palette()));
+        addSettingSwitch(layout, SettingsTexts::kTrackSessions, SettingsTexts::kTrackSessionsHelp);
+    sessionError_ = addSettingNote(layout, Theme::errorText(page->palette()));
+    codexApproval_ =
+        addSettingNote(layout, Theme::levelColor(MetricLevel::warning, page->palette()));
     connect(tracksSessions_, &QCheckBox::toggled, controller_,
             &app::AppController::setTracksSessions);
     layout->addStretch();

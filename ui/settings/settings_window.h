@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QWidget>
 
 class QCheckBox;
@@ -13,8 +14,8 @@ class AppController;
 
 namespace ravo::ui {
 
-// Ravo's settings: General, Menu bar, AI, Sessions, and the websites' Account, Websites
-// and Alerts.
+// Ravo's settings: General, Menu bar, AI, Sessions, Network, and the websites' Account,
+// Websites and Alerts. A tab whose coordinator is missing is left out.
 class SettingsWindow : public QWidget {
     Q_OBJECT
 public:
@@ -23,6 +24,7 @@ public:
         kMenuBarTab,
         kAITab,
         kSessionsTab,
+        kNetworkTab,
         kAccountTab,
         kWebsitesTab,
         kAlertsTab
@@ -30,10 +32,11 @@ public:
 
     explicit SettingsWindow(app::AppController* controller, QWidget* parent = nullptr);
 
-    void showTab(int index);
+    void showTab(Tab tab);
     QTabWidget* tabs() const { return tabs_; }
 
 private:
+    void addTab(Tab tab, QWidget* page, const QString& title);
     QWidget* generalTab();
     QWidget* menuBarTab();
     QWidget* aiTab();
@@ -45,6 +48,7 @@ private:
 
     app::AppController* controller_;
     QTabWidget* tabs_;
+    QHash<int, QWidget*> pages_;
     QCheckBox* launchAtLogin_ = nullptr;
     QListWidget* metrics_ = nullptr;
     QCheckBox* readsClaudeLimits_ = nullptr;

@@ -1,5 +1,6 @@
 #include "ui/tray/system_tray_items.h"
 
+#include "connectivity/connection_watchdog.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/metric_detail_view.h"
 #include "ui/tray/tray_icon_painter.h"
@@ -18,9 +19,13 @@ struct SystemTrayItems::Item {
     std::optional<TrayIconContent> drawn;
 };
 
-SystemTrayItems::SystemTrayItems(SystemMonitor* monitor, QMenu* sharedMenu, QObject* parent)
-    : QObject(parent), monitor_(monitor), menu_(sharedMenu) {
+SystemTrayItems::SystemTrayItems(SystemMonitor* monitor, QMenu* sharedMenu,
+                                 ConnectionServices connection, QObject* parent)
+    : QObject(parent), monitor_(monitor), menu_(sharedMenu), connection_(connection) {
     connect(monitor_, &SystemMonitor::readingChanged, this, &SystemTrayItems::redraw);
+    if (connection_.watchdog)
+        connect(connection_.watchdog, &connectivity::ConnectionWatchdog::stateChanged, this,
+                &SystemTrayItems::redraw);
     connect(monitor_, &SystemMonitor::enabledMetricsChanged, this, &SystemTrayItems::rebuild);
     connect(monitor_, &SystemMonitor::metricOrderChanged, this, &SystemTrayItems::rebuild);
     rebuild();
@@ -56,7 +61,8 @@ void SystemTrayItems::showDetail(SystemMetric metric) {
         if (item->metric != metric)
             continue;
         if (!item->popover) {
-            item->popover = std::make_unique<PopoverWindow>(new MetricDetailView(monitor_, metric));
+            item->popover = std::make_unique<PopoverWindow>(
+                new MetricDetailView(monitor_, metric, connection_));
             connect(item->popover.get(), &PopoverWindow::closed, this,
                     [this, metric] { monitor_->detailDidClose(metric); });
         }
@@ -71,10 +77,11 @@ void SystemTrayItems::showDetail(SystemMetric metric) {
 
 void SystemTrayItems::redraw() {
     const SystemReading reading = monitor_->reading().value_or(SystemReading{});
+    const auto connection = connection_.watchdog ? connection_.watchdog->state() : std::nullopt;
     for (auto& item : items_) {
-        const auto content = TrayIconContent::forMetric(reading, item->metric);
+        const auto content = TrayIconContent::forMetric(reading, item->metric, connection);
         item->icon->setToolTip(
-            QString::fromStdString(TrayIconContent::tooltip(reading, item->metric)));
+            QString::fromStdString(TrayIconContent::tooltip(reading, item->metric, connection)));
         if (item->drawn == content)
             continue; // the same picture: trays repaint on every setIcon
         item->drawn = content;

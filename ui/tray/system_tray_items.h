@@ -1,6 +1,7 @@
 #pragma once
 
 #include "metrics/core/system_metric.h"
+#include "ui/popovers/metric_detail_view.h"
 #include "ui/tray/tray_icon_content.h"
 
 #include <QObject>
@@ -24,7 +25,8 @@ class PopoverWindow;
 class SystemTrayItems : public QObject {
     Q_OBJECT
 public:
-    SystemTrayItems(metrics::SystemMonitor* monitor, QMenu* sharedMenu, QObject* parent = nullptr);
+    SystemTrayItems(metrics::SystemMonitor* monitor, QMenu* sharedMenu,
+                    ConnectionServices connection = {}, QObject* parent = nullptr);
     ~SystemTrayItems() override;
 
     int count() const { return static_cast<int>(items_.size()); }
@@ -38,6 +40,7 @@ private:
 
     metrics::SystemMonitor* monitor_;
     QMenu* menu_;
+    ConnectionServices connection_;
     std::vector<std::unique_ptr<Item>> items_;
     int redraws_ = 0;
 };

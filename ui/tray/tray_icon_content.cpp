@@ -1,5 +1,6 @@
 #include "ui/tray/tray_icon_content.h"
 
+#include "connectivity/core/connection_text.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/metric_summary.h"
 
@@ -21,10 +22,21 @@ std::string shortRate(double bytesPerSecond) {
 
 } // namespace
 
-TrayIconContent TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric) {
+TrayIconContent
+TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
+                           const std::optional<connectivity::ConnectionState>& connection) {
     TrayIconContent content;
     if (metric == SystemMetric::network) {
         content.isGauge = false;
+        if (connection && *connection == connectivity::ConnectionState{connectivity::Offline{}}) {
+            content.first = "off";
+            content.level = MetricLevel::critical;
+            return content;
+        }
+        if (connection && std::holds_alternative<connectivity::Offline>(*connection))
+            content.level = MetricLevel::critical;
+        else if (connection && std::holds_alternative<connectivity::Degraded>(*connection))
+            content.level = MetricLevel::warning;
         if (reading.network) {
             content.first = "↓" + shortRate(reading.network->inRate);
             content.second = "↑" + shortRate(reading.network->outRate);
@@ -51,11 +63,15 @@ TrayIconContent TrayIconContent::forMetric(const SystemReading& reading, SystemM
     return content;
 }
 
-std::string TrayIconContent::tooltip(const SystemReading& reading, SystemMetric metric) {
+std::string
+TrayIconContent::tooltip(const SystemReading& reading, SystemMetric metric,
+                         const std::optional<connectivity::ConnectionState>& connection) {
     const auto summary = summarize(reading, metric, FormatLocale::fromEnvironment());
     std::string text = std::string(displayName(metric)) + ": " + summary.value;
     if (!summary.detail.empty())
         text += "\n" + summary.detail;
+    if (metric == SystemMetric::network && connection)
+        text += "\n" + connectivity::headline(connection);
     return text;
 }
 

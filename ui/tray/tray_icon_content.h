@@ -1,5 +1,6 @@
 #pragma once
 
+#include "connectivity/core/connection_state.h"
 #include "metrics/core/metric_level.h"
 #include "metrics/core/system_reading.h"
 
@@ -18,10 +19,14 @@ struct TrayIconContent {
     std::string second;
     bool operator==(const TrayIconContent&) const = default;
 
-    static TrayIconContent forMetric(const metrics::SystemReading& reading,
-                                     metrics::SystemMetric metric);
+    // The network's item also shows the connection at a glance: "off" in red without a
+    // link, its rates in red without the internet and in orange on a poor connection.
+    static TrayIconContent
+    forMetric(const metrics::SystemReading& reading, metrics::SystemMetric metric,
+              const std::optional<connectivity::ConnectionState>& connection = {});
     // The tooltip: "Processor: 42%".
-    static std::string tooltip(const metrics::SystemReading& reading, metrics::SystemMetric metric);
+    static std::string tooltip(const metrics::SystemReading& reading, metrics::SystemMetric metric,
+                               const std::optional<connectivity::ConnectionState>& connection = {});
 };
 
 } // namespace ravo::ui

@@ -1,5 +1,7 @@
 #include "ui/widgets/layout_helpers.h"
 
+#include <QFormLayout>
+
 #include "ui/theme.h"
 
 #include <QFrame>
@@ -61,6 +63,22 @@ void clearLayout(QLayout* layout) {
             clearLayout(child);
         delete item;
     }
+}
+
+QFormLayout* factForm() {
+    auto* form = new QFormLayout;
+    form->setLabelAlignment(Qt::AlignLeft);
+    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form->setHorizontalSpacing(24);
+    form->setVerticalSpacing(4);
+    return form;
+}
+
+void addFactRow(QFormLayout* form, const QString& label, const QString& value) {
+    auto* valueLabel = new QLabel(value);
+    valueLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    valueLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    form->addRow(mutedLabel(label), valueLabel);
 }
 
 } // namespace ravo::ui
