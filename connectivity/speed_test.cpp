@@ -5,6 +5,7 @@
 #include "usage/child_process_group.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QPointer>
 #include <QProcess>
 #include <QSettings>
@@ -81,6 +82,13 @@ QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString
     if (phase_ == Phase::measuring)
         co_return std::nullopt;
     setPhase(Phase::measuring);
+    // A missing tool would otherwise only show as a start that never comes.
+    if (!QFileInfo(program_).isExecutable()) {
+        qCWarning(lcConnection).noquote() << "The speed test tool is missing:" << program_;
+        lastResult_.reset();
+        setPhase(Phase::failed);
+        co_return std::nullopt;
+    }
     QPointer<SpeedTest> self(this);
     QStringList arguments{"-c", "-M", QString::number(kMaxSeconds)};
     if (const QString url = configURL.value_or(server()); !url.isEmpty())

@@ -7,6 +7,7 @@
 #include "tests/support/http_stand_in.h"
 #include "tests/support/memory_secret_store.h"
 #include "tests/support/ravo_server_process.h"
+#include "tests/support/recording_notifications.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QCoro/QCoroTask>
@@ -20,13 +21,7 @@
 namespace ravo::cloud {
 namespace {
 
-struct RecordingNotifications final : UserNotifications {
-    std::vector<UserNotification> posted;
-    void requestAuthorization(Failure) override {}
-    void post(const UserNotification& notification, Failure) override {
-        posted.push_back(notification);
-    }
-};
+using ravo::testing::RecordingNotifications;
 
 // The monitor against the real ravo-server, checking every "minute" of one second.
 class WebsiteMonitorTest : public ::testing::Test {

@@ -3,6 +3,7 @@
 #include "connectivity/network_path_monitor.h"
 #include "metrics/system_monitor.h"
 #include "tests/metrics/recorded_counter_source.h"
+#include "tests/support/fake_path_monitor.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QFile>
@@ -15,16 +16,7 @@ namespace {
 
 using metrics::testing::RecordedCounterSource;
 
-struct FakePathMonitor final : connectivity::NetworkPathMonitor {
-    bool online = true;
-    bool isOnline() const override { return online; }
-    void start() override {}
-    void stop() override {}
-    void set(bool value) {
-        online = value;
-        emit onlineChanged(value);
-    }
-};
+using ravo::testing::FakePathMonitor;
 
 class SystemMonitorTest : public ::testing::Test {
 protected:
