@@ -1,9 +1,13 @@
 #include "app/app_controller.h"
+#include "connectivity/connection_watchdog.h"
+#include "connectivity/speed_test.h"
 #include "core/group_settings.h"
 #include "metrics/system_monitor.h"
 #include "sessions/core/hook_installer.h"
 #include "sessions/core/session_store.h"
 #include "tests/metrics/recorded_counter_source.h"
+#include "tests/support/fake_path_monitor.h"
+#include "tests/support/recording_notifications.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/ui/widget_checks.h"
 #include "ui/dashboard_window.h"
@@ -17,12 +21,16 @@
 #include "usage/usage_refresher.h"
 
 #include <QCheckBox>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QSettings>
 #include <QTabWidget>
 #include <QTest>
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <sys/stat.h>
 
 namespace ravo::ui {
 namespace {
@@ -316,6 +324,130 @@ TEST_F(ViewsTest, WithoutATrayTheDashboardWindowSaysWhy) {
     EXPECT_NE(text.find("Processor"), std::string::npos);
     EXPECT_NE(text.find("AI usage"), std::string::npos);
     testing::saveScreenshot(window, "dashboard-window");
+}
+
+// The network detail and the Network tab with a real watchdog, fed by a probe that always
+// answers slowly, and a speed test whose measuring tool is a script.
+class ConnectionViewsTest : public ViewsTest {
+protected:
+    std::unique_ptr<connectivity::ConnectionWatchdog> makeWatchdog() {
+        connectivity::ConnectionWatchdog::Services services;
+        services.path = &path;
+        services.notifications = &notifications;
+        services.probe = [](const connectivity::ProbeAddress&) {
+            return std::optional(connectivity::LatencySummary{312.4, 20.2});
+        };
+        services.settledInterval = std::chrono::milliseconds(50);
+        services.unsettledInterval = std::chrono::milliseconds(50);
+        return std::make_unique<connectivity::ConnectionWatchdog>(settings, std::move(services));
+    }
+    QString tool(const std::string& body) {
+        const auto file = home.path() / "netquality";
+        std::ofstream(file) << "#!/bin/sh\n" << body << "\n";
+        ::chmod(file.c_str(), 0755);
+        return QString::fromStdString(file.string());
+    }
+    QPushButton* button(QWidget& root, const QString& text) {
+        for (auto* candidate : root.findChildren<QPushButton*>())
+            if (candidate->text() == text)
+                return candidate;
+        return nullptr;
+    }
+
+    ravo::testing::FakePathMonitor path;
+    ravo::testing::RecordingNotifications notifications;
+};
+
+TEST_F(ConnectionViewsTest, TheNetworkDetailShowsTheConnectionAndRunsTheSpeedTest) {
+    auto watchdog = makeWatchdog();
+    connectivity::SpeedTest speedTest(
+        settings, tool("sleep 0.3; echo '{\"dl_throughput\": 94500000, \"ul_throughput\": "
+                       "12000000, \"responsiveness\": 640, \"base_rtt\": 14.2}'"));
+    auto* view = new MetricDetailView(monitor.get(), metrics::SystemMetric::network,
+                                      {watchdog.get(), &speedTest});
+    auto popover = inPopover(view);
+    EXPECT_NE(visibleText(*popover).find("Checking…"), std::string::npos);
+    watchdog->start();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return visibleText(*popover).find("Poor connection") != std::string::npos; }, 5000));
+    EXPECT_NE(visibleText(*popover).find("Latency 312 ms · jitter 20 ms"), std::string::npos);
+    path.set(false);
+    EXPECT_NE(visibleText(*popover).find("You're offline"), std::string::npos);
+    path.set(true);
+
+    QPushButton* run = button(*popover, "Run speed test");
+    ASSERT_NE(run, nullptr);
+    run->click();
+    EXPECT_NE(visibleText(*popover).find("Measuring… (about 20 s)"), std::string::npos);
+    EXPECT_FALSE(run->isEnabled());
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return visibleText(*popover).find("94.5 Mb/s") != std::string::npos; }, 5000));
+    const std::string text = visibleText(*popover);
+    for (const char* figure : {"12 Mb/s", "640 RPM", "14 ms", "Interface"})
+        EXPECT_NE(text.find(figure), std::string::npos) << figure << "\n" << text;
+    EXPECT_EQ(text.find("Measuring"), std::string::npos);
+    EXPECT_TRUE(run->isEnabled());
+    popover->adjustSize();
+    EXPECT_TRUE(clippedLabels(*popover).empty());
+    testing::saveScreenshot(*popover, "detail-network-connection");
+    watchdog->stop();
+}
+
+TEST_F(ConnectionViewsTest, AFailedSpeedTestSaysSoAndShowsNoFigures) {
+    connectivity::SpeedTest speedTest(settings,
+                                      tool("echo '{\"dl_throughput\": 94500000}'; exit 1"));
+    auto* view =
+        new MetricDetailView(monitor.get(), metrics::SystemMetric::network, {nullptr, &speedTest});
+    auto popover = inPopover(view);
+    button(*popover, "Run speed test")->click();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return visibleText(*popover).find("The speed test failed.") != std::string::npos; },
+        5000));
+    EXPECT_EQ(visibleText(*popover).find("Mb/s"), std::string::npos);
+}
+
+TEST_F(ConnectionViewsTest, TheNetworkTabStoresTheSwitchesAndExplainsABadAddress) {
+    app::AppController::Services services;
+    services.pathMonitor = &path;
+    services.notifications = &notifications;
+    app::AppController withNetwork(&settings,
+                                   sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
+                                   std::move(services));
+    SettingsWindow window(&withNetwork);
+    window.showTab(SettingsWindow::kNetworkTab);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    const std::string text = visibleText(window);
+    EXPECT_NE(text.find("Latency is checked once a minute with a tiny TCP connection to "
+                        "1.1.1.1:443."),
+              std::string::npos)
+        << text;
+    for (auto* box : window.findChildren<QCheckBox*>())
+        if (box->text() == connectivity::ConnectionWatchdog::kLatencyText)
+            box->click();
+    EXPECT_FALSE(settings.value("latencyMonitoringEnabled", true).toBool());
+
+    auto fields = window.findChildren<QLineEdit*>();
+    ASSERT_GE(fields.size(), 2);
+    QLineEdit* probeField = fields[0];
+    QLineEdit* serverField = fields[1];
+    probeField->setEnabled(true);
+    probeField->setText("resolver");
+    emit probeField->editingFinished();
+    EXPECT_NE(visibleText(window).find("Give the address as host:port"), std::string::npos);
+    probeField->setText("10.0.0.53:443");
+    emit probeField->editingFinished();
+    EXPECT_EQ(visibleText(window).find("Give the address as host:port"), std::string::npos);
+    EXPECT_EQ(settings.value("latencyProbeAddress").toString(), "10.0.0.53:443");
+
+    serverField->setText("ftp://example.org");
+    emit serverField->editingFinished();
+    EXPECT_NE(visibleText(window).find("Enter the server's address"), std::string::npos);
+    serverField->setText("https://ravo.example.org");
+    emit serverField->editingFinished();
+    EXPECT_EQ(settings.value("speedTestServer").toString(),
+              "https://ravo.example.org/api/v1/speedtest/config");
+    EXPECT_TRUE(clippedLabels(window).empty());
+    testing::saveScreenshot(window, "settings-network");
 }
 
 } // namespace
