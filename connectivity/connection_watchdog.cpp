@@ -148,8 +148,12 @@ void ConnectionWatchdog::finishProbe(std::uint64_t generation,
     if (services_.path && services_.path->isInternetBlocked())
         result.reset();
     if (result) {
+        qCDebug(lcConnection).noquote() << "Probe:" << qRound64(result->meanMs) << "ms, jitter"
+                                        << qRound64(result->jitterMs) << "ms";
         lastLatency_ = result;
         emit measured();
+    } else {
+        qCDebug(lcConnection) << "Probe: no answer";
     }
     apply(evaluator_.record(linkUp, result));
     if (evaluateAgain_) {

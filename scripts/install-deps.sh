@@ -14,7 +14,8 @@ packages=(
 )
 if [ "${1:-}" = "--tests" ]; then
     packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl
-        openssl postgresql gnome-keyring libsecret-tools dunst)
+        openssl postgresql gnome-keyring libsecret-tools dunst
+        iproute2 nftables)
 fi
 
 missing=()

@@ -66,7 +66,9 @@ void RoutePathMonitor::stop() {
 }
 
 bool RoutePathMonitor::useNetworkInformation() {
-    if (!QNetworkInformation::loadBackendByFeatures(QNetworkInformation::Feature::Reachability))
+    // Only NetworkManager knows more than the routing table; the GLib backend is a
+    // slower look at the same routes and misses links going down in a namespace.
+    if (!QNetworkInformation::loadBackendByName(u"networkmanager"))
         return false;
     auto* information = QNetworkInformation::instance();
     if (!information || information->reachability() == QNetworkInformation::Reachability::Unknown)
