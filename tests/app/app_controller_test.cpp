@@ -1,9 +1,11 @@
 #include "app/app_controller.h"
 #include "app/platform/login_item.h"
 #include "app/platform/sleep_wake_watcher.h"
+#include "connectivity/connection_watchdog.h"
 #include "core/atomic_file.h"
 #include "core/group_settings.h"
 #include "sessions/core/session_store.h"
+#include "tests/support/fake_path_monitor.h"
 #include "tests/support/scripted_provider.h"
 #include "tests/support/temporary_folder.h"
 #include "usage/claude_usage_probe.h"
@@ -52,6 +54,7 @@ protected:
         services.now = [this] { return now; };
         services.wakeSettleDelay = std::chrono::milliseconds(20);
         services.canManageLoginItem = installed;
+        services.pathMonitor = pathMonitor;
         services.isCodexAvailable = [this] { return codexAvailable; };
         services.checkCodexTrust = [this]() -> QCoro::Task<std::optional<bool>> {
             ++trustChecks;
@@ -82,6 +85,7 @@ protected:
     bool codexAvailable = false;
     std::optional<bool> trustAnswer = true;
     int trustChecks = 0;
+    connectivity::NetworkPathMonitor* pathMonitor = nullptr;
 };
 
 TEST_F(AppControllerTest, StartingTwiceStartsNothingTheSecondTime) {
@@ -91,6 +95,26 @@ TEST_F(AppControllerTest, StartingTwiceStartsNothingTheSecondTime) {
     ASSERT_TRUE(waitFor([&] { return controller->snapshot().has_value(); }));
     EXPECT_EQ(claude->calls, 1);
     EXPECT_EQ(controller->snapshot()->providers[0].windows[0].usedPercent, 30);
+}
+
+TEST_F(AppControllerTest, TheWatchdogRunsFromStartToStopWhereThereIsAPath) {
+    EXPECT_EQ(make()->connectionWatchdog(), nullptr);
+    testing::FakePathMonitor path;
+    path.online = false;
+    pathMonitor = &path;
+    // Nobody listens there: each probe is refused at once.
+    settings.setValue(connectivity::ProbeAddress::kSettingsKey, "127.0.0.1:1");
+    auto controller = make();
+    auto* watchdog = controller->connectionWatchdog();
+    ASSERT_NE(watchdog, nullptr);
+    EXPECT_FALSE(watchdog->isRunning());
+    controller->start();
+    EXPECT_TRUE(watchdog->isRunning());
+    EXPECT_EQ(watchdog->state(), connectivity::ConnectionState{connectivity::Offline{false}});
+    controller->stop();
+    EXPECT_FALSE(watchdog->isRunning());
+    path.set(true); // a stopped watchdog no longer listens
+    EXPECT_EQ(watchdog->state(), connectivity::ConnectionState{connectivity::Offline{false}});
 }
 
 TEST_F(AppControllerTest, OnlyAnInstalledCopyRegistersAtLoginAndOnlyOnce) {

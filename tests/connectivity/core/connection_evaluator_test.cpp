@@ -127,5 +127,17 @@ TEST(ConnectionNotice, TitlesAndBodies) {
     EXPECT_EQ(ConnectionNotice::of(Online{}, Online{}), std::nullopt);
 }
 
+TEST(ConnectionEvaluator, AOneOffVerdictNeedsNoStreak) {
+    EXPECT_EQ(ConnectionEvaluator::verdictOf(false, LatencySummary{20, 1}),
+              ConnectionState{Offline{false}});
+    EXPECT_EQ(ConnectionEvaluator::verdictOf(true, std::nullopt), ConnectionState{Offline{true}});
+    EXPECT_EQ(ConnectionEvaluator::verdictOf(true, LatencySummary{250.0, 80.0}),
+              ConnectionState{Online{}});
+    EXPECT_EQ(ConnectionEvaluator::verdictOf(true, LatencySummary{250.1, 0}),
+              (ConnectionState{Degraded{250.1, 0}}));
+    EXPECT_EQ(ConnectionEvaluator::verdictOf(true, LatencySummary{10, 80.5}),
+              (ConnectionState{Degraded{10, 80.5}}));
+}
+
 } // namespace
 } // namespace ravo::connectivity

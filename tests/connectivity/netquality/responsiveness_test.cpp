@@ -1,0 +1,91 @@
+#include "connectivity/netquality/netquality_config.h"
+#include "connectivity/netquality/netquality_report.h"
+#include "connectivity/netquality/responsiveness_math.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <nlohmann/json.hpp>
+
+namespace ravo::connectivity {
+namespace {
+
+using namespace ResponsivenessMath;
+
+TEST(ResponsivenessMath, TrimmedMeanDropsTheSlowestFivePercent) {
+    std::vector<double> twenty(19, 10.0);
+    twenty.push_back(1000.0); // one straggler in twenty is cut
+    EXPECT_DOUBLE_EQ(*trimmedMean(twenty), 10.0);
+    // With fewer than twenty samples nothing is cut.
+    EXPECT_DOUBLE_EQ(*trimmedMean({10, 20, 30}), 20.0);
+    EXPECT_DOUBLE_EQ(*trimmedMean({10, std::numeric_limits<double>::quiet_NaN(), -4, 20}), 15.0);
+    EXPECT_EQ(trimmedMean({}), std::nullopt);
+    EXPECT_DOUBLE_EQ(*median({5, 1, 3}), 3.0);
+    EXPECT_DOUBLE_EQ(*median({4, 1, 3, 2}), 2.5);
+    EXPECT_EQ(median({}), std::nullopt);
+}
+
+TEST(ResponsivenessMath, RoundTripsPerMinuteAverageTheFreshAndTheLoadedConnections) {
+    // Without TLS: foreign 60000 / ((20 + 40) / 2) = 2000, loaded 60000 / 100 = 600.
+    ProbeTimings plain{{20}, {}, {40}, {100}};
+    EXPECT_DOUBLE_EQ(*roundTripsPerMinute(plain), 1300.0);
+    // With TLS the handshake is the third part: 60000 / ((20 + 30 + 40) / 3) = 2000.
+    ProbeTimings tls{{20}, {30}, {40}, {100}};
+    EXPECT_DOUBLE_EQ(*roundTripsPerMinute(tls), 1300.0);
+    EXPECT_EQ(roundTripsPerMinute({{20}, {}, {40}, {}}), std::nullopt);
+    // A loopback answer in no time gives a large figure, never infinity.
+    const auto instant = roundTripsPerMinute({{0}, {}, {0}, {0}});
+    ASSERT_TRUE(instant.has_value());
+    EXPECT_TRUE(std::isfinite(*instant));
+}
+
+TEST(ResponsivenessMath, ThroughputIsSteadyWithinTenPercent) {
+    const std::vector<double> steady = {100, 95, 104, 101};
+    const std::vector<double> climbing = {50, 70, 90, 110};
+    const std::vector<double> idle = {0, 0, 0, 0};
+    EXPECT_TRUE(isSteady(steady));
+    EXPECT_FALSE(isSteady(climbing));
+    EXPECT_FALSE(isSteady(idle));
+    EXPECT_FALSE(isSteady(std::span(steady).first(1)));
+}
+
+TEST(NetqualityConfig, ReadsTheThreeAddressesAndRefusesEverythingElse) {
+    const auto config = NetqualityConfig::parse(
+        R"({"version": 1, "urls": {"small_https_download_url": "https://r.example/small",
+            "large_https_download_url": "https://r.example/large",
+            "https_upload_url": "http://r.example/upload"}, "test_endpoint": "x"})");
+    ASSERT_TRUE(config.ok()) << config.error();
+    EXPECT_EQ(*config, (NetqualityConfig{"https://r.example/small", "https://r.example/large",
+                                         "http://r.example/upload"}));
+
+    const std::string shape = "The server's configuration is not a responsiveness test's.";
+    for (const char* wrong :
+         {R"({"urls": []})", R"([1])", R"({"urls": {"small_https_download_url": "x"}})",
+          R"({"urls": {"small_https_download_url": "ftp://a", "large_https_download_url":
+              "https://a", "https_upload_url": "https://a"}})",
+          R"({"urls": {"small_https_download_url": "https://a b", "large_https_download_url":
+              "https://a", "https_upload_url": "https://a"}})"})
+        EXPECT_EQ(NetqualityConfig::parse(wrong).error(), shape) << wrong;
+    EXPECT_EQ(NetqualityConfig::parse(R"({"version": 2, "urls": {}})").error(),
+              "The server speaks another version of the responsiveness test.");
+    EXPECT_TRUE(NetqualityConfig::parse("<html>").error().starts_with(
+        "The server's configuration is not JSON"));
+}
+
+TEST(NetqualityReport, PrintsTheToolsKeysAndLeavesOutWhatIsNotFinite) {
+    NetqualityReport report{
+        94'512'345.6, std::numeric_limits<double>::infinity(), 812.4, 640.6, 14.2345, 4, 6};
+    const auto json = nlohmann::json::parse(report.json());
+    EXPECT_EQ(json["dl_throughput"], 94'512'346);
+    EXPECT_FALSE(json.contains("ul_throughput"));
+    EXPECT_EQ(json["responsiveness"], 812);
+    EXPECT_EQ(json["dl_responsiveness"], 641);
+    EXPECT_DOUBLE_EQ(json["base_rtt"].get<double>(), 14.235);
+    EXPECT_EQ(json["dl_flows"], 4);
+    EXPECT_EQ(report.text(), "Download:       94.5 Mb/s\n"
+                             "Responsiveness: 812 RPM\n"
+                             "Idle latency:   14 ms\n");
+}
+
+} // namespace
+} // namespace ravo::connectivity
