@@ -34,17 +34,8 @@ use_desktop_session
 notifier='' ravo='' tray='' flood='' keyring=''
 trap 'kill $ravo $tray $notifier $flood $keyring $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
 
-# The app's secret store, unlocked, so it is not started on demand with the wrong home.
-eval "$(printf 'test-password' | gnome-keyring-daemon --unlock --components=secrets 2>/dev/null)"
-keyring=${GNOME_KEYRING_PID:-}
-dunst >"$work/dunst.log" 2>&1 &
-notifier=$!
-notifier_up() {
-    dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
-        org.freedesktop.DBus.NameHasOwner string:org.freedesktop.Notifications 2>/dev/null |
-        grep -q true
-}
-wait_until 10 notifier_up || fail "dunst did not start: $(cat "$work/dunst.log")"
+# The secret store unlocked, so the app does not start one on demand with the wrong home.
+start_keyring_and_notifications
 start_tray
 
 mkdir -p "$HOME/.config/ravo"

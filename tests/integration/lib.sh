@@ -55,3 +55,19 @@ start_tray() {
     wait_until 10 has_panel || fail "trayer did not start"
     sleep 0.3 # the panel maps right after it claims the tray selection
 }
+
+# An unlocked Secret Service (GNOME Keyring) and a notification server (dunst) on the
+# session bus, as a desktop has them: sets $keyring and $notifier.
+start_keyring_and_notifications() {
+    eval "$(printf 'test-password' | gnome-keyring-daemon --unlock --components=secrets 2>/dev/null)"
+    keyring=${GNOME_KEYRING_PID:-}
+    dunst >"$work/dunst.log" 2>&1 &
+    notifier=$!
+    # Asked without activation, which would start a second dunst without the display.
+    notifier_up() {
+        dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
+            org.freedesktop.DBus.NameHasOwner string:org.freedesktop.Notifications 2>/dev/null |
+            grep -q true
+    }
+    wait_until 10 notifier_up || fail "dunst did not start: $(cat "$work/dunst.log")"
+}

@@ -18,17 +18,7 @@ use_desktop_session
 server='' targets='' keyring='' notifier='' ravo='' tray=''
 trap 'kill $ravo $tray $notifier $server $targets $keyring $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
 
-eval "$(printf 'test-password' | gnome-keyring-daemon --unlock --components=secrets 2>/dev/null)"
-keyring=${GNOME_KEYRING_PID:-}
-dunst >"$work/dunst.log" 2>&1 &
-notifier=$!
-# Asked without activation, which would start a second dunst without the display.
-notifier_up() {
-    dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
-        org.freedesktop.DBus.NameHasOwner string:org.freedesktop.Notifications 2>/dev/null |
-        grep -q true
-}
-wait_until 10 notifier_up || fail "dunst did not start: $(cat "$work/dunst.log")"
+start_keyring_and_notifications
 
 http_port=$(free_port)
 start_targets "$http_port"
