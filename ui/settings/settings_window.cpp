@@ -44,6 +44,8 @@ SettingsWindow::SettingsWindow(app::AppController* controller, QWidget* parent)
     : QWidget(parent, Qt::Window), controller_(controller), tabs_(new QTabWidget) {
     setWindowTitle("Ravo Settings");
     setMinimumWidth(560);
+    // Tabs do not pass on the height their wrapped texts need at this width.
+    setMinimumHeight(440);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(12, 12, 12, 12);
     layout->addWidget(tabs_);
