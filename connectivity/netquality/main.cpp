@@ -7,6 +7,8 @@
 #include <iostream>
 #include <string_view>
 
+#include <sys/prctl.h>
+
 #ifndef RAVO_NETQUALITY_CONFIG
 #define RAVO_NETQUALITY_CONFIG "https://mensura.cdn-apple.com/api/v1/gm/config"
 #endif
@@ -34,6 +36,9 @@ int usageError(const std::string& message) {
 
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
+    // Started by Ravo in a process group of its own, so a Ctrl-C meant for `ravo speedtest`
+    // does not reach it: it ends with its parent instead.
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     bool json = false;
     long seconds = 30;
     std::string config = RAVO_NETQUALITY_CONFIG;
