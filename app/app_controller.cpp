@@ -13,10 +13,12 @@
 #include "connectivity/speed_test.h"
 #include "core/agent_detection.h"
 #include "core/group_settings.h"
+#include "metrics/core/metric_settings.h"
 #include "metrics/system_monitor.h"
 #include "sessions/core/session_list.h"
 #include "sessions/core/session_store.h"
 #include "sessions/core/session_tracking.h"
+#include "sync/settings_sync.h"
 #include "usage/claude_usage_probe.h"
 #include "usage/live_usage.h"
 #include "usage/usage_refresher.h"
@@ -58,6 +60,21 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
         websiteMonitor_ = std::make_unique<cloud::WebsiteMonitor>(
             *cloudAccount_, alertNotifier_.get(), *defaults_, services_.websites);
     }
+    settingsSync_ = std::make_unique<sync::SettingsSync>(
+        *defaults_, this,
+        sync::SettingsSync::Options{services_.settingsUploadDelay, services_.settingsPollInterval,
+                                    services_.now});
+    // Every owner of a synced setting tells the sync when it changes.
+    auto changed = [this] { settingsSync_->sourceChanged(); };
+    if (auto* monitor = services_.systemMonitor) {
+        connect(monitor, &metrics::SystemMonitor::enabledMetricsChanged, this, changed);
+        connect(monitor, &metrics::SystemMonitor::metricOrderChanged, this, changed);
+    }
+    if (alertNotifier_)
+        connect(alertNotifier_.get(), &cloud::AlertNotifier::changed, this, changed);
+    if (watchdog_)
+        connect(watchdog_.get(), &connectivity::ConnectionWatchdog::settingsChanged, this, changed);
+    connect(this, &AppController::settingsChanged, this, changed);
     refreshLoop_->setInterval(services_.refreshInterval);
     refreshLoop_->setTimerType(Qt::VeryCoarseTimer);
     connect(refreshLoop_, &QTimer::timeout, this, &AppController::runLoopIteration);
@@ -88,12 +105,12 @@ void AppController::start() {
         watchdog_->requestAuthorization();
         watchdog_->start();
     }
-    // The settings sync takes its place after the cloud session.
     if (websiteMonitor_) {
         alertNotifier_->requestAuthorization();
         websiteMonitor_->start();
         resumeCloudSession();
     }
+    settingsSync_->start();
     refreshLoop_->start();
     runLoopIteration();
     if (auto* watcher = services_.sleepWake) {
@@ -105,6 +122,7 @@ void AppController::start() {
 }
 
 void AppController::stop() {
+    settingsSync_->stop();
     refreshLoop_->stop();
     if (watchdog_)
         watchdog_->stop();
@@ -312,6 +330,68 @@ void AppController::setCodexHooksNeedApproval(bool value) {
     GroupSettings::write(GroupSettings::kCodexHooksNeedApproval, value);
     codexHooksNeedApproval_ = value;
     emit settingsChanged();
+}
+
+sync::SyncedSettings AppController::syncedSettings() const {
+    sync::SyncedSettings settings = sync::SyncedSettings::factoryDefaults();
+    if (const auto* monitor = services_.systemMonitor) {
+        settings.metricOrder = metrics::MetricSettings::toStored(monitor->metricOrder());
+        // Enabled metrics in the order they are shown, so equal sets compare equal.
+        settings.enabledMetrics.clear();
+        for (auto metric : monitor->metricOrder())
+            if (monitor->enabledMetrics().contains(metric))
+                settings.enabledMetrics.emplace_back(metrics::rawValue(metric));
+    }
+    settings.desktopAlerts = alertNotifier_ ? alertNotifier_->desktopEnabled()
+                                            : readBool(*defaults_, "desktopAlertsEnabled", true);
+    if (watchdog_) {
+        settings.connectionAlerts = watchdog_->alertsEnabled();
+        settings.latencyMonitoring = watchdog_->latencyMonitoringEnabled();
+    }
+    settings.tracksSessions = tracksSessions_;
+    return settings;
+}
+
+void AppController::applySyncedSettings(const sync::SyncedSettings& settings) {
+    if (auto* monitor = services_.systemMonitor) {
+        monitor->setMetricOrder(metrics::MetricSettings::metricOrder(settings.metricOrder));
+        monitor->setEnabledMetrics(
+            metrics::MetricSettings::enabledMetrics(settings.enabledMetrics));
+    }
+    if (alertNotifier_)
+        alertNotifier_->setDesktopEnabled(settings.desktopAlerts);
+    if (watchdog_) {
+        watchdog_->setAlertsEnabled(settings.connectionAlerts);
+        watchdog_->setLatencyMonitoringEnabled(settings.latencyMonitoring);
+    }
+    if (settings.tracksSessions != tracksSessions_)
+        setTracksSessions(settings.tracksSessions);
+}
+
+void AppController::reloadSetting(const std::string& key) {
+    defaults_->sync();
+    const QString name = QString::fromStdString(key);
+    if (auto* monitor = services_.systemMonitor;
+        monitor && (name == metrics::MetricSettings::kOrderKey ||
+                    name == metrics::MetricSettings::kEnabledKey)) {
+        monitor->setMetricOrder(metrics::MetricSettings::metricOrder(
+            readStringList(*defaults_, metrics::MetricSettings::kOrderKey)));
+        monitor->setEnabledMetrics(metrics::MetricSettings::enabledMetrics(
+            readStringList(*defaults_, metrics::MetricSettings::kEnabledKey)));
+    } else if (name == cloud::AlertNotifier::kEnabledKey && alertNotifier_) {
+        alertNotifier_->setDesktopEnabled(readBool(*defaults_, name, true));
+    } else if (name == connectivity::ConnectionWatchdog::kAlertsKey && watchdog_) {
+        watchdog_->setAlertsEnabled(readBool(*defaults_, name, true));
+    } else if (name == connectivity::ConnectionWatchdog::kLatencyKey && watchdog_) {
+        watchdog_->setLatencyMonitoringEnabled(readBool(*defaults_, name, true));
+    } else if (name == connectivity::ProbeAddress::kSettingsKey && watchdog_) {
+        watchdog_->setProbeAddress(defaults_->value(name).toString().toStdString());
+    } else if (name == sync::SettingsSync::kEnabledKey) {
+        settingsSync_->setEnabled(readBool(*defaults_, name, false));
+    } else if (name == sync::SettingsSync::kFolderKey) {
+        settingsSync_->setFolder(defaults_->value(name).toString().toStdString());
+    }
+    qCInfo(lcApp).noquote() << "Setting changed from the terminal:" << name;
 }
 
 bool AppController::isSignInCallback(const std::string& url) {

@@ -5,6 +5,7 @@
 #include "core/user_notifications.h"
 #include "sessions/core/agent_session.h"
 #include "sessions/core/hook_installer.h"
+#include "sync/synced_settings_source.h"
 #include "usage/core/usage_model.h"
 
 #include <QObject>
@@ -34,6 +35,9 @@ class SpeedTest;
 namespace ravo::metrics {
 class SystemMonitor;
 }
+namespace ravo::sync {
+class SettingsSync;
+}
 namespace ravo::usage {
 class ClaudeUsageProbe;
 class UsageRefresher;
@@ -47,7 +51,7 @@ class SleepWakeWatcher;
 
 // Owns and wires the long-lived coordinators, runs the 2-minute refresh loop and reacts to
 // the hook's announcements, to wake-ups and to the settings' switches.
-class AppController : public QObject {
+class AppController : public QObject, public sync::SyncedSettingsSource {
     Q_OBJECT
 public:
     struct Services {
@@ -71,6 +75,9 @@ public:
         CloudServices cloud;
         UserNotifications* notifications = nullptr;
         cloud::WebsiteMonitor::Options websites;
+        // Settings sync's timings; the defaults outside tests.
+        std::chrono::milliseconds settingsUploadDelay{2000};
+        std::chrono::milliseconds settingsPollInterval{30'000};
         // Only an installed copy registers itself at login and keeps the agents' files
         // pointing at its own ravo-hook; a build-tree copy leaves them alone.
         bool canManageLoginItem = false;
@@ -123,6 +130,14 @@ public:
     // Null when the controller was made without a path monitor.
     connectivity::ConnectionWatchdog* connectionWatchdog() const { return watchdog_.get(); }
     connectivity::SpeedTest* speedTest() const { return speedTest_.get(); }
+    sync::SettingsSync* settingsSync() const { return settingsSync_.get(); }
+
+    // The settings that follow the user to other computers, gathered from their owners.
+    sync::SyncedSettings syncedSettings() const override;
+    void applySyncedSettings(const sync::SyncedSettings& settings) override;
+    // Another process (`ravo settings set`) stored a new value: read it and hand it to its
+    // owner, so it takes effect and syncs as if changed here.
+    void reloadSetting(const std::string& key);
     // Null when the controller was made without cloud services.
     cloud::AlertNotifier* alertNotifier() const { return alertNotifier_.get(); }
     cloud::CloudAccount* cloudAccount() const { return cloudAccount_.get(); }
@@ -157,6 +172,7 @@ private:
     std::optional<std::string> sessionTrackingError_;
     std::unique_ptr<connectivity::ConnectionWatchdog> watchdog_;
     std::unique_ptr<connectivity::SpeedTest> speedTest_;
+    std::unique_ptr<sync::SettingsSync> settingsSync_;
     std::unique_ptr<cloud::AlertNotifier> alertNotifier_;
     std::unique_ptr<cloud::CloudAccount> cloudAccount_;
     std::unique_ptr<cloud::TelegramSettings> telegram_;

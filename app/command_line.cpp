@@ -61,6 +61,21 @@ Command accountCommand(const std::vector<std::string>& arguments) {
     return invalid(use);
 }
 
+Command settingsCommand(const std::vector<std::string>& arguments) {
+    Command command;
+    command.kind = Command::Kind::settings;
+    const std::size_t count = arguments.size();
+    const std::string action = count > 1 ? arguments[1] : "list";
+    if ((action == "list" && count <= 2) || (action == "get" && count == 3) ||
+        (action == "set" && count == 4)) {
+        command.settings = {action, count > 2 ? arguments[2] : "", count > 3 ? arguments[3] : ""};
+        return command;
+    }
+    command.kind = Command::Kind::invalid;
+    command.error = "Use: ravo settings list | get KEY | set KEY VALUE";
+    return command;
+}
+
 Command speedTestCommand(const std::vector<std::string>& arguments) {
     Command command;
     command.kind = Command::Kind::speedTest;
@@ -159,6 +174,8 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
         return sitesCommand(arguments);
     if (word == "speedtest")
         return speedTestCommand(arguments);
+    if (word == "settings")
+        return settingsCommand(arguments);
     command.kind = Command::Kind::invalid;
     command.error = "Unknown command: " + word;
     return command;
@@ -186,6 +203,9 @@ std::string usageText() {
            "  sites [--json]    your monitored websites and how they are\n"
            "  sites add URL [--name NAME] [--keyword TEXT]\n"
            "  sites remove ID|URL\n"
+           "  settings list | get KEY | set KEY VALUE\n"
+           "                    read and change the settings; a running Ravo applies a change\n"
+           "                    at once\n"
            "  speedtest [--server URL] [--json]\n"
            "                    measure download, upload and responsiveness, against a\n"
            "                    public server or your Ravo server\n"

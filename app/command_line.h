@@ -18,6 +18,7 @@ struct Command {
         account,
         sites,
         speedTest,
+        settings,
         help,
         version,
         invalid
@@ -29,6 +30,7 @@ struct Command {
     AccountRequest account;
     SitesRequest sites;
     SpeedTestRequest speedTest;
+    SettingsRequest settings;
     bool operator==(const Command&) const = default;
 };
 

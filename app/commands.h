@@ -38,6 +38,14 @@ struct SpeedTestRequest {
     bool operator==(const SpeedTestRequest&) const = default;
 };
 int runSpeedTestCommand(const SpeedTestRequest& request);
+// ravo settings list | get KEY | set KEY VALUE
+struct SettingsRequest {
+    std::string action = "list";
+    std::string key;
+    std::string value;
+    bool operator==(const SettingsRequest&) const = default;
+};
+int runSettingsCommand(const SettingsRequest& request);
 int runTerminalDashboard();
 // The tray application; `openURL` is a ravo:// link to hand over, or empty.
 int runDesktop(int argc, char** argv, const std::string& openURL);

@@ -66,6 +66,13 @@ int main(int argc, char** argv) {
         return command.kind == Command::Kind::account ? runAccountCommand(command.account)
                                                       : runSitesCommand(command.sites);
     }
+    case Command::Kind::settings: {
+        QCoreApplication application(argc, argv);
+        QCoreApplication::setApplicationName("Ravo");
+        installCoreLogSink();
+        quietLogUnlessAsked();
+        return runSettingsCommand(command.settings);
+    }
     case Command::Kind::speedTest: {
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName("Ravo");

@@ -8,7 +8,7 @@ namespace {
 TEST(CommandLine, RecognisesCommandsAndOptions) {
     EXPECT_EQ(parseCommandLine({}).kind, Command::Kind::run);
     EXPECT_EQ(parseCommandLine({"status"}),
-              (Command{Command::Kind::status, false, {}, "", {}, {}, {}}));
+              (Command{Command::Kind::status, false, {}, "", {}, {}, {}, {}}));
     EXPECT_TRUE(parseCommandLine({"status", "--json"}).json);
     EXPECT_EQ(parseCommandLine({"--help"}).kind, Command::Kind::help);
     EXPECT_EQ(parseCommandLine({"--version"}).kind, Command::Kind::version);
@@ -50,6 +50,11 @@ TEST(CommandLine, AccountAndSitesTakeTheirWordsAndOptions) {
     EXPECT_EQ(parseCommandLine({"speedtest", "--json", "--server", "https://r.example"}).speedTest,
               (SpeedTestRequest{"https://r.example", true}));
     EXPECT_EQ(parseCommandLine({"speedtest", "--server"}).kind, Command::Kind::invalid);
+    EXPECT_EQ(parseCommandLine({"settings"}).settings, (SettingsRequest{"list", "", ""}));
+    EXPECT_EQ(parseCommandLine({"settings", "set", "connectionAlertsEnabled", "off"}).settings,
+              (SettingsRequest{"set", "connectionAlertsEnabled", "off"}));
+    EXPECT_EQ(parseCommandLine({"settings", "set", "x"}).kind, Command::Kind::invalid);
+    EXPECT_EQ(parseCommandLine({"settings", "get"}).kind, Command::Kind::invalid);
 }
 
 } // namespace

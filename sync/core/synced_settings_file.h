@@ -1,0 +1,28 @@
+#pragma once
+
+#include "core/result.h"
+#include "core/time.h"
+#include "sync/core/synced_settings.h"
+
+#include <string>
+#include <string_view>
+
+namespace ravo::sync {
+
+// settings.json in the synced folder: the settings, when they changed and on which computer.
+struct SyncedSettingsFile {
+    static constexpr const char* kName = "settings.json";
+
+    TimePoint updatedAt;
+    std::string deviceID;
+    SyncedSettings settings;
+    bool operator==(const SyncedSettingsFile&) const = default;
+
+    // Pretty-printed with sorted keys and ISO 8601 dates.
+    std::string encode() const;
+    // A file that is not JSON, has a wrong shape or a date more than a day ahead of `now`
+    // is refused with the user's explanation.
+    static Result<SyncedSettingsFile> decode(std::string_view text, TimePoint now);
+};
+
+} // namespace ravo::sync

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "core/result.h"
+#include "core/time.h"
+#include "sync/core/synced_settings.h"
+
+#include <QObject>
+#include <QString>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <optional>
+
+class QFileSystemWatcher;
+class QSettings;
+class QTimer;
+
+namespace ravo::connectivity {
+class ContinuousTimer;
+}
+
+namespace ravo::sync {
+
+class SyncedSettingsSource;
+
+// Keeps the synced settings the same on the user's computers through Ravo/settings.json in a
+// folder that a sync client shares. A local change goes up two seconds after the last of a
+// burst; a newer file coming down is applied; the same moment on both sides changes nothing.
+class SettingsSync : public QObject {
+    Q_OBJECT
+public:
+    static constexpr const char* kEnabledKey = "iCloudSettingsSyncEnabled";
+    static constexpr const char* kFolderKey = "settingsSyncFolder";
+    static constexpr const char* kDeviceKey = "settingsSyncDeviceID";
+    static constexpr const char* kChangedAtKey = "settingsChangedAt";
+    static constexpr const char* kSyncedAtKey = "settingsSyncedAt";
+    static constexpr const char* kExplanation =
+        "Websites, tray items, alerts and session tracking are saved to Ravo/settings.json in "
+        "the folder below and restored on your other computers. The Telegram bot token stays "
+        "in this computer's secret store.";
+
+    struct Options {
+        std::chrono::milliseconds uploadDelay{2000};
+        // How often the file is read again when no change was noticed.
+        std::chrono::milliseconds pollInterval{30'000};
+        std::function<TimePoint()> now = Clock::now;
+    };
+
+    SettingsSync(QSettings& defaults, SyncedSettingsSource* source, Options options,
+                 QObject* parent = nullptr);
+    SettingsSync(QSettings& defaults, SyncedSettingsSource* source, QObject* parent = nullptr)
+        : SettingsSync(defaults, source, Options{}, parent) {}
+    ~SettingsSync() override;
+
+    void start();
+    void stop();
+
+    bool isEnabled() const { return enabled_; }
+    void setEnabled(bool enabled);
+    // The synced folder the user chose; empty when none.
+    std::filesystem::path folder() const;
+    Status setFolder(const std::filesystem::path& folder);
+    bool isAvailable() const;
+    std::filesystem::path fileURL() const;
+
+    const std::optional<TimePoint>& lastSynced() const { return lastSynced_; }
+    const std::optional<std::string>& lastError() const { return lastError_; }
+    std::string deviceID();
+
+    // One comparison of the local settings with the file, and what follows from it.
+    void synchronizeOnce();
+    // The source's settings changed; a change that is not ours goes up after the delay.
+    void sourceChanged();
+
+signals:
+    void changed(); // lastSynced, lastError, the switch or the folder
+
+private:
+    void watch();
+    void upload();
+    void markSynced();
+    void setError(std::optional<std::string> error);
+    std::optional<TimePoint> localChangedAt() const;
+
+    QSettings& defaults_;
+    SyncedSettingsSource* source_;
+    Options options_;
+    bool enabled_;
+    bool running_ = false;
+    bool isApplying_ = false;
+    bool isSynchronizing_ = false;
+    bool resyncRequested_ = false;
+    std::optional<SyncedSettings> lastKnown_;
+    std::optional<TimePoint> lastSynced_;
+    std::optional<std::string> lastError_;
+    connectivity::ContinuousTimer* pendingUpload_;
+    QTimer* poll_;
+    QTimer* settle_;
+    QFileSystemWatcher* watcher_;
+};
+
+} // namespace ravo::sync
