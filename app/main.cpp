@@ -58,27 +58,23 @@ int main(int argc, char** argv) {
     case Command::Kind::sessions:
         return runSessionsCommand(command.json);
     case Command::Kind::account:
-    case Command::Kind::sites: {
-        QCoreApplication application(argc, argv);
-        QCoreApplication::setApplicationName("Ravo");
-        installCoreLogSink();
-        quietLogUnlessAsked();
-        return command.kind == Command::Kind::account ? runAccountCommand(command.account)
-                                                      : runSitesCommand(command.sites);
-    }
-    case Command::Kind::settings: {
-        QCoreApplication application(argc, argv);
-        QCoreApplication::setApplicationName("Ravo");
-        installCoreLogSink();
-        quietLogUnlessAsked();
-        return runSettingsCommand(command.settings);
-    }
+    case Command::Kind::sites:
+    case Command::Kind::settings:
     case Command::Kind::speedTest: {
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName("Ravo");
         installCoreLogSink();
         quietLogUnlessAsked();
-        return runSpeedTestCommand(command.speedTest);
+        switch (command.kind) {
+        case Command::Kind::account:
+            return runAccountCommand(command.account);
+        case Command::Kind::sites:
+            return runSitesCommand(command.sites);
+        case Command::Kind::settings:
+            return runSettingsCommand(command.settings);
+        default:
+            return runSpeedTestCommand(command.speedTest);
+        }
     }
     case Command::Kind::run:
     case Command::Kind::open: {
