@@ -5,6 +5,7 @@
 #include "metrics/system_monitor.h"
 #include "sessions/core/hook_installer.h"
 #include "sessions/core/session_store.h"
+#include "sync/settings_sync.h"
 #include "tests/metrics/recorded_counter_source.h"
 #include "tests/support/fake_path_monitor.h"
 #include "tests/support/recording_notifications.h"
@@ -19,6 +20,7 @@
 #include "ui/widgets/popover_window.h"
 #include "usage/claude_usage_probe.h"
 #include "usage/usage_refresher.h"
+#include <QComboBox>
 
 #include <QCheckBox>
 #include <QLineEdit>
@@ -448,6 +450,32 @@ TEST_F(ConnectionViewsTest, TheNetworkTabStoresTheSwitchesAndExplainsABadAddress
               "https://ravo.example.org/api/v1/speedtest/config");
     EXPECT_TRUE(clippedLabels(window).empty());
     testing::saveScreenshot(window, "settings-network");
+}
+
+TEST_F(ViewsTest, TheSyncTabOffersTheSyncedFoldersAtHomeAndShowsWhatWentWrong) {
+    fs::create_directories(home.path() / "Nextcloud/Ravo");
+    std::ofstream(home.path() / "Nextcloud/Ravo/settings.json") << "not json";
+    SettingsWindow window(controller.get());
+    window.showTab(SettingsWindow::kSyncTab);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_NE(visibleText(window).find("saved to Ravo/settings.json"), std::string::npos);
+    auto* folders = window.findChild<QComboBox*>();
+    ASSERT_NE(folders, nullptr);
+    ASSERT_EQ(folders->count(), 1);
+    EXPECT_EQ(folders->itemText(0).toStdString(), (home.path() / "Nextcloud").string());
+
+    for (auto* box : window.findChildren<QCheckBox*>())
+        if (box->text() == "Sync settings through a folder")
+            box->click();
+    EXPECT_TRUE(settings.value(sync::SettingsSync::kEnabledKey).toBool());
+    folders->setCurrentIndex(0);
+    emit folders->activated(0);
+    EXPECT_EQ(settings.value(sync::SettingsSync::kFolderKey).toString().toStdString(),
+              (home.path() / "Nextcloud").string());
+    controller->settingsSync()->start();
+    EXPECT_NE(visibleText(window).find("not valid JSON and was left alone"), std::string::npos)
+        << visibleText(window);
+    testing::saveScreenshot(window, "settings-sync");
 }
 
 } // namespace

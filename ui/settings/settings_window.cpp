@@ -8,6 +8,7 @@
 #include "ui/settings/network_tab.h"
 #include "ui/settings/setting_switch.h"
 #include "ui/settings/settings_texts.h"
+#include "ui/settings/sync_tab.h"
 #include "ui/settings/websites_tab.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
@@ -55,6 +56,7 @@ SettingsWindow::SettingsWindow(app::AppController* controller, QWidget* parent)
     addTab(kSessionsTab, sessionsTab(), "Sessions");
     if (auto* watchdog = controller_->connectionWatchdog())
         addTab(kNetworkTab, new NetworkTab(watchdog, controller_->speedTest()), "Network");
+    addTab(kSyncTab, new SyncTab(controller_->settingsSync()), "Sync");
     if (controller_->cloudAccount()) {
         addTab(kAccountTab, new AccountTab(controller_), "Account");
         addTab(kWebsitesTab, new WebsitesTab(controller_->websiteMonitor()), "Websites");

@@ -25,6 +25,7 @@ public:
         kAITab,
         kSessionsTab,
         kNetworkTab,
+        kSyncTab,
         kAccountTab,
         kWebsitesTab,
         kAlertsTab
