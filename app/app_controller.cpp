@@ -19,6 +19,7 @@
 #include "sessions/core/session_store.h"
 #include "sessions/core/session_tracking.h"
 #include "sync/settings_sync.h"
+#include "updates/update_checker.h"
 #include "usage/claude_usage_probe.h"
 #include "usage/live_usage.h"
 #include "usage/usage_refresher.h"
@@ -34,6 +35,19 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
                              Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), hookInstaller_(std::move(hookInstaller)),
       services_(std::move(services)), refreshLoop_(new QTimer(this)) {
+    if (services_.cloud.transport) {
+        updates::UpdateChecker::Options options;
+        options.currentBuild = services_.currentBuild;
+        options.publicKey = services_.updatePublicKey;
+        // Releases come from the server the user signs in to.
+        options.manifest = [this] {
+            return cloudAccount_
+                       ? updates::UpdateChecker::manifestURL(cloudAccount_->client().baseURL())
+                       : QUrl();
+        };
+        updateChecker_ = std::make_unique<updates::UpdateChecker>(
+            *defaults_, services_.cloud.transport, std::move(options));
+    }
     if (services_.refresher && !services_.refresher->snapshot().providers.empty())
         snapshot_ = services_.refresher->snapshot(); // the last picture, shown at once
     launchAtLogin_ = services_.loginItem && services_.loginItem->isEnabled();
@@ -98,7 +112,17 @@ void AppController::start() {
     startClaudeLimits();
     // Views built before the start show the switches as they were read from the files.
     emit settingsChanged();
-    // The update checker starts here; when it requires an update nothing below starts.
+    if (updateChecker_) {
+        connect(updateChecker_.get(), &updates::UpdateChecker::decisionChanged, this, [this] {
+            applyUpdateState(updateChecker_->decision().kind ==
+                             updates::UpdateDecision::Kind::required);
+        });
+        updateChecker_->start();
+        if (updateChecker_->decision().kind == updates::UpdateDecision::Kind::required) {
+            applyUpdateState(true);
+            return; // nothing else starts until this build is replaced
+        }
+    }
     if (services_.systemMonitor)
         services_.systemMonitor->start();
     if (watchdog_) {
@@ -123,6 +147,8 @@ void AppController::start() {
 
 void AppController::stop() {
     settingsSync_->stop();
+    if (updateChecker_)
+        updateChecker_->stop();
     refreshLoop_->stop();
     if (watchdog_)
         watchdog_->stop();
@@ -136,6 +162,43 @@ void AppController::stop() {
     if (services_.listener)
         disconnect(services_.listener, nullptr, this, nullptr);
     started_ = false;
+}
+
+void AppController::applyUpdateState(bool required) {
+    const bool stored = GroupSettings::readBool(GroupSettings::kUpdateRequired);
+    if (!stored && !required)
+        return;
+    GroupSettings::write(GroupSettings::kUpdateRequired, required);
+    if (!required || paused_)
+        return;
+    // Metrics, the watchdog, website checks and the refresh loop stop; the hooks, the limits
+    // observers and the update checker go on.
+    paused_ = true;
+    if (auto* monitor = services_.systemMonitor) {
+        if (!monitor->isSuspended())
+            monitor->setSuspended(true);
+        monitor->stop();
+    }
+    if (watchdog_)
+        watchdog_->stop();
+    if (websiteMonitor_)
+        websiteMonitor_->stop();
+    refreshLoop_->stop();
+    qCWarning(lcApp)
+        << "This version is below the minimum; monitoring is paused until it is updated";
+    if (services_.notifications && updateChecker_ && updateChecker_->decision().manifest) {
+        const std::string version = updateChecker_->decision().manifest->version;
+        services_.notifications->post(
+            {"update-required", "updates", "Ravo needs an update",
+             "This version is no longer supported, so monitoring is paused. Install Ravo " +
+                 version + " to resume.",
+             "software-update-urgent", ""},
+            [](const std::string& error) {
+                qCWarning(lcApp).noquote()
+                    << "Update notification failed:" << QString::fromStdString(error);
+            });
+    }
+    emit pausedChanged();
 }
 
 void AppController::startSessionTracking() {
@@ -227,6 +290,8 @@ QCoro::Task<> AppController::refresh() {
 }
 
 QCoro::Task<> AppController::refreshIfOutdated() {
+    if (paused_)
+        co_return;
     std::optional<TimePoint> earliest;
     if (snapshot_) {
         for (const auto& usage : snapshot_->providers) {

@@ -38,6 +38,9 @@ class SystemMonitor;
 namespace ravo::sync {
 class SettingsSync;
 }
+namespace ravo::updates {
+class UpdateChecker;
+}
 namespace ravo::usage {
 class ClaudeUsageProbe;
 class UsageRefresher;
@@ -75,6 +78,10 @@ public:
         CloudServices cloud;
         UserNotifications* notifications = nullptr;
         cloud::WebsiteMonitor::Options websites;
+        // The running build and the key releases must be signed with; without a transport
+        // there is no update checker.
+        long long currentBuild = 0;
+        std::string updatePublicKey;
         // Settings sync's timings; the defaults outside tests.
         std::chrono::milliseconds settingsUploadDelay{2000};
         std::chrono::milliseconds settingsPollInterval{30'000};
@@ -131,6 +138,11 @@ public:
     connectivity::ConnectionWatchdog* connectionWatchdog() const { return watchdog_.get(); }
     connectivity::SpeedTest* speedTest() const { return speedTest_.get(); }
     sync::SettingsSync* settingsSync() const { return settingsSync_.get(); }
+    // Null without a transport.
+    updates::UpdateChecker* updateChecker() const { return updateChecker_.get(); }
+    // A release below whose minimum build this one is: monitoring pauses until the update.
+    void applyUpdateState(bool required);
+    bool isPaused() const { return paused_; }
 
     // The settings that follow the user to other computers, gathered from their owners.
     sync::SyncedSettings syncedSettings() const override;
@@ -149,6 +161,7 @@ signals:
     void snapshotChanged();
     void sessionsChanged();
     void settingsChanged(); // any of the switches, their errors and the approval flag
+    void pausedChanged();
 
 private:
     void startSessionTracking();
@@ -173,6 +186,8 @@ private:
     std::unique_ptr<connectivity::ConnectionWatchdog> watchdog_;
     std::unique_ptr<connectivity::SpeedTest> speedTest_;
     std::unique_ptr<sync::SettingsSync> settingsSync_;
+    std::unique_ptr<updates::UpdateChecker> updateChecker_;
+    bool paused_ = false;
     std::unique_ptr<cloud::AlertNotifier> alertNotifier_;
     std::unique_ptr<cloud::CloudAccount> cloudAccount_;
     std::unique_ptr<cloud::TelegramSettings> telegram_;

@@ -85,6 +85,7 @@ AppServices::AppServices(QObject* parent)
     };
     services.canManageLoginItem = isInstalledCopy(executable);
     services.cloud = CloudServices::forThisComputer();
+    services.currentBuild = RAVO_BUILD_NUMBER;
     services.notifications = notifications_;
     controller_ = new AppController(settings_.get(), sessions::HookInstaller(home, helperPath()),
                                     std::move(services), this);

@@ -9,6 +9,7 @@ Q_LOGGING_CATEGORY(lcApp, "io.halvorsund.Ravo.app")
 Q_LOGGING_CATEGORY(lcMetrics, "io.halvorsund.Ravo.metrics")
 Q_LOGGING_CATEGORY(lcConnection, "io.halvorsund.Ravo.connection")
 Q_LOGGING_CATEGORY(lcSync, "io.halvorsund.Ravo.settingsSync")
+Q_LOGGING_CATEGORY(lcUpdates, "io.halvorsund.Ravo.updates")
 
 namespace ravo::app {
 

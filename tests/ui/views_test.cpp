@@ -31,7 +31,9 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <sys/stat.h>
 
 namespace ravo::ui {
@@ -234,9 +236,9 @@ TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
     QStringList tabs;
     for (int i = 0; i < window.tabs()->count(); ++i)
         tabs << window.tabs()->tabText(i);
-    EXPECT_EQ(tabs, (QStringList{"General", "Menu bar", "AI", "Sessions"}));
-    const char* names[] = {"general", "menubar", "ai", "sessions"};
-    for (int i = 0; i < window.tabs()->count(); ++i) {
+    EXPECT_EQ(tabs, (QStringList{"General", "Menu bar", "AI", "Sessions", "Sync"}));
+    const char* names[] = {"general", "menubar", "ai", "sessions", "sync"};
+    for (int i = 0; i < std::min<int>(window.tabs()->count(), std::size(names)); ++i) {
         window.tabs()->setCurrentIndex(i);
         QTest::qWait(5);
         EXPECT_TRUE(clippedLabels(window).empty()) << names[i];

@@ -9,6 +9,7 @@
 #include "ui/settings/setting_switch.h"
 #include "ui/settings/settings_texts.h"
 #include "ui/settings/sync_tab.h"
+#include "ui/settings/update_section.h"
 #include "ui/settings/websites_tab.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
@@ -95,6 +96,8 @@ QWidget* SettingsWindow::generalTab() {
     }
     connect(launchAtLogin_, &QCheckBox::toggled, controller_,
             &app::AppController::setLaunchAtLogin);
+    if (auto* checker = controller_->updateChecker())
+        layout->addWidget(new UpdateSection(checker));
     layout->addStretch();
     return page;
 }

@@ -26,6 +26,7 @@ SystemTrayItems::SystemTrayItems(SystemMonitor* monitor, QMenu* sharedMenu,
     if (connection_.watchdog)
         connect(connection_.watchdog, &connectivity::ConnectionWatchdog::stateChanged, this,
                 &SystemTrayItems::redraw);
+    connect(monitor_, &SystemMonitor::isSuspendedChanged, this, &SystemTrayItems::redraw);
     connect(monitor_, &SystemMonitor::enabledMetricsChanged, this, &SystemTrayItems::rebuild);
     connect(monitor_, &SystemMonitor::metricOrderChanged, this, &SystemTrayItems::rebuild);
     rebuild();
@@ -76,12 +77,17 @@ void SystemTrayItems::showDetail(SystemMetric metric) {
 }
 
 void SystemTrayItems::redraw() {
-    const SystemReading reading = monitor_->reading().value_or(SystemReading{});
-    const auto connection = connection_.watchdog ? connection_.watchdog->state() : std::nullopt;
+    // Paused for an update, the last figures would go stale in plain sight: show none.
+    const bool paused = monitor_->isSuspended();
+    const SystemReading reading =
+        paused ? SystemReading{} : monitor_->reading().value_or(SystemReading{});
+    const auto connection =
+        connection_.watchdog && !paused ? connection_.watchdog->state() : std::nullopt;
     for (auto& item : items_) {
         const auto content = TrayIconContent::forMetric(reading, item->metric, connection);
-        item->icon->setToolTip(
-            QString::fromStdString(TrayIconContent::tooltip(reading, item->metric, connection)));
+        item->icon->setToolTip(paused ? QString("Paused until Ravo is updated (Settings → General)")
+                                      : QString::fromStdString(TrayIconContent::tooltip(
+                                            reading, item->metric, connection)));
         if (item->drawn == content)
             continue; // the same picture: trays repaint on every setIcon
         item->drawn = content;

@@ -1,0 +1,145 @@
+#include "app/app_controller.h"
+#include "cloud/website_monitor.h"
+#include "connectivity/connection_watchdog.h"
+#include "core/group_settings.h"
+#include "metrics/system_monitor.h"
+#include "tests/metrics/recorded_counter_source.h"
+#include "tests/support/fake_path_monitor.h"
+#include "tests/support/memory_secret_store.h"
+#include "tests/support/ravo_server_process.h"
+#include "tests/support/recording_notifications.h"
+#include "tests/support/temporary_folder.h"
+#include "updates/release_tool/release_signer.h"
+#include "updates/update_checker.h"
+
+#include <QSettings>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+namespace ravo::updates {
+namespace {
+
+// The app with its real coordinators and a real ravo-server that publishes releases signed
+// with a key made for the test.
+class UpdatePauseTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(home.path() / "releases");
+        publicKey = ReleaseSigner::generateKey(home.path() / "release.pem").value();
+        ASSERT_NO_FATAL_FAILURE(server.start(
+            {"--release-dir", QString::fromStdString((home.path() / "releases").string()),
+             "--checker", "off"}));
+        settings.setValue("cloudServer", server.origin());
+        settings.setValue(connectivity::ProbeAddress::kSettingsKey, "127.0.0.1:1");
+    }
+    void publish(long long build, long long minimumBuild, const std::filesystem::path& key) {
+        const std::string manifest = nlohmann::json{
+            {"version", "0." + std::to_string(build)},
+            {"build", build},
+            {"minimumBuild", minimumBuild},
+            {"publishedAt", "2026-11-22T09:00:00Z"},
+            {"downloadURL", "https://ravo.example.org/ravo.tar.gz"},
+            {"sha256", "00"},
+            {"notes", "Safer alerts."}}.dump();
+        std::ofstream(home.path() / "releases/linux-stable.json")
+            << ReleaseSigner::envelope(key, manifest).value();
+    }
+    std::unique_ptr<app::AppController> makeController() {
+        auto source = std::make_unique<metrics::testing::RecordedCounterSource>(&calls);
+        source->ticks = {{{0, 0, 0, 0}}};
+        source->memoryValue =
+            metrics::MemoryUsage{100, 50, 0, 0, 0, 0, 0, metrics::MemoryPressureLevel::normal};
+        source->spaces = {{100, 80, {}}};
+        source->networks = {{}};
+        metrics::SystemMonitor::Services monitorServices;
+        monitorServices.sampler = std::make_unique<metrics::SystemSampler>(std::move(source));
+        monitorServices.pathMonitor = &path;
+        monitor = std::make_unique<metrics::SystemMonitor>(&settings, std::move(monitorServices));
+        app::AppController::Services services;
+        services.systemMonitor = monitor.get();
+        services.pathMonitor = &path;
+        services.cloud = {std::make_shared<testing::MemorySecretStore>(),
+                          std::make_shared<cloud::NetworkTransport>()};
+        services.notifications = &notifications;
+        services.currentBuild = 5;
+        services.updatePublicKey = publicKey;
+        return std::make_unique<app::AppController>(
+            &settings, sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
+            std::move(services));
+    }
+
+    testing::TemporaryHome home;
+    QSettings settings{QString::fromStdString((home.path() / "ravo.conf").string()),
+                       QSettings::IniFormat};
+    testing::RavoServerProcess server{home.path()};
+    metrics::testing::RecordedCounterSource::Calls calls;
+    testing::FakePathMonitor path;
+    testing::RecordingNotifications notifications;
+    std::unique_ptr<metrics::SystemMonitor> monitor;
+    std::string publicKey;
+};
+
+TEST_F(UpdatePauseTest, ANewerReleaseIsOfferedAndMonitoringGoesOn) {
+    publish(9, 3, home.path() / "release.pem");
+    auto controller = makeController();
+    controller->start();
+    auto* checker = controller->updateChecker();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return checker->decision().kind == UpdateDecision::Kind::available; }, 5000));
+    EXPECT_EQ(checker->decision().manifest->notes, "Safer alerts.");
+    EXPECT_FALSE(controller->isPaused());
+    EXPECT_TRUE(controller->connectionWatchdog()->isRunning());
+    EXPECT_TRUE(settings.contains(UpdateChecker::kManifestKey));
+    controller->stop();
+}
+
+TEST_F(UpdatePauseTest, AMinimumAboveThisBuildPausesMonitoringAndTheNextStartStartsNothing) {
+    publish(9, 7, home.path() / "release.pem");
+    auto controller = makeController();
+    controller->start();
+    EXPECT_TRUE(controller->connectionWatchdog()->isRunning());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return controller->isPaused(); }, 5000));
+    EXPECT_TRUE(monitor->isSuspended());
+    EXPECT_FALSE(controller->connectionWatchdog()->isRunning());
+    EXPECT_FALSE(controller->websiteMonitor()->isRunning());
+    EXPECT_TRUE(GroupSettings::readBool(GroupSettings::kUpdateRequired));
+    const auto told =
+        std::count_if(notifications.posted.begin(), notifications.posted.end(),
+                      [](const auto& n) { return n.identifier == "update-required"; });
+    EXPECT_EQ(told, 1);
+    EXPECT_NE(notifications.posted.back().body.find("Install Ravo 0.9"), std::string::npos);
+    controller->stop();
+    controller.reset();
+
+    // The verified manifest is kept: the next start knows at once and starts nothing.
+    auto next = makeController();
+    EXPECT_EQ(next->updateChecker()->decision().kind, UpdateDecision::Kind::required);
+    next->start();
+    EXPECT_TRUE(next->isPaused());
+    EXPECT_FALSE(next->connectionWatchdog()->isRunning());
+    EXPECT_FALSE(next->websiteMonitor()->isRunning());
+    next->stop();
+}
+
+TEST_F(UpdatePauseTest, AReleaseSignedWithAnotherKeyIsNeverActedOn) {
+    testing::TemporaryFolder other;
+    ASSERT_TRUE(ReleaseSigner::generateKey(other / "other.pem").ok());
+    publish(9, 7, other / "other.pem");
+    auto controller = makeController();
+    controller->start();
+    auto* checker = controller->updateChecker();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return checker->lastError().has_value(); }, 5000));
+    EXPECT_EQ(checker->lastError(), "The update information isn't signed by Ravo.");
+    EXPECT_EQ(checker->decision().kind, UpdateDecision::Kind::upToDate);
+    EXPECT_FALSE(controller->isPaused());
+    EXPECT_FALSE(settings.contains(UpdateChecker::kManifestKey));
+    controller->stop();
+}
+
+} // namespace
+} // namespace ravo::updates
