@@ -4,6 +4,7 @@
 #include "metrics/system_monitor.h"
 #include "ui/popovers/metric_detail_view.h"
 #include "ui/popovers/usage_view.h"
+#include "ui/settings/update_section.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 
@@ -28,6 +29,8 @@ DashboardWindow::DashboardWindow(app::AppController* controller, QWidget* parent
     layout->setContentsMargins(18, 14, 18, 14);
     layout->setSpacing(14);
     layout->addWidget(wrappedLabel(kNoTrayText, Theme::mutedText(palette())));
+    if (auto* checker = controller->updateChecker())
+        layout->addWidget(new UpdateSection(checker)); // hidden while up to date
     auto* columns = new QGridLayout;
     columns->setHorizontalSpacing(28);
     columns->setVerticalSpacing(18);
