@@ -1,7 +1,11 @@
 #include "app/app_controller.h"
 #include "app/app_services.h"
 #include "app/commands.h"
+#include "app/log_file.h"
+#include "core/paths.h"
 #include "metrics/system_monitor.h"
+#include "ui/terminal/curses_screen.h"
+#include "ui/terminal/plain_dashboard.h"
 #include "ui/terminal/terminal_dashboard.h"
 #include "ui/terminal/terminal_session.h"
 
@@ -10,15 +14,35 @@
 
 namespace ravo::app {
 
-int runTerminalDashboard() {
-    AppServices services;
-    ui::TerminalSession terminal(STDIN_FILENO, STDOUT_FILENO);
-    ui::TerminalDashboard dashboard(services.controller(), &terminal);
-    QObject::connect(&terminal, &ui::TerminalSession::quitRequested, qApp, &QCoreApplication::quit);
+namespace {
+
+int runUntilQuit(AppServices& services) {
     services.controller()->start();
     const int status = QCoreApplication::exec();
     services.controller()->stop();
     return status;
+}
+
+} // namespace
+
+int runTerminalDashboard() {
+    if (!ui::CursesScreen::isAvailable()) {
+        // Not a terminal: frames as plain text, and the log where it always goes.
+        AppServices services;
+        ui::TerminalSession terminal(STDIN_FILENO, STDOUT_FILENO);
+        ui::PlainDashboard dashboard(services.controller(), &terminal);
+        QObject::connect(&terminal, &ui::TerminalSession::quitRequested, qApp,
+                         &QCoreApplication::quit);
+        return runUntilQuit(services);
+    }
+    const LogFile log(paths::logFile().value_or("/dev/null"));
+    AppServices services;
+    ui::CursesScreen screen;
+    ui::TerminalDashboard dashboard(services.controller(), &screen);
+    QObject::connect(&dashboard, &ui::TerminalDashboard::quitRequested, qApp,
+                     &QCoreApplication::quit);
+    dashboard.redraw();
+    return runUntilQuit(services);
 }
 
 } // namespace ravo::app

@@ -4,6 +4,10 @@
 
 namespace ravo::app {
 
+std::string SessionLink::url() const {
+    return "ravo://session/" + std::string(usage::rawValue(provider)) + "/" + sessionID;
+}
+
 std::optional<SessionLink> SessionLink::parse(std::string_view url) {
     constexpr std::string_view prefix = "ravo://session/";
     if (!url.starts_with(prefix))

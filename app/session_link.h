@@ -15,6 +15,8 @@ struct SessionLink {
     bool operator==(const SessionLink&) const = default;
 
     static std::optional<SessionLink> parse(std::string_view url);
+    // "ravo://session/claude/<id>"
+    std::string url() const;
 };
 
 } // namespace ravo::app

@@ -27,19 +27,33 @@ std::optional<fs::path> home() {
     return std::nullopt;
 }
 
-std::optional<fs::path> dataHome() {
-    if (auto xdg = absoluteVariable("XDG_DATA_HOME"))
+namespace {
+
+std::optional<fs::path> xdgHome(const char* variable, const char* underHome) {
+    if (auto xdg = absoluteVariable(variable))
         return xdg;
     if (auto h = home())
-        return *h / ".local" / "share";
+        return *h / underHome;
     return std::nullopt;
 }
 
+} // namespace
+
+std::optional<fs::path> dataHome() {
+    return xdgHome("XDG_DATA_HOME", ".local/share");
+}
+
 std::optional<fs::path> configHome() {
-    if (auto xdg = absoluteVariable("XDG_CONFIG_HOME"))
-        return xdg;
-    if (auto h = home())
-        return *h / ".config";
+    return xdgHome("XDG_CONFIG_HOME", ".config");
+}
+
+std::optional<fs::path> stateHome() {
+    return xdgHome("XDG_STATE_HOME", ".local/state");
+}
+
+std::optional<fs::path> logFile() {
+    if (auto state = stateHome())
+        return *state / "ravo" / "ravo.log";
     return std::nullopt;
 }
 

@@ -10,6 +10,9 @@ namespace ravo::paths {
 std::optional<std::filesystem::path> home();
 std::optional<std::filesystem::path> dataHome();
 std::optional<std::filesystem::path> configHome();
+std::optional<std::filesystem::path> stateHome();
+// Where the program logs when the terminal is in use, as while the dashboard runs.
+std::optional<std::filesystem::path> logFile();
 
 // The folder shared by the app and ravo-hook; absent when no home folder can be found.
 std::optional<std::filesystem::path> sharedContainer();

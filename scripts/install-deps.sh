@@ -7,7 +7,7 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libqt6svg6-dev qcoro-qt6-dev
     qtkeychain-qt6-dev
     libgl-dev libvulkan-dev libxkbcommon-dev
-    nlohmann-json3-dev libssl-dev libdbus-1-dev
+    nlohmann-json3-dev libssl-dev libdbus-1-dev libncurses-dev
     libboost-dev libsqlite3-dev libpq-dev libcurl4-openssl-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     dbus dbus-x11 xvfb xauth procps jq valgrind fonts-dejavu-core
@@ -15,7 +15,7 @@ packages=(
 if [ "${1:-}" = "--tests" ]; then
     packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl
         openssl postgresql gnome-keyring libsecret-tools dunst
-        iproute2 nftables)
+        iproute2 nftables tmux)
 fi
 
 missing=()

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# `ravo` without a display draws the dashboard and quits on q and on Ctrl-C.
+# `ravo` without a display, its output not a terminal: plain frames, and q or Ctrl-C quit.
 set -euo pipefail
 ravo=$1
 work=$(mktemp -d)

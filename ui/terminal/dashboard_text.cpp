@@ -41,23 +41,6 @@ std::string padded(const std::string& text, int width) {
     return missing > 0 ? text + std::string(static_cast<std::size_t>(missing), ' ') : text + " ";
 }
 
-std::vector<double> lastValues(const std::vector<double>& values, int count) {
-    if (count <= 0)
-        return {};
-    if (values.size() <= static_cast<std::size_t>(count))
-        return values;
-    return {values.end() - count, values.end()};
-}
-
-std::vector<double> historyFor(const DashboardFrame& frame, SystemMetric metric) {
-    if (metric == SystemMetric::network) {
-        const auto it = frame.rateHistory.find(RateSeries::networkIn);
-        return it == frame.rateHistory.end() ? std::vector<double>{} : it->second;
-    }
-    const auto it = frame.history.find(metric);
-    return it == frame.history.end() ? std::vector<double>{} : it->second;
-}
-
 std::string limitsText(const DashboardFrame& frame, const std::string& bold,
                        const std::string& reset) {
     std::string text = "\n" + bold + "AI limits" + reset + "\n";
@@ -85,6 +68,23 @@ std::string sessionsText(const DashboardFrame& frame, const std::string& bold,
 
 } // namespace
 
+std::string DashboardFrame::sparklineOf(SystemMetric metric, int width) const {
+    if (width <= 0)
+        return {};
+    // The network's rates have no ceiling; the gauges fill up to 1.
+    const auto& series = metric == SystemMetric::network ? rateHistory.find(RateSeries::networkIn)
+                                                         : rateHistory.end();
+    std::vector<double> values;
+    if (series != rateHistory.end()) {
+        values = series->second;
+    } else if (const auto found = history.find(metric); found != history.end()) {
+        values = found->second;
+    }
+    if (values.size() > static_cast<std::size_t>(width))
+        values.erase(values.begin(), values.end() - width);
+    return sparkline(values, metric == SystemMetric::network ? std::nullopt : std::optional(1.0));
+}
+
 std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& locale) {
     const std::string reset = frame.color ? "\x1b[0m" : "";
     const std::string bold = frame.color ? "\x1b[1m" : "";
@@ -101,10 +101,7 @@ std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& loc
         const std::string value = summary.value.empty() ? "—" : summary.value;
         text += padded(std::string(displayName(metric)), kNameWidth);
         text += (frame.color ? levelColor(summary.level) : "") + padded(value, kValueWidth) + reset;
-        const auto history = historyFor(frame, metric);
-        const std::optional<double> ceiling =
-            metric == SystemMetric::network ? std::nullopt : std::optional(1.0);
-        text += sparkline(lastValues(history, sparkWidth), ceiling);
+        text += frame.sparklineOf(metric, sparkWidth);
         text += "\n";
         if (!summary.detail.empty())
             text += std::string(kNameWidth, ' ') + summary.detail + "\n";

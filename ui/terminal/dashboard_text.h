@@ -24,7 +24,11 @@ struct DashboardFrame {
     std::vector<sessions::AgentSession> sessions; // newest first
     TimePoint now;
     int width = 80;
+    int height = 24;
     bool color = true;
+
+    // The metric's last `width` values as block characters.
+    std::string sparklineOf(metrics::SystemMetric metric, int width) const;
 };
 
 std::string renderDashboard(const DashboardFrame& frame, const metrics::FormatLocale& locale);

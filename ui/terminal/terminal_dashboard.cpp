@@ -1,39 +1,90 @@
 #include "ui/terminal/terminal_dashboard.h"
 
 #include "app/app_controller.h"
+#include "app/session_link.h"
 #include "metrics/system_monitor.h"
-#include "ui/terminal/dashboard_text.h"
-#include "ui/terminal/terminal_session.h"
+#include "ui/terminal/curses_screen.h"
+#include "ui/terminal/dashboard_frame_reader.h"
+#include "ui/terminal/dashboard_layout.h"
 
 namespace ravo::ui {
 
-TerminalDashboard::TerminalDashboard(app::AppController* controller, TerminalSession* terminal,
+using namespace metrics;
+
+namespace {
+
+void appendCapped(std::deque<double>& values, double value) {
+    values.push_back(value);
+    while (values.size() > TerminalDashboard::kHistoryLength)
+        values.pop_front();
+}
+
+} // namespace
+
+TerminalDashboard::TerminalDashboard(app::AppController* controller, CursesScreen* screen,
                                      QObject* parent)
-    : QObject(parent), controller_(controller), terminal_(terminal) {
-    connect(controller_->systemMonitor(), &metrics::SystemMonitor::readingChanged, this,
-            &TerminalDashboard::redraw);
+    : QObject(parent), controller_(controller), screen_(screen) {
+    connect(controller_->systemMonitor(), &SystemMonitor::readingChanged, this, [this] {
+        record();
+        redraw();
+    });
     connect(controller_, &app::AppController::snapshotChanged, this, &TerminalDashboard::redraw);
     connect(controller_, &app::AppController::sessionsChanged, this, &TerminalDashboard::redraw);
-    connect(terminal_, &TerminalSession::resized, this, &TerminalDashboard::redraw);
+    connect(screen_, &CursesScreen::resized, this, &TerminalDashboard::redraw);
+    connect(screen_, &CursesScreen::quitRequested, this, &TerminalDashboard::quitRequested);
+    connect(screen_, &CursesScreen::keyPressed, this,
+            [this](DashboardKey key) { act(press(view_, key, counts())); });
+    connect(screen_, &CursesScreen::clicked, this, [this](int row, int column, bool twice) {
+        act(click(view_, row, column, twice, areas_));
+    });
+    connect(screen_, &CursesScreen::scrolled, this, [this](int row, int column, int steps) {
+        scroll(view_, row, column, steps, areas_, counts());
+        redraw();
+    });
+}
+
+void TerminalDashboard::record() {
+    const auto reading = controller_->systemMonitor()->reading();
+    if (!reading)
+        return;
+    for (SystemMetric metric : kAllMetrics)
+        if (const auto fraction = reading->fraction(metric))
+            appendCapped(history_[metric], *fraction);
+    if (reading->network)
+        appendCapped(networkIn_, reading->network->inRate);
+}
+
+DashboardCounts TerminalDashboard::counts() const {
+    return {static_cast<int>(controller_->systemMonitor()->visibleMetrics().size()),
+            static_cast<int>(controller_->sessions().size())};
+}
+
+void TerminalDashboard::act(DashboardAction action) {
+    if (action.kind == DashboardAction::Kind::quit) {
+        emit quitRequested();
+        return;
+    }
+    if (action.kind == DashboardAction::Kind::openSession) {
+        const auto sessions = controller_->sessions();
+        if (action.session >= 0 && action.session < static_cast<int>(sessions.size())) {
+            const auto& session = sessions[static_cast<std::size_t>(action.session)];
+            controller_->openSession(app::SessionLink{session.provider, session.sessionID}.url());
+        }
+    }
+    redraw();
 }
 
 void TerminalDashboard::redraw() {
-    const metrics::SystemMonitor* monitor = controller_->systemMonitor();
-    DashboardFrame frame;
-    frame.reading = monitor->reading();
-    frame.metrics = monitor->visibleMetrics();
-    for (auto metric : frame.metrics)
-        frame.history[metric] = monitor->history(metric);
-    frame.rateHistory[metrics::RateSeries::networkIn] =
-        monitor->rateHistory(metrics::RateSeries::networkIn);
-    frame.online = monitor->isOnline();
-    frame.usage = controller_->snapshot();
-    frame.tracksSessions = controller_->tracksSessions();
-    frame.sessions = controller_->sessions();
-    frame.now = Clock::now();
-    frame.width = terminal_->width();
-    frame.color = terminal_->isInteractive();
-    terminal_->draw(renderDashboard(frame, locale_));
+    DashboardFrame frame = readDashboardFrame(*controller_);
+    for (const auto& [metric, values] : history_)
+        frame.history[metric] = {values.begin(), values.end()};
+    frame.rateHistory[RateSeries::networkIn] = {networkIn_.begin(), networkIn_.end()};
+    frame.width = screen_->width();
+    frame.height = screen_->height();
+    frame.color = screen_->hasColor();
+    const DashboardScreen laidOut = layoutDashboard(frame, view_, locale_);
+    areas_ = laidOut.areas;
+    screen_->draw(laidOut.grid);
 }
 
 } // namespace ravo::ui

@@ -1,8 +1,13 @@
 #pragma once
 
 #include "metrics/core/metric_format.h"
+#include "metrics/core/system_metric.h"
+#include "ui/terminal/dashboard_controls.h"
 
 #include <QObject>
+
+#include <deque>
+#include <map>
 
 namespace ravo::app {
 class AppController;
@@ -10,22 +15,37 @@ class AppController;
 
 namespace ravo::ui {
 
-class TerminalSession;
+class CursesScreen;
 
-// The live dashboard of a machine without a display: the enabled metrics, redrawn on
-// every reading, with the last minute as sparklines, then the AI limits and the sessions.
+// The full-screen dashboard: redraws on every reading, change of limits or sessions and
+// resize; keys and the mouse move between sections, and Enter opens a session. It keeps
+// longer histories than the tray's minute, so a wide terminal shows more of the past.
 class TerminalDashboard : public QObject {
     Q_OBJECT
 public:
-    TerminalDashboard(app::AppController* controller, TerminalSession* terminal,
+    static constexpr std::size_t kHistoryLength = 600;
+
+    TerminalDashboard(app::AppController* controller, CursesScreen* screen,
                       QObject* parent = nullptr);
 
     void redraw();
+    const DashboardView& view() const { return view_; }
+
+signals:
+    void quitRequested();
 
 private:
+    void record();
+    void act(DashboardAction action);
+    DashboardCounts counts() const;
+
     app::AppController* controller_;
-    TerminalSession* terminal_;
+    CursesScreen* screen_;
     metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
+    DashboardView view_;
+    std::vector<HitArea> areas_;
+    std::map<metrics::SystemMetric, std::deque<double>> history_;
+    std::deque<double> networkIn_;
 };
 
 } // namespace ravo::ui

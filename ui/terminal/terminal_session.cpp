@@ -1,24 +1,18 @@
 #include "ui/terminal/terminal_session.h"
 
+#include "ui/terminal/signal_pipe.h"
+
 #include <QSocketNotifier>
 
 #include <csignal>
 #include <fcntl.h>
 #include <string>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace ravo::ui {
 
 namespace {
-
-int signalPipe[2] = {-1, -1};
-
-void forwardSignal(int number) {
-    const char byte = static_cast<char>(number);
-    [[maybe_unused]] auto written = ::write(signalPipe[1], &byte, 1);
-}
 
 void writeAll(int fd, const std::string& text) {
     std::size_t done = 0;
@@ -43,17 +37,13 @@ TerminalSession::TerminalSession(int input, int output, QObject* parent)
         raw.c_cc[VTIME] = 0;
         ::tcsetattr(input_, TCSANOW, &raw);
     }
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, signalPipe) == 0) {
-        struct sigaction action {};
-        action.sa_handler = forwardSignal;
-        sigemptyset(&action.sa_mask);
-        action.sa_flags = SA_RESTART;
-        ::sigaction(SIGINT, &action, nullptr);
-        ::sigaction(SIGTERM, &action, nullptr);
-        ::sigaction(SIGWINCH, &action, nullptr);
-        signals_ = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, this);
-        connect(signals_, &QSocketNotifier::activated, this, &TerminalSession::readSignals);
-    }
+    signals_ = new SignalPipe({SIGINT, SIGTERM, SIGWINCH}, this);
+    connect(signals_, &SignalPipe::received, this, [this](int number) {
+        if (number == SIGWINCH)
+            emit resized();
+        else
+            emit quitRequested();
+    });
     keys_ = new QSocketNotifier(input_, QSocketNotifier::Read, this);
     connect(keys_, &QSocketNotifier::activated, this, &TerminalSession::readKeys);
     if (outputIsTerminal_)
@@ -65,14 +55,6 @@ TerminalSession::~TerminalSession() {
         writeAll(output_, "\x1b[?25h\x1b[?1049l");
     if (inputIsTerminal_)
         ::tcsetattr(input_, TCSANOW, &savedMode_);
-    ::signal(SIGINT, SIG_DFL);
-    ::signal(SIGTERM, SIG_DFL);
-    ::signal(SIGWINCH, SIG_DFL);
-    for (int& fd : signalPipe) {
-        if (fd >= 0)
-            ::close(fd);
-        fd = -1;
-    }
 }
 
 int TerminalSession::width() const {
@@ -99,16 +81,6 @@ void TerminalSession::readKeys() {
     for (ssize_t i = 0; i < n; ++i)
         if (buffer[i] == 'q' || buffer[i] == 'Q' || buffer[i] == 3 /* Ctrl-C in raw mode */)
             emit quitRequested();
-}
-
-void TerminalSession::readSignals() {
-    char number = 0;
-    while (::read(signalPipe[0], &number, 1) == 1) {
-        if (number == SIGWINCH)
-            emit resized();
-        else
-            emit quitRequested();
-    }
 }
 
 } // namespace ravo::ui

@@ -8,6 +8,8 @@ class QSocketNotifier;
 
 namespace ravo::ui {
 
+class SignalPipe;
+
 // Owns the terminal while the dashboard runs: raw keys, the alternate screen, and
 // SIGINT/SIGTERM/SIGWINCH turned into Qt signals. Everything is restored on destruction.
 class TerminalSession : public QObject {
@@ -26,7 +28,6 @@ signals:
 
 private:
     void readKeys();
-    void readSignals();
 
     int input_;
     int output_;
@@ -34,7 +35,7 @@ private:
     bool outputIsTerminal_ = false;
     termios savedMode_{};
     QSocketNotifier* keys_ = nullptr;
-    QSocketNotifier* signals_ = nullptr;
+    SignalPipe* signals_ = nullptr;
 };
 
 } // namespace ravo::ui

@@ -1,0 +1,227 @@
+#include "ui/terminal/dashboard_controls.h"
+#include "ui/terminal/dashboard_layout.h"
+#include "ui/terminal/screen_grid.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+namespace ravo::ui {
+namespace {
+
+using namespace metrics;
+
+class DashboardLayoutTest : public ::testing::Test {
+protected:
+    void SetUp() override { std::setlocale(LC_CTYPE, "C.UTF-8"); }
+
+    // A busy machine: every metric, two providers, and `sessionCount` sessions.
+    static DashboardFrame busyFrame(int width, int height, int sessionCount) {
+        DashboardFrame frame;
+        frame.width = width;
+        frame.height = height;
+        frame.now = fromUnixSeconds(1'800'000'000);
+        SystemReading reading;
+        reading.date = frame.now;
+        reading.cpu = CPULoad{0.3, 0.1, {0.1, 0.95, 0.4, 0.2}};
+        reading.memory = MemoryUsage{100, 75, 0, 0, 0, 0, 0.75, MemoryPressureLevel::warning};
+        reading.disk = DiskUsage{1000, 400, {}, {}, {}};
+        reading.network = NetworkUsage{1'500'000, 20'000, {}, {}};
+        reading.temperatures = Temperatures{61.0, {}, {}, {}, {}};
+        frame.reading = reading;
+        frame.metrics = {SystemMetric::cpu,  SystemMetric::gpu,     SystemMetric::memory,
+                         SystemMetric::disk, SystemMetric::network, SystemMetric::temperature};
+        frame.history[SystemMetric::cpu] = std::vector<double>(600, 0.5);
+        frame.online = true;
+        usage::UsageSnapshot snapshot;
+        for (auto provider : {usage::Provider::claude, usage::Provider::codex}) {
+            usage::ProviderReading limits;
+            for (int minutes : {300, 10080}) {
+                usage::UsageWindow window;
+                window.id = std::to_string(minutes);
+                window.minutes = minutes;
+                window.usedPercent = minutes == 300 ? 42 : 91;
+                window.resetsAt = frame.now + std::chrono::minutes(90);
+                limits.windows.push_back(window);
+            }
+            snapshot.apply(limits, provider,
+                           frame.now -
+                               std::chrono::minutes(provider == usage::Provider::codex ? 40 : 1));
+        }
+        frame.usage = snapshot;
+        frame.tracksSessions = true;
+        for (int i = 0; i < sessionCount; ++i) {
+            sessions::AgentSession session;
+            session.sessionID = "s" + std::to_string(i);
+            session.project = "project-" + std::to_string(i);
+            session.title = "A title long enough to need cutting when the terminal is narrow";
+            session.state = sessions::AgentSession::State::running;
+            session.updatedAt = session.turnStartedAt = frame.now - std::chrono::minutes(i);
+            frame.sessions.push_back(session);
+        }
+        return frame;
+    }
+
+    static std::string screenText(const ScreenGrid& grid) {
+        std::string text;
+        for (int row = 0; row < grid.height(); ++row)
+            text += grid.rowText(row) + "\n";
+        return text;
+    }
+    static int rowOf(const ScreenGrid& grid, const std::string& needle) {
+        for (int row = 0; row < grid.height(); ++row)
+            if (grid.rowText(row).find(needle) != std::string::npos)
+                return row;
+        return -1;
+    }
+};
+
+TEST_F(DashboardLayoutTest, TextIsMeasuredAndCutAsTheTerminalDrawsIt) {
+    EXPECT_EQ(displayWidth("Processor"), 9);
+    EXPECT_EQ(displayWidth("↓ 1.5 MB/s"), 10);
+    EXPECT_EQ(displayWidth("日本"), 4);       // wide characters take two columns
+    EXPECT_EQ(displayWidth("e\xcc\x81"), 1);  // a combining accent takes none
+    EXPECT_EQ(displayWidth("a\x1b[31mb"), 7); // escapes are shown, not obeyed
+    EXPECT_EQ(displayWidth("\xff\xfe"), 2);   // bytes that are not UTF-8
+    EXPECT_EQ(displayWidth("\xe2\x82"), 2);   // a sequence cut short
+
+    EXPECT_EQ(fitText("short", 10), "short");
+    EXPECT_EQ(fitText("Add a cart to the shop", 12), "Add a cart…");
+    EXPECT_EQ(fitText("Supercalifragilistic", 8), "Superca…"); // no word end near: cut inside
+    EXPECT_EQ(fitText("日本語のタイトル", 7), "日本語…");
+    EXPECT_EQ(fitText("anything", 0), "");
+    EXPECT_EQ(displayWidth(fitText("a\x1b[2Jb", 3)), 3);
+
+    EXPECT_EQ(
+        wrapText("Install it and sign in once;  you don't have to", 16),
+        (std::vector<std::string>{"Install it and", "sign in once;", "you don't have", "to"}));
+    EXPECT_EQ(wrapText("Unbreakablewordhere ok", 8), (std::vector<std::string>{"Unbreak…", "ok"}));
+
+    ScreenGrid grid(6, 1);
+    EXPECT_EQ(grid.put(0, 2, "日本語"), 5); // the third would end past the edge
+    EXPECT_EQ(grid.rowText(0), "  日…");
+    EXPECT_EQ(grid.put(3, 0, "off the grid"), 0);
+}
+
+TEST_F(DashboardLayoutTest, EverythingFitsAt80By24AndNothingIsCutMidWord) {
+    const auto frame = busyFrame(80, 24, 6);
+    const auto screen = layoutDashboard(frame, {}, {});
+    const std::string text = screenText(screen.grid);
+    EXPECT_EQ(screen.grid.height(), 24);
+    // The header, the first metrics and both providers are on screen.
+    EXPECT_EQ(rowOf(screen.grid, "Ravo"), 0) << text;
+    EXPECT_NE(rowOf(screen.grid, "online"), -1) << text;
+    for (const char* needle :
+         {"Processor", "Memory", "Temperature", "Claude", "Codex", "Agent sessions", "q quit"})
+        EXPECT_NE(rowOf(screen.grid, needle), -1) << needle << "\n" << text;
+    EXPECT_EQ(rowOf(screen.grid, "q quit"), 23);
+    // Lines that do not fit end in an ellipsis, never in the middle of a word without one.
+    for (int row = 0; row < 24; ++row)
+        EXPECT_LE(displayWidth(screen.grid.rowText(row)), 80) << row;
+    EXPECT_NE(text.find("…"), std::string::npos) << text;
+    // Six sessions cannot all be shown: the list says which it shows.
+    EXPECT_NE(text.find(" of 6"), std::string::npos) << text;
+    // Codex's figures are 40 minutes old and say so; Claude's are fresh.
+    EXPECT_NE(text.find("as of 40 min ago"), std::string::npos) << text;
+}
+
+TEST_F(DashboardLayoutTest, ABigTerminalShowsTwoColumnsCoresDetailsAndLongerHistories) {
+    const auto frame = busyFrame(200, 60, 3);
+    const auto screen = layoutDashboard(frame, {}, {});
+    const std::string text = screenText(screen.grid);
+    const int processor = rowOf(screen.grid, "Processor");
+    const int limits = rowOf(screen.grid, "AI limits");
+    ASSERT_NE(processor, -1);
+    // Side by side: the limits start on the machine's rows, not below them.
+    EXPECT_LE(limits, processor) << text;
+    EXPECT_NE(rowOf(screen.grid, "cores"), -1) << text;
+    EXPECT_NE(text.find("75%"), std::string::npos);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NE(text.find("project-" + std::to_string(i)), std::string::npos) << text;
+    EXPECT_EQ(text.find(" of 3"), std::string::npos);
+    // A history longer than the tray's minute fills the wider sparkline.
+    const std::string row = screen.grid.rowText(processor);
+    std::string sixty;
+    for (int i = 0; i < 61; ++i)
+        sixty += "▅";
+    EXPECT_NE(row.find(sixty), std::string::npos) << row;
+}
+
+TEST_F(DashboardLayoutTest, TheSelectedSessionStaysInSightAndClicksFindIt) {
+    const auto frame = busyFrame(80, 24, 30);
+    DashboardView view;
+    view.focus = DashboardSection::sessions;
+    view.selectedSession = 25;
+    const auto screen = layoutDashboard(frame, view, {});
+    const int selected = rowOf(screen.grid, "project-25");
+    ASSERT_NE(selected, -1) << screenText(screen.grid);
+    EXPECT_TRUE(screen.grid.at(selected, 4).style.reverse);
+    EXPECT_EQ(rowOf(screen.grid, "project-0 "), -1);
+
+    // A click on another visible session selects it; a double click opens it.
+    const int other = rowOf(screen.grid, "project-24");
+    ASSERT_NE(other, -1);
+    DashboardView clicked;
+    EXPECT_EQ(click(clicked, other, 10, false, screen.areas), DashboardAction{});
+    EXPECT_EQ(clicked.focus, DashboardSection::sessions);
+    EXPECT_EQ(clicked.selectedSession, 24);
+    EXPECT_EQ(click(clicked, other, 10, true, screen.areas),
+              (DashboardAction{DashboardAction::Kind::openSession, 24}));
+    // A click on a metric moves there.
+    EXPECT_EQ(click(clicked, rowOf(screen.grid, "Memory"), 5, false, screen.areas),
+              DashboardAction{});
+    EXPECT_EQ(clicked.focus, DashboardSection::machine);
+    EXPECT_EQ(clicked.selectedMetric, 2);
+}
+
+TEST_F(DashboardLayoutTest, KeysMoveBetweenSectionsAndOpenOnlyASession) {
+    DashboardView view;
+    const DashboardCounts counts{6, 2};
+    EXPECT_EQ(press(view, DashboardKey::down, counts), DashboardAction{});
+    EXPECT_EQ(view.selectedMetric, 1);
+    press(view, DashboardKey::end, counts);
+    EXPECT_EQ(view.selectedMetric, 5);
+    press(view, DashboardKey::down, counts);
+    EXPECT_EQ(view.selectedMetric, 5); // stays on the last
+    EXPECT_EQ(press(view, DashboardKey::enter, counts), DashboardAction{});
+    press(view, DashboardKey::backTab, counts);
+    EXPECT_EQ(view.focus, DashboardSection::sessions); // wraps around
+    press(view, DashboardKey::down, counts);
+    EXPECT_EQ(press(view, DashboardKey::enter, counts),
+              (DashboardAction{DashboardAction::Kind::openSession, 1}));
+    press(view, DashboardKey::tab, counts);
+    EXPECT_EQ(view.focus, DashboardSection::machine);
+
+    // Help takes the next key for itself, except q.
+    press(view, DashboardKey::help, counts);
+    EXPECT_TRUE(view.showsHelp);
+    press(view, DashboardKey::tab, counts);
+    EXPECT_FALSE(view.showsHelp);
+    EXPECT_EQ(view.focus, DashboardSection::machine);
+    press(view, DashboardKey::help, counts);
+    EXPECT_EQ(press(view, DashboardKey::quit, counts).kind, DashboardAction::Kind::quit);
+
+    // Nothing to select: no session opens.
+    DashboardView empty{DashboardSection::sessions};
+    EXPECT_EQ(press(empty, DashboardKey::enter, {6, 0}), DashboardAction{});
+}
+
+TEST_F(DashboardLayoutTest, HelpAndATooSmallTerminalAreDrawnInsideTheScreen) {
+    auto frame = busyFrame(80, 24, 1);
+    DashboardView view;
+    view.showsHelp = true;
+    const auto help = layoutDashboard(frame, view, {});
+    EXPECT_NE(rowOf(help.grid, "open the selected session"), -1) << screenText(help.grid);
+
+    frame.width = 30;
+    frame.height = 8;
+    const auto small = layoutDashboard(frame, {}, {});
+    EXPECT_EQ(small.grid.width(), 30);
+    EXPECT_NE(screenText(small.grid).find("at least"), std::string::npos) << screenText(small.grid);
+    EXPECT_NE(rowOf(small.grid, "q to quit"), -1);
+    for (int row = 0; row < 8; ++row)
+        EXPECT_LE(displayWidth(small.grid.rowText(row)), 30);
+}
+
+} // namespace
+} // namespace ravo::ui

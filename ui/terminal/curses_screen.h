@@ -1,0 +1,48 @@
+#pragma once
+
+#include "ui/terminal/dashboard_controls.h"
+
+#include <QObject>
+
+class QSocketNotifier;
+
+namespace ravo::ui {
+
+class ScreenGrid;
+class SignalPipe;
+
+// The terminal as a full screen through ncurses, for as long as this object lives: the
+// alternate screen, keys and the mouse as the terminal reports them, colour only where
+// the terminal has it and NO_COLOR is unset. Ctrl-C, SIGTERM and SIGHUP ask to quit;
+// a resize is noticed at once. The shell gets its screen back as it was.
+class CursesScreen : public QObject {
+    Q_OBJECT
+public:
+    explicit CursesScreen(QObject* parent = nullptr);
+    ~CursesScreen() override;
+
+    // False when standard input or output is not a terminal.
+    static bool isAvailable();
+
+    int width() const;
+    int height() const;
+    bool hasColor() const { return color_; }
+    void draw(const ScreenGrid& grid);
+
+signals:
+    void keyPressed(ravo::ui::DashboardKey key);
+    void clicked(int row, int column, bool twice);
+    void scrolled(int row, int column, int steps);
+    void resized();
+    void quitRequested();
+
+private:
+    void readInput();
+    void takeNewSize();
+
+    bool color_ = false;
+    QSocketNotifier* input_ = nullptr;
+    SignalPipe* signals_ = nullptr;
+};
+
+} // namespace ravo::ui

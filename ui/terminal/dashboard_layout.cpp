@@ -1,0 +1,412 @@
+#include "ui/terminal/dashboard_layout.h"
+
+#include "metrics/core/metric_level.h"
+#include "metrics/core/metric_summary.h"
+#include "sessions/core/session_list.h"
+#include "ui/terminal/sparkline.h"
+#include "usage/core/usage_text.h"
+
+#include <algorithm>
+#include <ctime>
+
+namespace ravo::ui {
+
+using namespace metrics;
+
+namespace {
+
+constexpr int kNameWidth = 12;
+constexpr int kWideFrom = 120;
+
+struct Span {
+    int column = 0;
+    std::string text;
+    CellStyle style;
+    int width = -1; // to the column's end
+};
+
+// One row of a section. Lower priorities stay longest when rows run short.
+struct Line {
+    std::vector<Span> spans;
+    int priority = 0;
+    int item = -1;
+    bool selected = false;
+};
+
+struct Block {
+    DashboardSection section;
+    std::string title;
+    std::vector<Line> lines;
+    std::string note; // beside the title, such as "3–5 of 9"
+};
+
+CellStyle toneOf(std::optional<MetricLevel> level) {
+    if (!level)
+        return {Tone::dim};
+    switch (*level) {
+    case MetricLevel::normal:
+        return {};
+    case MetricLevel::warning:
+        return {Tone::warning};
+    case MetricLevel::critical:
+        return {Tone::critical, true};
+    }
+    return {};
+}
+
+std::string bar(double fraction, int width) {
+    const int filled = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * width + 0.5);
+    std::string text;
+    for (int i = 0; i < width; ++i)
+        text += i < filled ? "█" : "░";
+    return text;
+}
+
+std::string localClock(TimePoint moment) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    char text[16];
+    std::strftime(text, sizeof text, "%H:%M:%S", &local);
+    return text;
+}
+
+Block machineBlock(const DashboardFrame& frame, const DashboardView& view, int width, bool wide,
+                   const FormatLocale& locale) {
+    Block block{DashboardSection::machine, "Machine", {}, {}};
+    const bool focused = view.focus == DashboardSection::machine;
+    if (frame.metrics.empty()) {
+        block.lines.push_back(
+            {{{0, "No metrics are enabled. Turn them on in Ravo's settings.", {Tone::dim}}}});
+        return block;
+    }
+    const SystemReading reading = frame.reading.value_or(SystemReading{});
+    const int valueWidth = std::clamp(width - kNameWidth - 12, 8, 26);
+    const int sparkColumn = kNameWidth + valueWidth + 1;
+    const int sparkWidth = width - sparkColumn;
+    for (int i = 0; i < static_cast<int>(frame.metrics.size()); ++i) {
+        const SystemMetric metric = frame.metrics[static_cast<std::size_t>(i)];
+        const MetricSummary summary = summarize(reading, metric, locale);
+        const bool selected = focused && view.selectedMetric == i;
+        Line line{{}, 0, i, selected};
+        line.spans.push_back({0, std::string(displayName(metric)), {}, kNameWidth - 1});
+        line.spans.push_back({kNameWidth, summary.value.empty() ? "—" : summary.value,
+                              toneOf(summary.level), valueWidth});
+        if (sparkWidth >= 4)
+            line.spans.push_back(
+                {sparkColumn, frame.sparklineOf(metric, sparkWidth), {Tone::accent}});
+        block.lines.push_back(std::move(line));
+        if (metric == SystemMetric::cpu && reading.cpu && reading.cpu->perCore.size() > 1) {
+            // One bar per core, spaced out where there is room.
+            const auto& cores = reading.cpu->perCore;
+            const bool spaced = static_cast<int>(cores.size()) * 2 <= width - kNameWidth;
+            Line coreLine{{{0, "  cores", {Tone::dim}}}, wide ? 1 : 3, i, false};
+            int column = kNameWidth;
+            for (double load : cores) {
+                if (column >= width)
+                    break;
+                coreLine.spans.push_back(
+                    {column, sparkline({load}, 1.0), toneOf(levelFor(load)), 1});
+                column += spaced ? 2 : 1;
+            }
+            block.lines.push_back(std::move(coreLine));
+        }
+        if (!summary.detail.empty())
+            block.lines.push_back({{{kNameWidth, summary.detail, {Tone::dim}}},
+                                   selected ? 1 : (wide ? 2 : 3),
+                                   i,
+                                   false});
+    }
+    return block;
+}
+
+Block limitsBlock(const DashboardFrame& frame, int width) {
+    Block block{DashboardSection::limits, "AI limits", {}, {}};
+    if (!frame.usage || frame.usage->providers.empty()) {
+        block.lines.push_back({{{0, "Asking Claude Code and Codex…", {Tone::dim}}}});
+        return block;
+    }
+    const int labelWidth = 14;
+    const int barWidth = std::clamp(width - 2 - labelWidth - 34, 6, 30);
+    for (const auto& provider : frame.usage->providers) {
+        Line plan{{{0, usage::UsageText::planLine(provider), {Tone::plain, true}}}};
+        // Each provider says how old its own figures are: one may lag behind the other.
+        if (provider.updatedAt) {
+            const double age = secondsBetween(*provider.updatedAt, frame.now);
+            const std::string when =
+                "as of " + sessions::SessionList::age(*provider.updatedAt, frame.now);
+            plan.spans.push_back({std::max(width - displayWidth(when), labelWidth + 8),
+                                  when,
+                                  {age > 900 ? Tone::warning : Tone::dim}});
+        }
+        block.lines.push_back(std::move(plan));
+        // The fullest window stays longest.
+        const auto fullest = std::max_element(
+            provider.windows.begin(), provider.windows.end(),
+            [](const auto& a, const auto& b) { return a.usedPercent < b.usedPercent; });
+        for (auto window = provider.windows.begin(); window != provider.windows.end(); ++window) {
+            const double fraction = std::clamp(window->usedPercent / 100.0, 0.0, 1.0);
+            std::string figures = usage::UsageText::percentUsed(*window) + " used";
+            if (window->resetsAt)
+                figures += " · resets " + usage::UsageText::timeUntil(*window->resetsAt, frame.now);
+            block.lines.push_back(
+                {{{2, window->label(), {}, labelWidth - 1},
+                  {2 + labelWidth, bar(fraction, barWidth), toneOf(levelFor(fraction))},
+                  {3 + labelWidth + barWidth, figures, {}}},
+                 window == fullest ? 0 : 2});
+        }
+        // Credits, a setup to finish, an error: the lines after the windows.
+        const auto described = usage::UsageText::describe(provider, frame.now);
+        for (std::size_t i = provider.windows.size(); i < described.size(); ++i) {
+            const bool trouble = provider.setup || (provider.error && i + 1 == described.size());
+            // What went wrong is read in full; its first line stays longest.
+            int priority = trouble ? 0 : 2;
+            for (const auto& part : wrapText(described[i], width - 2)) {
+                block.lines.push_back(
+                    {{{2, part, {trouble ? Tone::warning : Tone::plain}}}, priority});
+                priority = std::max(priority, 1);
+            }
+        }
+    }
+    return block;
+}
+
+Tone stateTone(sessions::AgentSession::State state) {
+    switch (state) {
+    case sessions::AgentSession::State::running:
+        return Tone::accent;
+    case sessions::AgentSession::State::waiting:
+        return Tone::warning;
+    case sessions::AgentSession::State::done:
+        return Tone::good;
+    }
+    return Tone::plain;
+}
+
+Block sessionsBlock(const DashboardFrame& frame, const DashboardView& view, int width) {
+    Block block{DashboardSection::sessions, "Agent sessions", {}, {}};
+    if (!frame.tracksSessions) {
+        block.lines.push_back(
+            {{{0, "Tracking is off; turn it on with `ravo hooks install`.", {Tone::dim}}}});
+        return block;
+    }
+    if (frame.sessions.empty()) {
+        block.lines.push_back({{{0, "None right now.", {Tone::dim}}}});
+        return block;
+    }
+    const bool focused = view.focus == DashboardSection::sessions;
+    for (int i = 0; i < static_cast<int>(frame.sessions.size()); ++i) {
+        const auto& session = frame.sessions[static_cast<std::size_t>(i)];
+        const std::string age = sessions::SessionList::age(session.updatedAt, frame.now);
+        std::string what = session.project;
+        if (session.title)
+            what += " — " + *session.title;
+        const int ageColumn = width - displayWidth(age);
+        block.lines.push_back(
+            {{{0, std::string(rawValue(session.state)), {stateTone(session.state), true}, 8},
+              {9, std::string(usage::displayName(session.provider)), {}, 7},
+              {17, what, {}, std::max(ageColumn - 18, 1)},
+              {ageColumn, age, {Tone::dim}}},
+             0,
+             i,
+             focused && view.selectedSession == i});
+    }
+    return block;
+}
+
+// The session list scrolls rather than lose its place, so it counts as at most this many
+// rows until everything else has given up what it can.
+constexpr int kSessionRowsKept = 3;
+
+int rowsOf(const std::vector<Block>& blocks, bool gaps, bool sessionsScroll = false) {
+    int rows = 0;
+    for (const auto& block : blocks) {
+        int lines = static_cast<int>(block.lines.size());
+        if (sessionsScroll && block.section == DashboardSection::sessions)
+            lines = std::min(lines, kSessionRowsKept);
+        rows += 1 + lines;
+    }
+    return rows + (gaps ? static_cast<int>(blocks.size()) - 1 : 0);
+}
+
+void dropLines(std::vector<Block>& blocks, int rows, int priority, bool gaps) {
+    for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) {
+        if (block->section == DashboardSection::sessions)
+            continue;
+        auto& lines = block->lines;
+        for (auto line = lines.end(); line != lines.begin() && rowsOf(blocks, gaps, true) > rows;) {
+            --line;
+            if (line->priority >= priority)
+                line = lines.erase(line);
+        }
+    }
+}
+
+// Leaves out what matters least until the blocks fit in `rows`: details, then further
+// limit windows, then the blank rows between sections. Returns whether those are kept.
+bool fit(std::vector<Block>& blocks, int rows, const DashboardView& view) {
+    dropLines(blocks, rows, 3, true);
+    dropLines(blocks, rows, 2, true);
+    const bool gaps = rowsOf(blocks, true, true) <= rows;
+    dropLines(blocks, rows, 1, gaps);
+    // The session list scrolls: a window of it around the selected one.
+    for (auto& block : blocks) {
+        if (block.section != DashboardSection::sessions || block.lines.size() < 2)
+            continue;
+        const int count = static_cast<int>(block.lines.size());
+        const int others = rowsOf(blocks, gaps) - count;
+        const int room = std::max(1, rows - others);
+        if (room >= count)
+            continue;
+        const int selected = std::clamp(view.selectedSession, 0, count - 1);
+        const int first = std::clamp(selected - room / 2, 0, count - room);
+        block.lines = {block.lines.begin() + first, block.lines.begin() + first + room};
+        block.note = std::to_string(first + 1) + "–" + std::to_string(first + room) + " of " +
+                     std::to_string(count);
+    }
+    // Still too many: the last rows go.
+    int excess = rowsOf(blocks, gaps) - rows;
+    for (auto block = blocks.rbegin(); block != blocks.rend() && excess > 0; ++block) {
+        while (!block->lines.empty() && excess > 0) {
+            block->lines.pop_back();
+            --excess;
+        }
+    }
+    while (!blocks.empty() && rowsOf(blocks, gaps) > rows)
+        blocks.pop_back();
+    return gaps;
+}
+
+void drawColumn(DashboardScreen& screen, std::vector<Block> blocks, const DashboardView& view,
+                int top, int left, int width, int rows) {
+    const bool gaps = fit(blocks, rows, view);
+    int row = top;
+    for (const auto& block : blocks) {
+        const int blockTop = row;
+        const bool focused = view.focus == block.section;
+        CellStyle heading{focused ? Tone::accent : Tone::plain, true, false};
+        const int after =
+            screen.grid.put(row, left, (focused ? "▸ " : "  ") + block.title, heading, width);
+        if (!block.note.empty())
+            screen.grid.put(row, after + 1, block.note, {Tone::dim}, left + width - after - 1);
+        ++row;
+        for (const auto& line : block.lines) {
+            // A selected line is a bar across the column; its spans keep their colours.
+            if (line.selected)
+                screen.grid.restyle(row, left, width, {Tone::plain, false, true});
+            for (const auto& span : line.spans) {
+                const int column = left + 2 + span.column;
+                const int room = left + width - column;
+                if (room <= 0)
+                    continue;
+                CellStyle style = span.style;
+                style.reverse = line.selected;
+                screen.grid.put(row, column, span.text, style,
+                                span.width < 0 ? room : std::min(span.width, room));
+            }
+            if (line.item >= 0)
+                screen.areas.push_back(
+                    {row, row + 1, left, left + width, block.section, line.item});
+            ++row;
+        }
+        screen.areas.push_back({blockTop, row, left, left + width, block.section, -1});
+        if (gaps)
+            ++row;
+    }
+}
+
+void drawHeader(DashboardScreen& screen, const DashboardFrame& frame) {
+    const int width = screen.grid.width();
+    screen.grid.restyle(0, 0, width, {Tone::plain, false, true});
+    int column = screen.grid.put(0, 1, "Ravo", {Tone::plain, true, true});
+    column = screen.grid.put(0, column + 2, "●",
+                             {frame.online ? Tone::good : Tone::critical, false, true});
+    screen.grid.put(0, column + 1, frame.online ? "online" : "offline", {Tone::plain, false, true});
+    const std::string right =
+        (frame.reading ? localClock(frame.reading->date) + "   " : std::string()) + "? help ";
+    if (displayWidth(right) + 20 < width)
+        screen.grid.put(0, width - displayWidth(right), right, {Tone::plain, false, true});
+}
+
+void drawFooter(DashboardScreen& screen) {
+    const int row = screen.grid.height() - 1;
+    screen.grid.put(row, 1, "Tab next section · ↑↓ select · Enter open session · ? help · q quit",
+                    {Tone::dim}, screen.grid.width() - 2);
+}
+
+void drawHelp(DashboardScreen& screen) {
+    static const std::pair<const char*, const char*> kKeys[] = {
+        {"Tab  → ←", "next or previous section"},
+        {"↑ ↓  j k", "select a metric or a session"},
+        {"Home End", "first or last"},
+        {"Enter", "open the selected session"},
+        {"Mouse", "click to select, double-click to open"},
+        {"?", "this help; any key closes it"},
+        {"q  Ctrl-C", "quit"},
+    };
+    const int width = std::min(58, screen.grid.width() - 4);
+    const int height = static_cast<int>(std::size(kKeys)) + 4;
+    const int top = std::max(2, (screen.grid.height() - height) / 2);
+    const int left = (screen.grid.width() - width) / 2;
+    const CellStyle frameStyle{Tone::accent};
+    auto border = [&](int row, const char* start, const char* middle, const char* end) {
+        std::string text = start;
+        for (int i = 0; i < width - 2; ++i)
+            text += middle;
+        screen.grid.put(row, left, text + end, frameStyle);
+    };
+    // A blank margin keeps the box apart from what is behind it.
+    for (int row = top - 1; row <= top + height; ++row)
+        screen.grid.put(row, left - 1, std::string(static_cast<std::size_t>(width + 2), ' '));
+    border(top, "┌", "─", "┐");
+    for (int row = top + 1; row < top + height - 1; ++row)
+        border(row, "│", " ", "│");
+    border(top + height - 1, "└", "─", "┘");
+    screen.grid.put(top + 1, left + 2, "Keys", {Tone::plain, true});
+    int row = top + 3;
+    for (const auto& [keys, meaning] : kKeys) {
+        screen.grid.put(row, left + 2, keys, {Tone::accent, true}, 11);
+        screen.grid.put(row, left + 14, meaning, {}, width - 16);
+        ++row;
+    }
+}
+
+} // namespace
+
+DashboardScreen layoutDashboard(const DashboardFrame& frame, const DashboardView& view,
+                                const FormatLocale& locale) {
+    DashboardScreen screen{ScreenGrid(frame.width, frame.height), {}};
+    if (frame.width < kSmallestDashboardWidth || frame.height < kSmallestDashboardHeight) {
+        screen.grid.put(0, 0, "Too small for Ravo:");
+        screen.grid.put(1, 0, "it needs at least 40×10.");
+        screen.grid.put(2, 0, "Press q to quit.", {Tone::dim});
+        return screen;
+    }
+    drawHeader(screen, frame);
+    drawFooter(screen);
+    const int top = 2;
+    const int rows = frame.height - top - 2;
+    if (frame.width >= kWideFrom) {
+        const int leftWidth = frame.width * 11 / 20 - 2;
+        const int rightLeft = leftWidth + 3;
+        const int rightWidth = frame.width - rightLeft - 1;
+        drawColumn(screen, {machineBlock(frame, view, leftWidth - 2, true, locale)}, view, top, 1,
+                   leftWidth, rows);
+        for (int row = top; row < top + rows; ++row)
+            screen.grid.put(row, leftWidth + 1, "│", {Tone::dim});
+        drawColumn(screen,
+                   {limitsBlock(frame, rightWidth - 2), sessionsBlock(frame, view, rightWidth - 2)},
+                   view, top, rightLeft, rightWidth, rows);
+    } else {
+        const int width = frame.width - 2;
+        drawColumn(screen,
+                   {machineBlock(frame, view, width - 2, false, locale),
+                    limitsBlock(frame, width - 2), sessionsBlock(frame, view, width - 2)},
+                   view, top, 1, width, rows);
+    }
+    if (view.showsHelp)
+        drawHelp(screen);
+    return screen;
+}
+
+} // namespace ravo::ui

@@ -1,0 +1,216 @@
+#include "ui/terminal/screen_grid.h"
+
+#include <algorithm>
+#include <cwchar>
+
+namespace ravo::ui {
+
+namespace {
+
+constexpr char32_t kReplacement = U'?';
+
+// The next code point; a byte that does not start a well-formed sequence is one replacement.
+char32_t nextCodePoint(std::string_view text, std::size_t& at) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char lead = byte(at);
+    int extra = 0;
+    char32_t point = 0;
+    if (lead < 0x80) {
+        ++at;
+        return lead;
+    } else if ((lead & 0xE0) == 0xC0) {
+        extra = 1;
+        point = lead & 0x1F;
+    } else if ((lead & 0xF0) == 0xE0) {
+        extra = 2;
+        point = lead & 0x0F;
+    } else if ((lead & 0xF8) == 0xF0) {
+        extra = 3;
+        point = lead & 0x07;
+    } else {
+        ++at;
+        return kReplacement;
+    }
+    if (at + static_cast<std::size_t>(extra) >= text.size()) { // cut short
+        ++at;
+        return kReplacement;
+    }
+    for (int i = 1; i <= extra; ++i) {
+        const unsigned char next = byte(at + static_cast<std::size_t>(i));
+        if ((next & 0xC0) != 0x80) {
+            ++at;
+            return kReplacement;
+        }
+        point = (point << 6) | (next & 0x3F);
+    }
+    static constexpr char32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
+    if (point < kSmallest[extra] || point > 0x10FFFF || (point >= 0xD800 && point <= 0xDFFF)) {
+        ++at;
+        return kReplacement;
+    }
+    at += static_cast<std::size_t>(extra) + 1;
+    return point;
+}
+
+std::string encode(char32_t point) {
+    std::string out;
+    if (point < 0x80) {
+        out += static_cast<char>(point);
+    } else if (point < 0x800) {
+        out += static_cast<char>(0xC0 | (point >> 6));
+        out += static_cast<char>(0x80 | (point & 0x3F));
+    } else if (point < 0x10000) {
+        out += static_cast<char>(0xE0 | (point >> 12));
+        out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (point & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (point >> 18));
+        out += static_cast<char>(0x80 | ((point >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (point & 0x3F));
+    }
+    return out;
+}
+
+// The terminal's own idea of the width, so the layout agrees with what ncurses draws.
+int columnsOf(char32_t& point) {
+    if (point < 0x20 || (point >= 0x7F && point < 0xA0)) {
+        point = kReplacement;
+        return 1;
+    }
+    if (point < 0x7F)
+        return 1;
+    const int width = ::wcwidth(static_cast<wchar_t>(point));
+    if (width < 0) {
+        point = kReplacement;
+        return 1;
+    }
+    return width;
+}
+
+struct Glyph {
+    std::string text;
+    int columns = 0;
+};
+
+std::vector<Glyph> glyphs(std::string_view text) {
+    std::vector<Glyph> out;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        char32_t point = nextCodePoint(text, at);
+        const int columns = columnsOf(point);
+        if (columns == 0 && !out.empty())
+            out.back().text += encode(point); // a combining mark rides on its base
+        else if (columns > 0)
+            out.push_back({encode(point), columns});
+    }
+    return out;
+}
+
+} // namespace
+
+int displayWidth(std::string_view text) {
+    int total = 0;
+    for (const auto& glyph : glyphs(text))
+        total += glyph.columns;
+    return total;
+}
+
+std::string fitText(std::string_view text, int width) {
+    if (width <= 0)
+        return {};
+    const auto all = glyphs(text);
+    int total = 0;
+    for (const auto& glyph : all)
+        total += glyph.columns;
+    if (total <= width) {
+        std::string out;
+        for (const auto& glyph : all)
+            out += glyph.text;
+        return out;
+    }
+    // Room for the ellipsis; then back to a word's end if that loses under a third.
+    std::size_t kept = 0;
+    int used = 0;
+    while (kept < all.size() && used + all[kept].columns <= width - 1)
+        used += all[kept++].columns;
+    std::size_t wordEnd = kept;
+    while (wordEnd > 0 && all[wordEnd].text != " ")
+        --wordEnd;
+    if (wordEnd > 0 && wordEnd * 3 >= kept * 2)
+        kept = wordEnd;
+    while (kept > 0 && (all[kept - 1].text == " " || all[kept - 1].text == ","))
+        --kept;
+    std::string out;
+    for (std::size_t i = 0; i < kept; ++i)
+        out += all[i].text;
+    return out + "…";
+}
+
+std::vector<std::string> wrapText(std::string_view text, int width) {
+    std::vector<std::string> lines;
+    const auto keep = [&](const std::string& line) {
+        if (std::string fitted = fitText(line, width); !fitted.empty())
+            lines.push_back(std::move(fitted)); // a lone combining mark shows nothing
+    };
+    std::string line;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const std::size_t space = std::min(text.find(' ', at), text.size());
+        const std::string_view word = text.substr(at, space - at);
+        at = space + 1;
+        if (word.empty())
+            continue;
+        if (!line.empty() && displayWidth(line) + 1 + displayWidth(word) > width) {
+            keep(line);
+            line.clear();
+        }
+        line += (line.empty() ? "" : " ") + std::string(word);
+    }
+    if (!line.empty())
+        keep(line);
+    return lines;
+}
+
+ScreenGrid::ScreenGrid(int width, int height)
+    : width_(std::max(width, 0)), height_(std::max(height, 0)),
+      cells_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)) {}
+
+int ScreenGrid::put(int row, int column, std::string_view text, CellStyle style, int limit) {
+    if (row < 0 || row >= height_ || column < 0 || column >= width_)
+        return column;
+    int room = width_ - column;
+    if (limit >= 0)
+        room = std::min(room, limit);
+    const std::string fitted = fitText(text, room);
+    for (auto& glyph : glyphs(fitted)) {
+        auto& cell = cells_[static_cast<std::size_t>(row * width_ + column)];
+        cell = {std::move(glyph.text), style};
+        for (int extra = 1; extra < glyph.columns; ++extra)
+            cells_[static_cast<std::size_t>(row * width_ + column + extra)] = {"", style};
+        column += glyph.columns;
+    }
+    return column;
+}
+
+void ScreenGrid::restyle(int row, int column, int count, CellStyle style) {
+    if (row < 0 || row >= height_)
+        return;
+    for (int c = std::max(column, 0); c < std::min(column + count, width_); ++c)
+        cells_[static_cast<std::size_t>(row * width_ + c)].style = style;
+}
+
+const Cell& ScreenGrid::at(int row, int column) const {
+    return cells_[static_cast<std::size_t>(row * width_ + column)];
+}
+
+std::string ScreenGrid::rowText(int row) const {
+    std::string text;
+    for (int c = 0; c < width_; ++c)
+        text += at(row, c).glyph;
+    while (!text.empty() && text.back() == ' ')
+        text.pop_back();
+    return text;
+}
+
+} // namespace ravo::ui

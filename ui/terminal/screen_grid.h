@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ravo::ui {
+
+// What a cell means; the screen turns it into colour only where the terminal has colour.
+enum class Tone : std::uint8_t { plain, dim, accent, good, warning, critical };
+
+struct CellStyle {
+    Tone tone = Tone::plain;
+    bool bold = false;
+    bool reverse = false;
+    bool operator==(const CellStyle&) const = default;
+};
+
+struct Cell {
+    std::string glyph = " "; // one character in UTF-8; empty behind a wide character
+    CellStyle style;
+    bool operator==(const Cell&) const = default;
+};
+
+// Columns the terminal gives `text`: wide characters take two, combining marks none, and
+// bytes that are not UTF-8 or not printable one each (they are drawn as "?").
+int displayWidth(std::string_view text);
+
+// `text` in at most `width` columns. Cut text ends with "…", at the end of a word when
+// that keeps most of the line.
+std::string fitText(std::string_view text, int width);
+
+// `text` in lines of at most `width` columns, broken between words; a word longer than a
+// line is cut by fitText.
+std::vector<std::string> wrapText(std::string_view text, int width);
+
+// A frame of the terminal dashboard: what each cell shows, laid out before anything is
+// drawn, so layouts can be checked at any size without a terminal.
+class ScreenGrid {
+public:
+    ScreenGrid(int width, int height);
+
+    int width() const { return width_; }
+    int height() const { return height_; }
+
+    // Writes `text` at (row, column), cut to fit before `column + limit` and the right edge;
+    // returns the column after the last character written.
+    int put(int row, int column, std::string_view text, CellStyle style = {}, int limit = -1);
+    // Restyles `count` cells, for a selection bar.
+    void restyle(int row, int column, int count, CellStyle style);
+    const Cell& at(int row, int column) const;
+    // A row's characters, with trailing blanks removed.
+    std::string rowText(int row) const;
+
+private:
+    int width_;
+    int height_;
+    std::vector<Cell> cells_;
+};
+
+} // namespace ravo::ui
