@@ -145,28 +145,51 @@ int CursesScreen::height() const {
 }
 
 void CursesScreen::draw(const ScreenGrid& grid) {
-    erase();
-    for (int row = 0; row < std::min(grid.height(), LINES); ++row) {
+    // Most frames differ from the last in a few rows; only those are handed to ncurses.
+    const bool whole = !last_ || resizedSinceDraw_ || last_->width() != grid.width() ||
+                       last_->height() != grid.height();
+    resizedSinceDraw_ = false;
+    if (whole)
+        erase();
+    const int rows = std::min(grid.height(), LINES);
+    const int columns = std::min(grid.width(), COLS);
+    std::string run;
+    bool changed = whole;
+    for (int row = 0; row < rows; ++row) {
+        if (!whole && last_->sameRow(grid, row))
+            continue;
+        changed = true;
+        move(row, 0);
+        clrtoeol();
         int column = 0;
-        while (column < std::min(grid.width(), COLS)) {
-            // One call per run of cells that look alike.
+        while (column < columns) {
+            // One call per run of cells that look alike; blanks are there already.
             const CellStyle style = grid.at(row, column).style;
             const int start = column;
-            std::string run;
-            while (column < std::min(grid.width(), COLS) && grid.at(row, column).style == style)
-                run += grid.at(row, column++).glyph;
+            run.clear();
+            bool blank = true;
+            for (; column < columns && grid.at(row, column).style == style; ++column) {
+                const std::string& glyph = grid.at(row, column).glyph;
+                blank = blank && glyph == " ";
+                run += glyph;
+            }
+            if (blank && style == CellStyle{})
+                continue;
             attrset(attributesOf(style, color_));
             mvaddstr(row, start, run.c_str());
         }
     }
     attrset(A_NORMAL);
-    refresh();
+    if (changed)
+        refresh();
+    last_ = grid;
 }
 
 void CursesScreen::takeNewSize() {
     winsize size{};
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0)
         resizeterm(size.ws_row, size.ws_col);
+    resizedSinceDraw_ = true;
     // resizeterm queues KEY_RESIZE, and no byte on stdin will come to fetch it.
     readInput();
 }

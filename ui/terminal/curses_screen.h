@@ -1,14 +1,16 @@
 #pragma once
 
 #include "ui/terminal/dashboard_controls.h"
+#include "ui/terminal/screen_grid.h"
 
 #include <QObject>
+
+#include <optional>
 
 class QSocketNotifier;
 
 namespace ravo::ui {
 
-class ScreenGrid;
 class SignalPipe;
 
 // The terminal as a full screen through ncurses, for as long as this object lives: the
@@ -41,6 +43,8 @@ private:
     void takeNewSize();
 
     bool color_ = false;
+    std::optional<ScreenGrid> last_;
+    bool resizedSinceDraw_ = false;
     QSocketNotifier* input_ = nullptr;
     SignalPipe* signals_ = nullptr;
 };

@@ -182,8 +182,23 @@ int ScreenGrid::put(int row, int column, std::string_view text, CellStyle style,
     int room = width_ - column;
     if (limit >= 0)
         room = std::min(room, limit);
-    const std::string fitted = fitText(text, room);
-    for (auto& glyph : glyphs(fitted)) {
+    // Most text is plain ASCII that fits: one cell per byte, nothing to decode.
+    if (static_cast<int>(text.size()) <= room &&
+        std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; })) {
+        for (char c : text) {
+            auto& cell = cells_[static_cast<std::size_t>(row * width_ + column++)];
+            cell.glyph.assign(1, c);
+            cell.style = style;
+        }
+        return column;
+    }
+    auto all = glyphs(text);
+    int total = 0;
+    for (const auto& glyph : all)
+        total += glyph.columns;
+    if (total > room)
+        all = glyphs(fitText(text, room));
+    for (auto& glyph : all) {
         auto& cell = cells_[static_cast<std::size_t>(row * width_ + column)];
         cell = {std::move(glyph.text), style};
         for (int extra = 1; extra < glyph.columns; ++extra)
@@ -202,6 +217,11 @@ void ScreenGrid::restyle(int row, int column, int count, CellStyle style) {
 
 const Cell& ScreenGrid::at(int row, int column) const {
     return cells_[static_cast<std::size_t>(row * width_ + column)];
+}
+
+bool ScreenGrid::sameRow(const ScreenGrid& other, int row) const {
+    const auto begin = cells_.begin() + row * width_;
+    return std::equal(begin, begin + width_, other.cells_.begin() + row * width_);
 }
 
 std::string ScreenGrid::rowText(int row) const {

@@ -53,6 +53,10 @@ public:
     // A row's characters, with trailing blanks removed.
     std::string rowText(int row) const;
 
+    // Whether `other`, of the same size, shows the same row.
+    bool sameRow(const ScreenGrid& other, int row) const;
+    bool operator==(const ScreenGrid&) const = default;
+
 private:
     int width_;
     int height_;
