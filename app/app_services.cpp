@@ -98,4 +98,8 @@ AppServices::~AppServices() {
     delete monitor_;
 }
 
+UserNotifications* AppServices::notifications() const {
+    return notifications_;
+}
+
 } // namespace ravo::app

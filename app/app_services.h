@@ -9,6 +9,9 @@
 
 class QSettings;
 
+namespace ravo {
+class UserNotifications;
+}
 namespace ravo::connectivity {
 class RoutePathMonitor;
 }
@@ -33,6 +36,8 @@ public:
     ~AppServices() override;
 
     AppController* controller() const { return controller_; }
+    QSettings* settings() const { return settings_.get(); }
+    UserNotifications* notifications() const;
     metrics::SystemMonitor* systemMonitor() const { return monitor_; }
 
     // True when this copy runs from an installed location rather than a build tree.

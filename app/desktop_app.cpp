@@ -73,7 +73,18 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
         }
     } else {
         qCInfo(lcApp) << "No system tray; showing the dashboard window";
-        dashboard = std::make_unique<ui::DashboardWindow>(controller);
+        dashboard = std::make_unique<ui::DashboardWindow>(controller, services.settings());
+        QObject::connect(dashboard.get(), &ui::DashboardWindow::keptRunning, controller,
+                         [&services](bool firstTime) {
+                             if (!firstTime)
+                                 return;
+                             services.notifications()->post(
+                                 {"kept-running", "app", "Ravo is still running",
+                                  ui::DashboardWindow::kStillRunningText, "ravo", ""},
+                                 [](const std::string& error) {
+                                     qCWarning(lcApp).noquote() << QString::fromStdString(error);
+                                 });
+                         });
         QObject::connect(dashboard.get(), &ui::DashboardWindow::settingsRequested, &settings,
                          [&settings] { settings.showTab(ui::SettingsWindow::kGeneralTab); });
         QObject::connect(dashboard.get(), &ui::DashboardWindow::quitRequested, &application,

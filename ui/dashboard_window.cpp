@@ -8,14 +8,26 @@
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QFrame>
 #include <QGridLayout>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QScreen>
 #include <QScrollArea>
+#include <QSettings>
 #include <QVBoxLayout>
 
 namespace ravo::ui {
 
-DashboardWindow::DashboardWindow(app::AppController* controller, QWidget* parent)
-    : QWidget(parent, Qt::Window) {
+namespace {
+constexpr int kColumns = 2;
+} // namespace
+
+DashboardWindow::DashboardWindow(app::AppController* controller, QSettings* settings,
+                                 QWidget* parent)
+    : QWidget(parent, Qt::Window), settings_(settings) {
     setWindowTitle("Ravo");
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
@@ -31,8 +43,11 @@ DashboardWindow::DashboardWindow(app::AppController* controller, QWidget* parent
     layout->addWidget(wrappedLabel(kNoTrayText, Theme::mutedText(palette())));
     if (auto* checker = controller->updateChecker())
         layout->addWidget(new UpdateSection(checker)); // hidden while up to date
+    // The machine on the left, the AI usage beside it: wider than tall, as screens are.
+    auto* sides = new QHBoxLayout;
+    sides->setSpacing(24);
     auto* columns = new QGridLayout;
-    columns->setHorizontalSpacing(28);
+    columns->setHorizontalSpacing(24);
     columns->setVerticalSpacing(18);
     int index = 0;
     if (auto* monitor = controller->systemMonitor()) {
@@ -41,18 +56,66 @@ DashboardWindow::DashboardWindow(app::AppController* controller, QWidget* parent
             columns->addWidget(
                 new MetricDetailView(monitor, metric,
                                      {controller->connectionWatchdog(), controller->speedTest()}),
-                index / 2, index % 2, Qt::AlignTop);
+                index / kColumns, index % kColumns, Qt::AlignTop);
             ++index;
         }
     }
-    layout->addLayout(columns);
-    layout->addWidget(separator());
+    columns->setRowStretch(columns->rowCount(), 1);
+    sides->addLayout(columns, 3);
+    auto* line = new QFrame;
+    line->setFrameShape(QFrame::VLine);
+    line->setFrameShadow(QFrame::Plain);
+    line->setForegroundRole(QPalette::Mid);
+    sides->addWidget(line);
     auto* usage = new UsageView(controller);
-    layout->addWidget(usage);
+    usage->setMinimumWidth(380);
+    auto* usageColumn = new QVBoxLayout;
+    usageColumn->addWidget(usage);
+    usageColumn->addStretch();
+    sides->addLayout(usageColumn, 2);
+    layout->addLayout(sides);
     layout->addStretch();
+    keepRunning_ = new QCheckBox(kKeepRunningText);
+    keepRunning_->setChecked(settings_ && settings_->value(kKeepRunningKey, false).toBool());
+    layout->addWidget(keepRunning_);
+    connect(keepRunning_, &QCheckBox::toggled, this, [this](bool on) {
+        if (settings_)
+            settings_->setValue(kKeepRunningKey, on);
+    });
     connect(usage, &UsageView::settingsRequested, this, &DashboardWindow::settingsRequested);
     connect(usage, &UsageView::quitRequested, this, &DashboardWindow::quitRequested);
-    resize(760, 820);
+
+    // The size the user gave it last time; the first time, what the content needs, so
+    // nothing scrolls, within the screen.
+    if (!settings_ || !restoreGeometry(settings_->value(kGeometryKey).toByteArray())) {
+        // Room for wrapped texts, which the hint counts on one line.
+        QSize wanted = content->sizeHint() + QSize(4, 40);
+        if (const QScreen* screen = QGuiApplication::primaryScreen())
+            wanted = wanted.boundedTo(screen->availableGeometry().size() * 9 / 10);
+        resize(wanted.expandedTo(QSize(560, 420)));
+    }
+}
+
+DashboardWindow::~DashboardWindow() {
+    saveGeometry();
+}
+
+void DashboardWindow::saveGeometry() {
+    if (settings_ && isVisible())
+        settings_->setValue(kGeometryKey, QWidget::saveGeometry());
+}
+
+void DashboardWindow::closeEvent(QCloseEvent* event) {
+    saveGeometry();
+    event->accept();
+    if (!keepRunning_->isChecked()) {
+        emit quitRequested();
+        return;
+    }
+    const bool firstTime = settings_ && !settings_->value(kToldKeepRunningKey, false).toBool();
+    if (settings_)
+        settings_->setValue(kToldKeepRunningKey, true);
+    emit keptRunning(firstTime);
 }
 
 } // namespace ravo::ui

@@ -2,25 +2,48 @@
 
 #include <QWidget>
 
+class QCheckBox;
+class QSettings;
+
 namespace ravo::app {
 class AppController;
 }
 
 namespace ravo::ui {
 
-// Where the desktop has no tray: one small window with the metrics and the AI usage, and a
-// line that says why it is there.
+// Where the desktop has no tray: an overview window with the metrics and the AI usage, and
+// a line that says why it is there. It keeps the size and place the user gives it, and
+// closing it quits Ravo unless the user chose to keep Ravo running in the background.
 class DashboardWindow : public QWidget {
     Q_OBJECT
 public:
-    explicit DashboardWindow(app::AppController* controller, QWidget* parent = nullptr);
+    static constexpr const char* kGeometryKey = "overviewWindowGeometry";
+    static constexpr const char* kKeepRunningKey = "keepRunningWithoutWindow";
+    static constexpr const char* kToldKeepRunningKey = "toldKeepRunningWithoutWindow";
+
+    DashboardWindow(app::AppController* controller, QSettings* settings, QWidget* parent = nullptr);
+    ~DashboardWindow() override;
 
     static constexpr const char* kNoTrayText =
         "This desktop has no system tray, so Ravo shows its items in this window.";
+    static constexpr const char* kKeepRunningText = "Keep Ravo running when this window is closed";
+    static constexpr const char* kStillRunningText =
+        "Ravo keeps running in the background. Run ravo again to bring this window back.";
 
 signals:
     void settingsRequested();
     void quitRequested();
+    // Closed with Ravo kept running; shown once, with kStillRunningText.
+    void keptRunning(bool firstTime);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void saveGeometry();
+
+    QSettings* settings_;
+    QCheckBox* keepRunning_;
 };
 
 } // namespace ravo::ui

@@ -28,6 +28,6 @@ kill $tray
 wait $tray 2>/dev/null || true
 "$bin/ravo" >"$work/log2" 2>&1 &
 ravo=$!
-dashboard() { xwininfo -root -tree | grep -q '"Ravo": ("ravo" "Ravo")  7[0-9][0-9]x'; }
+dashboard() { xwininfo -root -tree | grep -Eq '"Ravo": \("ravo" "Ravo"\)  ([5-9][0-9]{2}|1[0-9]{3})x'; }
 wait_until 20 dashboard || fail "no dashboard window without a tray: $(xwininfo -root -tree | grep Ravo), log: $(cat "$work/log2")"
 echo "seven tray items; the second ravo showed the popover; without a tray, the window"

@@ -26,7 +26,10 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTabWidget>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -319,15 +322,61 @@ TEST_F(ViewsTest, MenuBarTabOrdersAndEnablesTheMetrics) {
     EXPECT_EQ(reread.value("systemMetricOrder").toStringList().front(), "temperature");
 }
 
-TEST_F(ViewsTest, WithoutATrayTheDashboardWindowSaysWhy) {
-    DashboardWindow window(controller.get());
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    const std::string text = visibleText(window);
-    EXPECT_NE(text.find(DashboardWindow::kNoTrayText), std::string::npos);
-    EXPECT_NE(text.find("Processor"), std::string::npos);
-    EXPECT_NE(text.find("AI usage"), std::string::npos);
-    testing::saveScreenshot(window, "dashboard-window");
+TEST_F(ViewsTest, WithoutATrayTheOverviewWindowFitsKeepsItsSizeAndQuitsWhenClosed) {
+    QRect placed;
+    {
+        DashboardWindow window(controller.get(), &settings);
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+        const std::string text = visibleText(window);
+        EXPECT_NE(text.find(DashboardWindow::kNoTrayText), std::string::npos);
+        EXPECT_NE(text.find("Processor"), std::string::npos);
+        EXPECT_NE(text.find("AI usage"), std::string::npos);
+        // At its first size nothing scrolls.
+        auto* scroll = window.findChild<QScrollArea*>();
+        ASSERT_NE(scroll, nullptr);
+        EXPECT_FALSE(scroll->verticalScrollBar()->isVisible())
+            << window.width() << "x" << window.height() << " content " << scroll->widget()->width()
+            << "x" << scroll->widget()->height() << " hint "
+            << scroll->widget()->sizeHint().height() << " min "
+            << scroll->widget()->minimumSizeHint().height();
+        EXPECT_FALSE(scroll->horizontalScrollBar()->isVisible());
+        testing::saveScreenshot(window, "dashboard-window");
+
+        // The user's size survives the content changing under it.
+        window.resize(900, 700);
+        QTest::qWait(20);
+        emit controller->snapshotChanged();
+        emit controller->sessionsChanged();
+        QTest::qWait(20);
+        EXPECT_EQ(window.size(), QSize(900, 700));
+        placed = window.geometry();
+
+        QSignalSpy quit(&window, &DashboardWindow::quitRequested);
+        window.close();
+        EXPECT_EQ(quit.count(), 1);
+    }
+    // It opens again the size it was left.
+    DashboardWindow again(controller.get(), &settings);
+    again.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&again));
+    EXPECT_EQ(again.size(), placed.size());
+
+    // Kept running: closing hides it, says so the first time only, and does not quit.
+    auto* keep = again.findChild<QCheckBox*>();
+    ASSERT_NE(keep, nullptr);
+    EXPECT_EQ(keep->text(), DashboardWindow::kKeepRunningText);
+    keep->setChecked(true);
+    QSignalSpy quit(&again, &DashboardWindow::quitRequested);
+    QSignalSpy kept(&again, &DashboardWindow::keptRunning);
+    again.close();
+    again.show();
+    again.close();
+    EXPECT_EQ(quit.count(), 0);
+    ASSERT_EQ(kept.count(), 2);
+    EXPECT_TRUE(kept.at(0).at(0).toBool());
+    EXPECT_FALSE(kept.at(1).at(0).toBool());
+    EXPECT_TRUE(settings.value(DashboardWindow::kKeepRunningKey).toBool());
 }
 
 // The network detail and the Network tab with a real watchdog, fed by a probe that always
