@@ -2,7 +2,9 @@
 #include "app/app_services.h"
 #include "app/commands.h"
 #include "app/log_categories.h"
+#include "app/log_file.h"
 #include "app/platform/single_instance.h"
+#include "core/paths.h"
 #include "ui/color_scheme.h"
 #include "ui/dashboard_window.h"
 #include "ui/settings/settings_window.h"
@@ -11,6 +13,7 @@
 #include "ui/tray/websites_tray_item.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QMenu>
 #include <QSystemTrayIcon>
 
@@ -23,7 +26,11 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     QApplication::setApplicationName("Ravo");
     QApplication::setDesktopFileName("io.halvorsund.Ravo");
     QApplication::setQuitOnLastWindowClosed(false); // quitting is an explicit action
+    QApplication::setWindowIcon(QIcon::fromTheme("ravo", QIcon(":/ravo.svg")));
     installCoreLogSink();
+    // The log stays where the session puts stderr, and goes to the file the About section
+    // links to.
+    const LogFile log(paths::logFile().value_or("/dev/null"), LogFile::Mode::besideStderr);
     ui::applyDesktopColorScheme(application);
 
     SingleInstance instance;
@@ -57,7 +64,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
                          &QApplication::quit);
         metricMenu.addAction("AI usage", showUsage);
         metricMenu.addAction("Settings…",
-                             [&settings] { settings.showTab(ui::SettingsWindow::kMenuBarTab); });
+                             [&settings] { settings.showTab(ui::SettingsWindow::kPanelTab); });
         metricMenu.addSeparator();
         metricMenu.addAction("Quit Ravo", &application, &QApplication::quit);
         metricItems = std::make_unique<ui::SystemTrayItems>(

@@ -12,6 +12,7 @@ namespace ravo::app {
 namespace {
 
 std::atomic<std::FILE*> target{nullptr};
+std::atomic<QtMessageHandler> alsoTo{nullptr};
 
 const char* levelName(QtMsgType type) {
     switch (type) {
@@ -43,7 +44,7 @@ void writeLine(QtMsgType type, const QMessageLogContext& context, const QString&
 
 } // namespace
 
-LogFile::LogFile(const std::filesystem::path& path) {
+LogFile::LogFile(const std::filesystem::path& path, Mode mode) {
     std::error_code ignored;
     std::filesystem::create_directories(path.parent_path(), ignored);
     if (std::filesystem::file_size(path, ignored) > 1024 * 1024) {
@@ -56,6 +57,10 @@ LogFile::LogFile(const std::filesystem::path& path) {
         return;
     target.store(file_);
     previous_ = qInstallMessageHandler(writeLine);
+    if (mode == Mode::besideStderr) {
+        alsoTo.store(previous_);
+        return;
+    }
     // What children and libraries print to stderr goes there too.
     std::fflush(stderr);
     savedError_ = ::dup(STDERR_FILENO);
@@ -67,6 +72,7 @@ LogFile::~LogFile() {
         return;
     qInstallMessageHandler(previous_);
     target.store(nullptr);
+    alsoTo.store(nullptr);
     if (savedError_ >= 0) {
         std::fflush(stderr);
         ::dup2(savedError_, STDERR_FILENO);

@@ -8,11 +8,14 @@
 namespace ravo::app {
 
 // Sends the program's log to a file for as long as this object lives: while the terminal
-// dashboard owns the screen, a log line would tear it. A file past 1 MiB is moved aside to
-// "<name>.1" first.
+// dashboard owns the screen, a log line would tear it, and the desktop app's log is easier
+// to find there. A file past 1 MiB is moved aside to "<name>.1" first.
 class LogFile {
 public:
-    explicit LogFile(const std::filesystem::path& path);
+    // In place of stderr while a full-screen program owns the terminal, or beside it.
+    enum class Mode { insteadOfStderr, besideStderr };
+
+    explicit LogFile(const std::filesystem::path& path, Mode mode = Mode::insteadOfStderr);
     ~LogFile();
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;

@@ -1,4 +1,7 @@
 #include "app/commands.h"
+#include "app/helper_path.h"
+#include "core/paths.h"
+#include "sessions/core/hook_installer.h"
 #include "sessions/core/session_list.h"
 #include "sessions/core/session_store.h"
 
@@ -16,8 +19,13 @@ int runSessionsCommand(bool json) {
         std::cout << SessionList::toReadableJson(sessions).dump(2) << std::endl;
         return 0;
     }
-    if (sessions.empty())
-        std::cout << "No agent sessions. Turn tracking on with `ravo hooks install`.\n";
+    if (sessions.empty()) {
+        const auto home = paths::home();
+        const bool tracking = home && HookInstaller(*home, helperPath()).isInstalled();
+        std::cout << (tracking
+                          ? "No agent sessions right now.\n"
+                          : "No agent sessions. Turn tracking on with `ravo hooks install`.\n");
+    }
     for (const auto& session : sessions)
         std::cout << SessionList::line(session, now) << "\n";
     return 0;

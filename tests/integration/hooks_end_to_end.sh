@@ -13,7 +13,11 @@ codex_original='{"hooks":{"Stop":[{"hooks":[{"type":"command","command":"notify.
 printf '%s\n' "$claude_original" >"$HOME/.claude/settings.json"
 printf '%s\n' "$codex_original" >"$HOME/.codex/hooks.json"
 
+[ "$("$bin/ravo" sessions)" = "No agent sessions. Turn tracking on with \`ravo hooks install\`." ] ||
+    fail "without tracking: $("$bin/ravo" sessions)"
 "$bin/ravo" hooks install >/dev/null
+[ "$("$bin/ravo" sessions)" = "No agent sessions right now." ] ||
+    fail "with tracking on, still told to turn it on: $("$bin/ravo" sessions)"
 "$bin/ravo" hooks status | grep -q "Claude Code: hooks installed and current" || fail "status"
 jq -e '.hooks.Stop | length == 2 and .[0].hooks[0].command == "say done"' \
     "$HOME/.claude/settings.json" >/dev/null || fail "the user's Stop hook moved"

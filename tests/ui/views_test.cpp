@@ -239,8 +239,8 @@ TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
     QStringList tabs;
     for (int i = 0; i < window.tabs()->count(); ++i)
         tabs << window.tabs()->tabText(i);
-    EXPECT_EQ(tabs, (QStringList{"General", "Menu bar", "AI", "Sessions", "Sync"}));
-    const char* names[] = {"general", "menubar", "ai", "sessions", "sync"};
+    EXPECT_EQ(tabs, (QStringList{"General", "Panel", "AI", "Sessions", "Sync"}));
+    const char* names[] = {"general", "panel", "ai", "sessions", "sync"};
     for (int i = 0; i < std::min<int>(window.tabs()->count(), std::size(names)); ++i) {
         window.tabs()->setCurrentIndex(i);
         QTest::qWait(5);
@@ -249,6 +249,13 @@ TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
         if (i == 2) {
             EXPECT_NE(visibleText(window).find(SettingsTexts::kReadClaudeLimitsHelp),
                       std::string::npos);
+        }
+        // Linux words: a panel, not a menu bar, and no widgets.
+        EXPECT_EQ(visibleText(window).find("enu bar"), std::string::npos) << names[i];
+        EXPECT_EQ(visibleText(window).find("widget"), std::string::npos) << names[i];
+        if (i == 0) {
+            EXPECT_NE(visibleText(window).find("About Ravo"), std::string::npos);
+            EXPECT_NE(visibleText(window).find("Version 0."), std::string::npos);
         }
     }
 
@@ -303,9 +310,9 @@ TEST_F(ViewsTest, OnlyTroubleHasAColour) {
     }
 }
 
-TEST_F(ViewsTest, MenuBarTabOrdersAndEnablesTheMetrics) {
+TEST_F(ViewsTest, PanelTabOrdersAndEnablesTheMetrics) {
     SettingsWindow window(controller.get());
-    window.showTab(SettingsWindow::kMenuBarTab);
+    window.showTab(SettingsWindow::kPanelTab);
     auto* list = window.findChild<QListWidget*>();
     ASSERT_NE(list, nullptr);
     ASSERT_EQ(list->count(), 6);

@@ -19,10 +19,13 @@ inline constexpr const char* kAskClaudeCodeHelp =
     "sign-in.";
 inline constexpr const char* kTrackSessions = "Track agent sessions";
 inline constexpr const char* kTrackSessionsHelp =
-    "Adds hooks to Claude Code and Codex so the AI Sessions widget shows running and finished "
-    "tasks";
-inline constexpr const char* kMenuBarHelp =
-    "Choose the metrics that get a tray item and put them in order.";
+    "Adds hooks to Claude Code and Codex so Ravo's AI item and dashboard show which sessions "
+    "are running, waiting for you, or done.";
+inline constexpr const char* kPanelHelp =
+    "Choose the metrics that get an item in the panel and put them in order.";
+inline constexpr const char* kAbout = "About Ravo";
+inline constexpr const char* kAboutLinks =
+    "<a href=\"readme\">README</a> · <a href=\"log\">Log</a>";
 
 inline constexpr const char* kServerHelp =
     "The Ravo server that checks your websites around the clock: its address, such as "

@@ -1,6 +1,7 @@
 #include "ui/settings/settings_window.h"
 
 #include "app/app_controller.h"
+#include "core/paths.h"
 #include "metrics/system_monitor.h"
 #include "sessions/codex_hook_trust_check.h"
 #include "ui/settings/account_tab.h"
@@ -13,13 +14,17 @@
 #include "ui/settings/websites_tab.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
+#include "updates/update_checker.h"
 
 #include <QCheckBox>
+#include <QDesktopServices>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QListWidget>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QTabWidget>
+#include <QUrl>
 #include <QVBoxLayout>
 
 namespace ravo::ui {
@@ -52,7 +57,7 @@ SettingsWindow::SettingsWindow(app::AppController* controller, QWidget* parent)
     layout->setContentsMargins(12, 12, 12, 12);
     layout->addWidget(tabs_);
     addTab(kGeneralTab, generalTab(), "General");
-    addTab(kMenuBarTab, menuBarTab(), "Menu bar");
+    addTab(kPanelTab, panelTab(), "Panel");
     addTab(kAITab, aiTab(), "AI");
     addTab(kSessionsTab, sessionsTab(), "Sessions");
     if (auto* watchdog = controller_->connectionWatchdog())
@@ -99,14 +104,42 @@ QWidget* SettingsWindow::generalTab() {
     if (auto* checker = controller_->updateChecker())
         layout->addWidget(new UpdateSection(checker));
     layout->addStretch();
+    layout->addWidget(aboutSection());
     return page;
 }
 
-QWidget* SettingsWindow::menuBarTab() {
+QWidget* SettingsWindow::aboutSection() {
+    auto* section = new QWidget;
+    auto* layout = new QVBoxLayout(section);
+    layout->setContentsMargins(0, 8, 0, 0);
+    layout->setSpacing(4);
+    layout->addWidget(heading(SettingsTexts::kAbout, 14));
+    layout->addWidget(wrappedLabel(QString("Version %1 (build %2)")
+                                       .arg(RAVO_VERSION_TEXT)
+                                       .arg(controller_->updateChecker()
+                                                ? controller_->updateChecker()->currentBuild()
+                                                : RAVO_BUILD_NUMBER),
+                                   Theme::mutedText(section->palette())));
+    auto* links = new QLabel(SettingsTexts::kAboutLinks);
+    links->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
+    connect(links, &QLabel::linkActivated, this, [](const QString& which) {
+        QString file;
+        if (which == "readme")
+            file = QFileInfo::exists(RAVO_README_INSTALLED) ? RAVO_README_INSTALLED
+                                                            : RAVO_README_SOURCE;
+        else if (const auto log = paths::logFile())
+            file = QString::fromStdString(log->string());
+        QDesktopServices::openUrl(QUrl::fromLocalFile(file));
+    });
+    layout->addWidget(links);
+    return section;
+}
+
+QWidget* SettingsWindow::panelTab() {
     auto* page = new QWidget;
     auto* layout = pageLayout(page);
     layout->addWidget(
-        wrappedLabel(SettingsTexts::kMenuBarHelp, page->palette().color(QPalette::WindowText)));
+        wrappedLabel(SettingsTexts::kPanelHelp, page->palette().color(QPalette::WindowText)));
     auto* row = new QHBoxLayout;
     metrics_ = new QListWidget;
     metrics_->setDragDropMode(QAbstractItemView::InternalMove);

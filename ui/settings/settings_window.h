@@ -21,7 +21,7 @@ class SettingsWindow : public QWidget {
 public:
     enum Tab {
         kGeneralTab,
-        kMenuBarTab,
+        kPanelTab,
         kAITab,
         kSessionsTab,
         kNetworkTab,
@@ -39,7 +39,8 @@ public:
 private:
     void addTab(Tab tab, QWidget* page, const QString& title);
     QWidget* generalTab();
-    QWidget* menuBarTab();
+    QWidget* panelTab();
+    QWidget* aboutSection();
     QWidget* aiTab();
     QWidget* sessionsTab();
     void sync();
