@@ -104,12 +104,17 @@ void AppController::start() {
     if (started_)
         return;
     started_ = true;
-    if (services_.canManageLoginItem && !readBool(*defaults_, kLoginItemConfiguredKey, false)) {
+    const bool firstStart =
+        services_.canManageLoginItem && !readBool(*defaults_, kLoginItemConfiguredKey, false);
+    if (firstStart) {
         setLaunchAtLogin(true);
         defaults_->setValue(kLoginItemConfiguredKey, true);
     }
+    const bool statusLineBefore = hookInstaller_.isStatusLineCurrent();
     startSessionTracking();
     startClaudeLimits();
+    if (firstStart)
+        tellWhatTheFirstStartChanged(!statusLineBefore && hookInstaller_.isStatusLineCurrent());
     // Views built before the start show the switches as they were read from the files.
     emit settingsChanged();
     if (updateChecker_) {
@@ -223,6 +228,20 @@ void AppController::startSessionTracking() {
     if (services_.listener)
         connect(services_.listener, &CrossProcessListener::sessionsChanged, this,
                 &AppController::reloadSessions);
+}
+
+void AppController::tellWhatTheFirstStartChanged(bool addedStatusLine) {
+    if (!services_.notifications)
+        return;
+    std::string body = "Ravo now starts at login (~/.config/autostart/ravo.desktop)";
+    body += addedStatusLine ? " and shows Claude's limits through Claude Code's status line, "
+                              "keeping yours. "
+                            : ". ";
+    body += "Change either in Ravo's settings.";
+    services_.notifications->post({"first-start", "app", "Ravo is set up", body, "ravo", ""},
+                                  [](const std::string& error) {
+                                      qCWarning(lcApp).noquote() << QString::fromStdString(error);
+                                  });
 }
 
 void AppController::startClaudeLimits() {

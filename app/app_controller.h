@@ -165,6 +165,8 @@ signals:
 
 private:
     void startSessionTracking();
+    // An installed copy's first start changes files of the user's: it says which.
+    void tellWhatTheFirstStartChanged(bool addedStatusLine);
     void startClaudeLimits();
     void runLoopIteration();
     void afterWake();

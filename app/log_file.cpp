@@ -12,7 +12,7 @@ namespace ravo::app {
 namespace {
 
 std::atomic<std::FILE*> target{nullptr};
-std::atomic<QtMessageHandler> alsoTo{nullptr};
+std::atomic<bool> alsoToStderr{false};
 
 const char* levelName(QtMsgType type) {
     switch (type) {
@@ -37,9 +37,12 @@ void writeLine(QtMsgType type, const QMessageLogContext& context, const QString&
     const QByteArray line =
         QDateTime::currentDateTimeUtc().toString(Qt::ISODate).toUtf8() + ' ' + levelName(type) +
         ' ' + (context.category ? context.category : "default") + ": " + message.toUtf8() + '\n';
-    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()),
-                file); // one locked call
+    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), file);
     std::fflush(file);
+    if (alsoToStderr.load()) {
+        const QByteArray formatted = qFormatLogMessage(type, context, message).toUtf8() + '\n';
+        std::fwrite(formatted.constData(), 1, static_cast<std::size_t>(formatted.size()), stderr);
+    }
 }
 
 } // namespace
@@ -58,7 +61,7 @@ LogFile::LogFile(const std::filesystem::path& path, Mode mode) {
     target.store(file_);
     previous_ = qInstallMessageHandler(writeLine);
     if (mode == Mode::besideStderr) {
-        alsoTo.store(previous_);
+        alsoToStderr.store(true);
         return;
     }
     // What children and libraries print to stderr goes there too.
@@ -72,7 +75,7 @@ LogFile::~LogFile() {
         return;
     qInstallMessageHandler(previous_);
     target.store(nullptr);
-    alsoTo.store(nullptr);
+    alsoToStderr.store(false);
     if (savedError_ >= 0) {
         std::fflush(stderr);
         ::dup2(savedError_, STDERR_FILENO);

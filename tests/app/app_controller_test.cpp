@@ -6,6 +6,7 @@
 #include "core/group_settings.h"
 #include "sessions/core/session_store.h"
 #include "tests/support/fake_path_monitor.h"
+#include "tests/support/recording_notifications.h"
 #include "tests/support/scripted_provider.h"
 #include "tests/support/temporary_folder.h"
 #include "usage/claude_usage_probe.h"
@@ -14,6 +15,8 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace ravo::app {
@@ -54,6 +57,7 @@ protected:
         services.now = [this] { return now; };
         services.wakeSettleDelay = std::chrono::milliseconds(20);
         services.canManageLoginItem = installed;
+        services.notifications = &notifications;
         services.pathMonitor = pathMonitor;
         services.isCodexAvailable = [this] { return codexAvailable; };
         services.checkCodexTrust = [this]() -> QCoro::Task<std::optional<bool>> {
@@ -80,6 +84,7 @@ protected:
     std::unique_ptr<usage::UsageRefresher> refresher;
     std::unique_ptr<usage::ClaudeUsageProbe> probe;
     FakeLoginItem loginItem;
+    testing::RecordingNotifications notifications;
     SleepWakeWatcher sleepWake;
     TimePoint now = fromUnixSeconds(1'800'000'000);
     bool codexAvailable = false;
@@ -117,19 +122,29 @@ TEST_F(AppControllerTest, TheWatchdogRunsFromStartToStopWhereThereIsAPath) {
     EXPECT_EQ(watchdog->state(), connectivity::ConnectionState{connectivity::Offline{false}});
 }
 
-TEST_F(AppControllerTest, OnlyAnInstalledCopyRegistersAtLoginAndOnlyOnce) {
+TEST_F(AppControllerTest, OnlyAnInstalledCopyRegistersAtLoginOnlyOnceAndSaysWhatItChanged) {
+    const auto told = [this] {
+        return std::count_if(notifications.posted.begin(), notifications.posted.end(),
+                             [](const auto& n) { return n.identifier == "first-start"; });
+    };
     make(false)->start();
     EXPECT_EQ(loginItem.changes, 0);
     EXPECT_FALSE(settings.contains(AppController::kLoginItemConfiguredKey));
+    EXPECT_EQ(told(), 0);
 
     make(true)->start();
     EXPECT_TRUE(loginItem.enabled);
     EXPECT_TRUE(settings.value(AppController::kLoginItemConfiguredKey).toBool());
+    ASSERT_EQ(told(), 1);
+    // Claude Code is here, so its status line was taken over, and the user hears of it.
+    EXPECT_NE(notifications.posted.back().body.find("autostart"), std::string::npos);
+    EXPECT_NE(notifications.posted.back().body.find("status line"), std::string::npos);
     loginItem.enabled = false; // the user turned it off
     auto again = make(true);
     again->start();
     EXPECT_FALSE(loginItem.enabled);
     EXPECT_EQ(loginItem.changes, 1);
+    EXPECT_EQ(told(), 1);
 }
 
 TEST_F(AppControllerTest, RefreshesArrivingDuringOneCoalesceIntoOneMore) {

@@ -10,6 +10,7 @@ command -v tmux >/dev/null || fail "tmux is not installed (scripts/install-deps.
 socket=ravo-test-$$
 term() { tmux -L "$socket" "$@"; }
 trap 'term kill-server 2>/dev/null || true; rm -rf "$work"' EXIT
+trap 'echo "FAIL: line $LINENO: $BASH_COMMAND" >&2' ERR
 
 screen() { term capture-pane -p -t dash; }
 shows() { screen | grep -qF -- "$1"; }
