@@ -2,20 +2,24 @@
 # `ravo` over SSH as a user meets it: a real terminal (tmux) at 80x24, then grown to 200x60.
 # The dashboard fits, moves with the keys and the mouse, draws colour only where allowed,
 # keeps its log off the screen, and gives the shell its screen back on q.
-set -euo pipefail
+set -Eeuo pipefail
 bin=$1
 source "$(dirname "$0")/lib.sh"
 use_temporary_home
 command -v tmux >/dev/null || fail "tmux is not installed (scripts/install-deps.sh --tests)"
-socket=ravo-test-$$
+socket=ravo-test-$$-0
 term() { tmux -L "$socket" "$@"; }
 trap 'term kill-server 2>/dev/null || true; rm -rf "$work"' EXIT
 trap 'echo "FAIL: line $LINENO: $BASH_COMMAND" >&2' ERR
 
 screen() { term capture-pane -p -t dash; }
 shows() { screen | grep -qF -- "$1"; }
+runs=0
 start() { # [environment...]
+    # A server of its own each time: a killed one may still hold its socket for a moment.
     term kill-server 2>/dev/null || true
+    runs=$((runs + 1))
+    socket=ravo-test-$$-$runs
     term -f /dev/null new-session -d -s dash -x 80 -y 24 \
         "env -u DISPLAY -u WAYLAND_DISPLAY HOME=$HOME $* $bin/ravo; echo exited \$?; sleep 30"
     wait_until 20 shows "q quit" || fail "no dashboard: $(screen)"
