@@ -110,7 +110,7 @@ void AppController::start() {
         setLaunchAtLogin(true);
         defaults_->setValue(kLoginItemConfiguredKey, true);
     }
-    const bool statusLineBefore = hookInstaller_.isStatusLineCurrent();
+    const bool statusLineBefore = firstStart && hookInstaller_.isStatusLineCurrent();
     startSessionTracking();
     startClaudeLimits();
     if (firstStart)

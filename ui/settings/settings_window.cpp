@@ -14,7 +14,6 @@
 #include "ui/settings/websites_tab.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
-#include "updates/update_checker.h"
 
 #include <QCheckBox>
 #include <QDesktopServices>
@@ -114,12 +113,9 @@ QWidget* SettingsWindow::aboutSection() {
     layout->setContentsMargins(0, 8, 0, 0);
     layout->setSpacing(4);
     layout->addWidget(heading(SettingsTexts::kAbout, 14));
-    layout->addWidget(wrappedLabel(QString("Version %1 (build %2)")
-                                       .arg(RAVO_VERSION_TEXT)
-                                       .arg(controller_->updateChecker()
-                                                ? controller_->updateChecker()->currentBuild()
-                                                : RAVO_BUILD_NUMBER),
-                                   Theme::mutedText(section->palette())));
+    layout->addWidget(
+        wrappedLabel(QString("Version %1 (build %2)").arg(RAVO_VERSION_TEXT).arg(RAVO_BUILD_NUMBER),
+                     Theme::mutedText(section->palette())));
     auto* links = new QLabel(SettingsTexts::kAboutLinks);
     links->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     connect(links, &QLabel::linkActivated, this, [](const QString& which) {

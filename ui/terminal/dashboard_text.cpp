@@ -69,20 +69,20 @@ std::string sessionsText(const DashboardFrame& frame, const std::string& bold,
 } // namespace
 
 std::string DashboardFrame::sparklineOf(SystemMetric metric, int width) const {
-    if (width <= 0)
-        return {};
-    // The network's rates have no ceiling; the gauges fill up to 1.
-    const auto& series = metric == SystemMetric::network ? rateHistory.find(RateSeries::networkIn)
-                                                         : rateHistory.end();
-    std::vector<double> values;
-    if (series != rateHistory.end()) {
-        values = series->second;
+    const bool isRate = metric == SystemMetric::network;
+    const std::vector<double>* values = nullptr;
+    if (isRate) {
+        if (const auto found = rateHistory.find(RateSeries::networkIn); found != rateHistory.end())
+            values = &found->second;
     } else if (const auto found = history.find(metric); found != history.end()) {
-        values = found->second;
+        values = &found->second;
     }
-    if (values.size() > static_cast<std::size_t>(width))
-        values.erase(values.begin(), values.end() - width);
-    return sparkline(values, metric == SystemMetric::network ? std::nullopt : std::optional(1.0));
+    if (!values || width <= 0)
+        return {};
+    const auto count = std::min(values->size(), static_cast<std::size_t>(width));
+    // The network's rates have no ceiling; the gauges fill up to 1.
+    return sparkline({values->end() - static_cast<std::ptrdiff_t>(count), values->end()},
+                     isRate ? std::nullopt : std::optional(1.0));
 }
 
 std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& locale) {

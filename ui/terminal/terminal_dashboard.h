@@ -29,7 +29,6 @@ public:
                       QObject* parent = nullptr);
 
     void redraw();
-    const DashboardView& view() const { return view_; }
 
 signals:
     void quitRequested();
