@@ -48,7 +48,6 @@ public:
 
     const UpdateDecision& decision() const { return decision_; }
     const std::optional<std::string>& lastError() const { return lastError_; }
-    long long currentBuild() const { return options_.currentBuild; }
 
     // Saves the offered release into `folder` under the name in its link; the file is kept
     // only when its digest matches the manifest's.
