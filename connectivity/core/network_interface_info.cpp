@@ -56,9 +56,11 @@ std::optional<int> wirelessSignalDbm(std::string_view text, std::string_view int
         // Old drivers report an unsigned byte: 200 is -56 dBm.
         if (dbm > 63 && dbm <= 255)
             dbm -= 256;
-        if (dbm == 0 || dbm < -150 || dbm > 0)
+        // Rounded first: -0.3 dBm is no reading, not 0 dBm.
+        const long rounded = std::lround(dbm);
+        if (rounded >= 0 || rounded < -150)
             return std::nullopt;
-        return static_cast<int>(std::lround(dbm));
+        return static_cast<int>(rounded);
     }
     return std::nullopt;
 }
