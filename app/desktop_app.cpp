@@ -8,7 +8,9 @@
 #include "ui/color_scheme.h"
 #include "ui/dashboard_window.h"
 #include "ui/settings/settings_window.h"
+#include "ui/tray/panel_tone.h"
 #include "ui/tray/system_tray_items.h"
+#include "ui/tray/tray_icon_painter.h"
 #include "ui/tray/usage_tray_item.h"
 #include "ui/tray/websites_tray_item.h"
 
@@ -32,6 +34,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     // links to.
     const LogFile log(paths::logFile().value_or("/dev/null"), LogFile::Mode::besideStderr);
     ui::applyDesktopColorScheme(application);
+    ui::TrayIconPainter::setPanelTone(ui::detectPanelTone());
 
     SingleInstance instance;
     if (instance.claim() == SingleInstance::Claim::anotherIsRunning) {

@@ -4,6 +4,7 @@
 #include "sessions/core/hook_installer.h"
 #include "sessions/core/session_list.h"
 #include "sessions/core/session_store.h"
+#include "sessions/core/session_tracking.h"
 
 #include <iostream>
 
@@ -21,10 +22,11 @@ int runSessionsCommand(bool json) {
     }
     if (sessions.empty()) {
         const auto home = paths::home();
-        const bool tracking = home && HookInstaller(*home, helperPath()).isInstalled();
-        std::cout << (tracking
-                          ? "No agent sessions right now.\n"
-                          : "No agent sessions. Turn tracking on with `ravo hooks install`.\n");
+        const bool hooked = home && HookInstaller(*home, helperPath()).isInstalled();
+        if (hooked || SessionTracking::isOn())
+            std::cout << SessionList::emptyText(hooked) << "\n";
+        else
+            std::cout << "No agent sessions. Turn tracking on with `ravo hooks install`.\n";
     }
     for (const auto& session : sessions)
         std::cout << SessionList::line(session, now) << "\n";

@@ -94,7 +94,7 @@ std::string connectionText(const StatusReport& report) {
 std::string statusText(const StatusReport& report, const FormatLocale& locale) {
     std::string text = "System  " + toIso8601(report.system.date) + "\n";
     for (SystemMetric metric : kAllMetrics) {
-        const MetricSummary summary = summarize(report.system, metric, locale);
+        const MetricSummary summary = summarizeForLine(report.system, metric, locale);
         std::string line = "  " + std::string(displayName(metric));
         line.resize(15, ' ');
         line += summary.value;

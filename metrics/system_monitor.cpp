@@ -6,6 +6,7 @@
 #include "connectivity/network_path_monitor.h"
 #include "metrics/core/counter_math.h"
 #include "metrics/core/metric_settings.h"
+#include "metrics/core/metric_source.h"
 
 #include <QSettings>
 #include <QTimer>
@@ -29,8 +30,9 @@ template <typename T> std::vector<T> toVector(const std::deque<T>& list) {
 SystemMonitor::SystemMonitor(QSettings* defaults, Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), services_(std::move(services)),
       loop_(new QTimer(this)) {
-    enabledMetrics_ = MetricSettings::enabledMetrics(
-        app::readStringList(*defaults_, MetricSettings::kEnabledKey));
+    const auto storedMetrics = app::readStringList(*defaults_, MetricSettings::kEnabledKey);
+    userChoseMetrics_ = storedMetrics.has_value();
+    enabledMetrics_ = MetricSettings::enabledMetrics(storedMetrics);
     metricOrder_ =
         MetricSettings::metricOrder(app::readStringList(*defaults_, MetricSettings::kOrderKey));
     // Half a second of slack lets the system bundle wake-ups; Qt's coarse timers take 5%.
@@ -89,7 +91,8 @@ void SystemMonitor::cancelSampling() {
 SampleRequest SystemMonitor::currentRequest() const {
     SampleRequest request;
     for (SystemMetric metric : enabledMetrics_)
-        request = request | SampleRequest::forItem(metric);
+        if (isShown(metric))
+            request = request | SampleRequest::forItem(metric);
     for (SystemMetric metric : openDetails_)
         request = request | SampleRequest::forDetail(metric);
     return request;
@@ -158,9 +161,11 @@ void SystemMonitor::loadHardwareOnce() {
 }
 
 void SystemMonitor::setEnabledMetrics(std::set<SystemMetric> metrics) {
-    if (metrics == enabledMetrics_)
+    // Choosing what is already on still counts: it shows what the machine lacks.
+    if (metrics == enabledMetrics_ && userChoseMetrics_)
         return;
     enabledMetrics_ = std::move(metrics);
+    userChoseMetrics_ = true;
     app::writeStringList(*defaults_, MetricSettings::kEnabledKey,
                          MetricSettings::toStored(enabledMetrics_));
     emit enabledMetricsChanged();
@@ -179,9 +184,20 @@ void SystemMonitor::setMetricOrder(std::vector<SystemMetric> order) {
 std::vector<SystemMetric> SystemMonitor::visibleMetrics() const {
     std::vector<SystemMetric> visible;
     for (SystemMetric metric : metricOrder_)
-        if (enabledMetrics_.contains(metric))
+        if (isShown(metric))
             visible.push_back(metric);
     return visible;
+}
+
+bool SystemMonitor::isShown(SystemMetric metric) const {
+    return enabledMetrics_.contains(metric) &&
+           (userChoseMetrics_ || !missingSources().contains(metric));
+}
+
+const std::set<SystemMetric>& SystemMonitor::missingSources() const {
+    if (!missingSources_)
+        missingSources_ = metrics::missingSources(services_.sampler->sample(kSourceProbe));
+    return *missingSources_;
 }
 
 void SystemMonitor::setSuspended(bool suspended) {

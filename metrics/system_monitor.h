@@ -66,8 +66,12 @@ public:
     void setEnabledMetrics(std::set<SystemMetric> metrics);
     const std::vector<SystemMetric>& metricOrder() const { return metricOrder_; }
     void setMetricOrder(std::vector<SystemMetric> order);
-    // Enabled metrics in the user's order.
+    // Enabled metrics in the user's order. Until the user has chosen, a metric this machine
+    // has no source for (no GPU, no sensors) is left out rather than shown empty.
     std::vector<SystemMetric> visibleMetrics() const;
+    bool isShown(SystemMetric metric) const;
+    // Learned from one reading the first time it is asked.
+    const std::set<SystemMetric>& missingSources() const;
 
     bool isSuspended() const { return isSuspended_; }
     void setSuspended(bool suspended);
@@ -102,6 +106,8 @@ private:
     std::deque<bool> connectivityHistory_;
     std::set<SystemMetric> enabledMetrics_;
     std::vector<SystemMetric> metricOrder_;
+    bool userChoseMetrics_ = false;
+    mutable std::optional<std::set<SystemMetric>> missingSources_;
     bool isSuspended_ = false;
     bool isOnline_ = false;
     std::optional<HardwareInfo> hardware_;

@@ -9,10 +9,7 @@
 
 namespace ravo::ui {
 
-namespace {
-
-// 0 no preference, 1 prefer dark, 2 prefer light.
-int portalColorScheme() {
+int desktopColorScheme() {
     auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return 0;
@@ -29,6 +26,8 @@ int portalColorScheme() {
         value = value.value<QDBusVariant>().variant();
     return value.toInt();
 }
+
+namespace {
 
 QPalette darkPalette() {
     QPalette palette;
@@ -57,7 +56,7 @@ QPalette darkPalette() {
 void applyDesktopColorScheme(QApplication& application) {
     const QString forced = qEnvironmentVariable("RAVO_COLOR_SCHEME").toLower();
     const bool dark = forced == QLatin1String("dark") ||
-                      (forced != QLatin1String("light") && portalColorScheme() == 1);
+                      (forced != QLatin1String("light") && desktopColorScheme() == 1);
     if (!dark)
         return;
     application.setStyle(QStyleFactory::create("Fusion"));

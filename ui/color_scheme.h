@@ -9,4 +9,7 @@ namespace ravo::ui {
 // overrides it.
 void applyDesktopColorScheme(QApplication& application);
 
+// The desktop's preference as the settings portal gives it: 0 none, 1 dark, 2 light.
+int desktopColorScheme();
+
 } // namespace ravo::ui

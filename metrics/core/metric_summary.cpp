@@ -106,4 +106,15 @@ MetricSummary summarize(const SystemReading& reading, SystemMetric metric,
     return summary;
 }
 
+MetricSummary summarizeForLine(const SystemReading& reading, SystemMetric metric,
+                               const FormatLocale& locale) {
+    MetricSummary summary = summarize(reading, metric, locale);
+    if (metric == SystemMetric::network && reading.network) {
+        summary.value = "↓ " + MetricFormat::rate(reading.network->inRate, locale) + "  ↑ " +
+                        MetricFormat::rate(reading.network->outRate, locale);
+        summary.detail.clear();
+    }
+    return summary;
+}
+
 } // namespace ravo::metrics

@@ -22,4 +22,9 @@ struct MetricSummary {
 MetricSummary summarize(const SystemReading& reading, SystemMetric metric,
                         const FormatLocale& locale);
 
+// For views with room for the value and detail together: the network's rates once, in the
+// detail's units, rather than the narrow "B/s" figures beside the same rates in "kB/s".
+MetricSummary summarizeForLine(const SystemReading& reading, SystemMetric metric,
+                               const FormatLocale& locale);
+
 } // namespace ravo::metrics

@@ -46,4 +46,10 @@ nlohmann::json toReadableJson(const std::vector<AgentSession>& sessions) {
     return list;
 }
 
+std::string_view emptyText(bool anyAgentHooked) {
+    return anyAgentHooked ? "No agent sessions right now."
+                          : "Neither Claude Code nor Codex was found. Install one and restart "
+                            "Ravo to see its sessions here.";
+}
+
 } // namespace ravo::sessions::SessionList

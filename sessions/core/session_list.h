@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // The sessions as people read them: newest first, with their age.
@@ -16,6 +17,10 @@ std::string age(TimePoint since, TimePoint now);
 
 // One line: state, agent, project, title and age.
 std::string line(const AgentSession& session, TimePoint now);
+
+// What an empty list says while tracking is on: wait for a session, or install an agent
+// first (the hooks go in when Ravo next starts and finds one).
+std::string_view emptyText(bool anyAgentHooked);
 
 // The records with ISO 8601 dates, for the commands' JSON.
 nlohmann::json toReadableJson(const std::vector<AgentSession>& sessions);

@@ -22,6 +22,8 @@ class SystemMonitorTest : public ::testing::Test {
 protected:
     std::unique_ptr<SystemMonitor> makeMonitor(QSettings* defaults = nullptr) {
         auto source = std::make_unique<RecordedCounterSource>(&calls);
+        source->gpuValue = gpu;
+        source->temperatureValue = temperatures;
         source->ticks = {{{0, 0, 0, 0}}};
         source->memoryValue = MemoryUsage{100, 50, 0, 0, 0, 0, 0, MemoryPressureLevel::normal};
         source->spaces = {{100, 80, {}}};
@@ -43,6 +45,8 @@ protected:
     QSettings settings{QString::fromStdString((folder / "ravo.conf").string()),
                        QSettings::IniFormat};
     RecordedCounterSource::Calls calls;
+    std::optional<GPUUtilization> gpu = GPUUtilization{0.2, {}, {}};
+    TemperatureReadings temperatures{{{"Tp01", 50}}, {}};
     FakePathMonitor path;
     app::SleepWakeWatcher sleepWake;
     int hardwareLoads = 0;
@@ -58,6 +62,36 @@ TEST_F(SystemMonitorTest, MissingSettingsEnableEverythingAndAnEmptyListNothing) 
     auto monitor = makeMonitor();
     EXPECT_TRUE(monitor->enabledMetrics().empty());
     EXPECT_EQ(monitor->currentRequest(), SampleRequest{});
+}
+
+TEST_F(SystemMonitorTest, WhatTheMachineLacksIsLeftOutUntilTheUserChoosesIt) {
+    gpu.reset();
+    temperatures = {};
+    auto monitor = makeMonitor();
+    EXPECT_EQ(monitor->missingSources(),
+              (std::set<SystemMetric>{SystemMetric::gpu, SystemMetric::temperature}));
+    EXPECT_EQ(monitor->visibleMetrics(),
+              (std::vector<SystemMetric>{SystemMetric::cpu, SystemMetric::memory,
+                                         SystemMetric::disk, SystemMetric::network}));
+    EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::gpu));
+    EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::temperatures));
+    // Asked once, not on every tick.
+    const int gpuReads = calls.gpu;
+    monitor->tick();
+    monitor->tick();
+    EXPECT_EQ(calls.gpu, gpuReads);
+
+    // Ticked on purpose, it is shown even empty, and stays so after a restart.
+    monitor->setEnabledMetrics({kAllMetrics.begin(), kAllMetrics.end()});
+    EXPECT_EQ(monitor->visibleMetrics().size(), 6u);
+    monitor.reset();
+    EXPECT_EQ(makeMonitor()->visibleMetrics().size(), 6u);
+}
+
+TEST_F(SystemMonitorTest, AMachineWithAGpuAndSensorsShowsAllSix) {
+    auto monitor = makeMonitor();
+    EXPECT_TRUE(monitor->missingSources().empty());
+    EXPECT_EQ(monitor->visibleMetrics().size(), 6u);
 }
 
 TEST_F(SystemMonitorTest, SettersWriteTheirKeysAndSurviveARestart) {

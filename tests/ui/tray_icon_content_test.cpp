@@ -1,3 +1,4 @@
+#include "ui/tray/panel_tone.h"
 #include "ui/tray/tray_icon_content.h"
 #include "ui/tray/tray_icon_painter.h"
 
@@ -90,6 +91,88 @@ TEST(TrayIconPictures, UsageMarkIsDrawnOnlyWhenAttentionIsNeeded) {
     EXPECT_GT(corner.red(), 200);
     EXPECT_LT(corner.green(), 100);
     EXPECT_NE(calm.pixelColor(TrayIconPainter::kSize - 12, 11), corner);
+}
+
+TEST(TrayIconPictures, ItemsWithTheSameFigureCanStillBeToldApart) {
+    // Seven badges reading "56" were indistinguishable; each now says what it shows.
+    SystemReading reading;
+    reading.cpu = CPULoad{0.56, 0, {}};
+    reading.memory = MemoryUsage{100, 56, 0, 0, 0, 0, 0, MemoryPressureLevel::normal};
+    reading.disk = DiskUsage{100, 44, {}, {}, {}};
+    reading.gpuDetail = GPUUtilization{0.56, {}, {}};
+    reading.temperatures = Temperatures{56, {}, {}, {}, {}};
+    std::vector<QImage> pictures;
+    for (const auto metric : {SystemMetric::cpu, SystemMetric::gpu, SystemMetric::memory,
+                              SystemMetric::disk, SystemMetric::temperature}) {
+        const auto content = TrayIconContent::forMetric(reading, metric);
+        EXPECT_FALSE(content.label.empty()) << displayName(metric);
+        // At the size a 22 px panel shows it.
+        pictures.push_back((content.isGauge
+                                ? TrayIconPainter::gauge(QString::fromStdString(content.label),
+                                                         content.fraction, content.level, "56")
+                                : TrayIconPainter::text(QString::fromStdString(content.label), "56",
+                                                        {}, content.level))
+                               .pixmap(22, 22)
+                               .toImage());
+    }
+    for (std::size_t i = 0; i < pictures.size(); ++i)
+        for (std::size_t j = i + 1; j < pictures.size(); ++j)
+            EXPECT_NE(pictures[i], pictures[j]) << i << " and " << j;
+    // The network's arrows say what it is; offline, "off" gets its name back.
+    EXPECT_TRUE(TrayIconContent::forMetric(reading, SystemMetric::network).label.empty());
+    EXPECT_EQ(TrayIconContent::forMetric(reading, SystemMetric::network,
+                                         connectivity::ConnectionState{connectivity::Offline{}})
+                  .label,
+              "NET");
+}
+
+TEST(TrayIconPictures, TheInkFollowsThePanelWhereTheDesktopTellsIt) {
+    const auto lightness = [](PanelTone tone, QPoint at) {
+        TrayIconPainter::setPanelTone(tone);
+        const QImage image =
+            TrayIconPainter::gauge("CPU", 0.5, MetricLevel::normal, "88").pixmap(64, 64).toImage();
+        return image.pixelColor(at);
+    };
+    // Outside the figure: a badge where the panel is unknown, the panel itself elsewhere.
+    EXPECT_GT(lightness(PanelTone::unknown, {4, 32}).alpha(), 200);
+    EXPECT_EQ(lightness(PanelTone::dark, {4, 32}).alpha(), 0);
+    EXPECT_EQ(lightness(PanelTone::light, {4, 32}).alpha(), 0);
+    // The darkest ink in the figure: light on dark panels, dark on light ones.
+    const auto darkestInk = [](PanelTone tone) {
+        TrayIconPainter::setPanelTone(tone);
+        const QImage image =
+            TrayIconPainter::text("", "88", "", std::nullopt).pixmap(64, 64).toImage();
+        int darkest = 255;
+        for (int y = 0; y < 64; ++y)
+            for (int x = 0; x < 64; ++x)
+                if (image.pixelColor(x, y).alpha() == 255)
+                    darkest = std::min(darkest, image.pixelColor(x, y).lightness());
+        return darkest;
+    };
+    EXPECT_GT(darkestInk(PanelTone::dark), 200);
+    EXPECT_LT(darkestInk(PanelTone::light), 60);
+    TrayIconPainter::setPanelTone(PanelTone::unknown);
+}
+
+TEST(PanelTones, TheDesktopsWordDecidesAndAUsersChoiceComesFirst) {
+    struct Case {
+        std::string_view forced, desktop;
+        int scheme;
+        PanelTone tone;
+    };
+    const Case cases[] = {
+        {"", "KDE", 2, PanelTone::light},
+        {"", "KDE", 1, PanelTone::dark},
+        {"", "XFCE", 0, PanelTone::unknown},
+        {"", "UBUNTU:GNOME", 2, PanelTone::dark}, // GNOME's top bar is dark in light mode too
+        {"", "", 1, PanelTone::dark},
+        {"light", "UBUNTU:GNOME", 1, PanelTone::light},
+        {"badge", "KDE", 1, PanelTone::unknown},
+        {"purple", "KDE", 2, PanelTone::light}, // an unknown word is no choice
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(decidePanelTone(c.forced, c.desktop, c.scheme), c.tone)
+            << c.forced << "|" << c.desktop << "|" << c.scheme;
 }
 
 } // namespace

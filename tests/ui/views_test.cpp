@@ -19,6 +19,7 @@
 #include "ui/theme.h"
 #include "ui/widgets/popover_window.h"
 #include "usage/claude_usage_probe.h"
+#include "usage/core/codex_rate_limits.h"
 #include "usage/usage_refresher.h"
 #include <QComboBox>
 
@@ -175,6 +176,9 @@ TEST_F(ViewsTest, UsagePopoverShowsPlansWindowsCreditsFailuresAndSessions) {
           "codex app-server timed out", "Agent sessions", "Waiting for you", "Done"})
         EXPECT_NE(text.find(expected), std::string::npos) << "missing \"" << expected << "\" in\n"
                                                           << text;
+    // Each provider says how old its figures are: Codex's failed refresh left hour-old ones.
+    EXPECT_NE(text.find("Updated just now"), std::string::npos) << text;
+    EXPECT_NE(text.find("Updated 1 h ago"), std::string::npos) << text;
     // Newest session first.
     EXPECT_LT(text.find("shop"), text.find("ravo"));
     EXPECT_LT(text.find("ravo"), text.find("docs"));
@@ -201,6 +205,69 @@ TEST_F(ViewsTest, UsagePopoverExplainsAMissingSetup) {
               std::string::npos);
     EXPECT_NE(text.find("Turn on “Track agent sessions” in Settings"), std::string::npos);
     testing::saveScreenshot(*popover, "usage-popover-setup");
+}
+
+TEST_F(ViewsTest, EmptyStatesSayWhy) {
+    // A machine with neither a GPU nor a readable sensor.
+    auto source = std::make_unique<metrics::testing::RecordedCounterSource>(&calls);
+    source->ticks = {{{100, 50, 850, 0}}};
+    metrics::SystemMonitor::Services monitorServices;
+    monitorServices.sampler = std::make_unique<metrics::SystemSampler>(std::move(source));
+    QSettings fresh(QString::fromStdString((home.path() / "bare.conf").string()),
+                    QSettings::IniFormat);
+    metrics::SystemMonitor bare(&fresh, std::move(monitorServices));
+    bare.tick();
+    for (auto metric : {metrics::SystemMetric::gpu, metrics::SystemMetric::temperature}) {
+        auto popover = inPopover(new MetricDetailView(&bare, metric));
+        const std::string text = visibleText(*popover);
+        EXPECT_NE(text.find(metric == metrics::SystemMetric::gpu
+                                ? "No GPU found on this machine."
+                                : "No temperature sensors readable on this machine."),
+                  std::string::npos)
+            << text;
+        EXPECT_TRUE(clippedLabels(*popover).empty());
+    }
+
+    // Codex signed out, and tracking on with no agent to track.
+    fs::remove_all(*sessions::SessionStore::directory());
+    controller->setTracksSessions(false);
+    fs::remove_all(home.path() / ".claude");
+    UsageSnapshot signedOut;
+    signedOut.apply(UsageError{CodexRateLimitsParser::kRejected, std::nullopt, std::nullopt},
+                    Provider::codex, Clock::now());
+    refresher = std::make_unique<UsageRefresher>(
+        UsageRefresher::Providers{}, [signedOut] { return signedOut; },
+        [](const UsageSnapshot&) { return success(); }, &settings);
+    app::AppController::Services services;
+    services.refresher = refresher.get();
+    services.systemMonitor = &bare;
+    app::AppController nothingInstalled(
+        &settings, sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
+        std::move(services));
+    nothingInstalled.setTracksSessions(true);
+    ASSERT_TRUE(nothingInstalled.tracksSessions());
+    auto popover = inPopover(new UsageView(&nothingInstalled));
+    const std::string text = visibleText(*popover);
+    for (const char* expected : {"Codex rejected the rate limit request",
+                                 "Sign in to Codex with `codex login` to see its limits",
+                                 "Neither Claude Code nor Codex was found."})
+        EXPECT_NE(text.find(expected), std::string::npos) << expected << " in\n" << text;
+    testing::saveScreenshot(*popover, "usage-popover-empty");
+
+    // The settings list the missing ones unticked, with the reason.
+    SettingsWindow window(&nothingInstalled);
+    window.showTab(SettingsWindow::kPanelTab);
+    auto* list = window.findChild<QListWidget*>();
+    ASSERT_NE(list, nullptr);
+    for (int i = 0; i < list->count(); ++i) {
+        const auto metric =
+            static_cast<metrics::SystemMetric>(list->item(i)->data(Qt::UserRole).toInt());
+        const bool missing =
+            metric == metrics::SystemMetric::gpu || metric == metrics::SystemMetric::temperature;
+        EXPECT_EQ(list->item(i)->checkState() == Qt::Unchecked, missing) << i;
+        EXPECT_EQ(list->item(i)->text().contains("on this machine"), missing)
+            << list->item(i)->text().toStdString();
+    }
 }
 
 TEST_F(ViewsTest, MetricDetailsShowTheirFiguresWithoutClipping) {

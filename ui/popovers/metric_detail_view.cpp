@@ -1,5 +1,6 @@
 #include "ui/popovers/metric_detail_view.h"
 
+#include "metrics/core/metric_source.h"
 #include "metrics/core/metric_summary.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/connection_section.h"
@@ -43,6 +44,10 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric,
     header->addWidget(value_);
     layout->addLayout(header);
 
+    emptyNote_ = mutedLabel({});
+    emptyNote_->setWordWrap(true);
+    emptyNote_->hide();
+    layout->addWidget(emptyNote_);
     sparkline_ = new SparklineWidget;
     layout->addWidget(sparkline_);
     if (metric == SystemMetric::network || metric == SystemMetric::disk) {
@@ -69,7 +74,7 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric,
 
 void MetricDetailView::refresh() {
     const SystemReading reading = monitor_->reading().value_or(SystemReading{});
-    const MetricSummary summary = summarize(reading, metric_, locale_);
+    const MetricSummary summary = summarizeForLine(reading, metric_, locale_);
     const QColor color = Theme::levelColor(summary.level, palette());
     value_->setText(QString::fromStdString(summary.value));
     QPalette valuePalette = value_->palette();
@@ -89,7 +94,15 @@ void MetricDetailView::refresh() {
     } else {
         sparkline_->setValues(monitor_->history(metric_), 1.0, summary.level ? color : accent);
     }
-    fillForm(rows_, MetricRows::forReading(reading, metric_, locale_));
+    const auto rows = MetricRows::forReading(reading, metric_, locale_);
+    fillForm(rows_, rows);
+    // An empty graph for hardware that is not there reads as a fault; say what is missing.
+    const auto reason = missingSourceReason(metric_);
+    const bool lacking = reason && rows.empty() && monitor_->missingSources().contains(metric_);
+    if (lacking)
+        emptyNote_->setText(QString::fromUtf8(reason->data(), qsizetype(reason->size())) + ".");
+    emptyNote_->setVisible(lacking);
+    sparkline_->setVisible(!lacking);
     refreshCores();
     if (monitor_->hardware())
         fillForm(hardware_, MetricRows::forHardware(*monitor_->hardware(), metric_));

@@ -50,6 +50,7 @@ private:
     QFormLayout* rows_;
     QGridLayout* cores_ = nullptr;
     QFormLayout* hardware_;
+    QLabel* emptyNote_;
 };
 
 } // namespace ravo::ui

@@ -3,6 +3,7 @@
 #include "app/app_controller.h"
 #include "metrics/core/metric_level.h"
 #include "sessions/core/session_list.h"
+#include "sessions/core/session_settings.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/popover_window.h"
@@ -81,8 +82,6 @@ UsageView::UsageView(app::AppController* controller, QWidget* parent)
     auto* header = new QHBoxLayout;
     header->addWidget(heading("AI usage", 16));
     header->addStretch();
-    updated_ = mutedLabel({});
-    header->addWidget(updated_);
     layout->addLayout(header);
     body_ = new QVBoxLayout;
     body_->setSpacing(8);
@@ -119,14 +118,6 @@ void UsageView::rebuild() {
     addProviders();
     body_->addWidget(separator());
     addSessions();
-    std::optional<TimePoint> newest;
-    if (const auto& snapshot = controller_->snapshot())
-        for (const auto& provider : snapshot->providers)
-            if (provider.updatedAt && (!newest || *provider.updatedAt > *newest))
-                newest = provider.updatedAt;
-    updated_->setText(newest ? "Updated " + QString::fromStdString(
-                                                sessions::SessionList::age(*newest, Clock::now()))
-                             : QString());
     adjustSize();
     // A popover fits its content; a window the user sized (the dashboard) keeps its size.
     if (auto* popover = qobject_cast<PopoverWindow*>(window()))
@@ -147,6 +138,16 @@ void UsageView::addProviders() {
         if (const auto plan = PlanName::display(provider.plan, provider.planMultiplier))
             title->addWidget(mutedLabel(QString::fromStdString(*plan)));
         body_->addLayout(title);
+        // Each provider says how old its own figures are: one may lag behind the other.
+        if (provider.updatedAt) {
+            const QString age =
+                "Updated " +
+                QString::fromStdString(sessions::SessionList::age(*provider.updatedAt, now));
+            body_->addWidget(
+                UsageText::isStale(provider, now)
+                    ? coloredLabel(age, Theme::levelColor(metrics::MetricLevel::warning, palette()))
+                    : mutedLabel(age));
+        }
         for (const auto& window : provider.windows)
             body_->addWidget(windowRow(window, now, palette()));
         if (provider.credits)
@@ -163,6 +164,9 @@ void UsageView::addProviders() {
         if (provider.error)
             body_->addWidget(
                 wrappedLabel(QString::fromStdString(*provider.error), Theme::errorText(palette())));
+        if (const auto fix = UsageText::remedy(provider))
+            body_->addWidget(
+                wrappedLabel(QString::fromStdString(*fix), palette().color(QPalette::WindowText)));
     }
 }
 
@@ -176,7 +180,11 @@ void UsageView::addSessions() {
     }
     const auto& sessions = controller_->sessions();
     if (sessions.empty()) {
-        body_->addWidget(mutedLabel("No sessions right now."));
+        body_->addWidget(wrappedLabel(
+            QString::fromUtf8(sessions::SessionList::emptyText(
+                                  !sessions::SessionSettings::installedProviders().empty())
+                                  .data()),
+            Theme::mutedText(palette())));
         return;
     }
     const TimePoint now = Clock::now();

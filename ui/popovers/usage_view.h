@@ -30,7 +30,6 @@ private:
 
     app::AppController* controller_;
     QVBoxLayout* body_;
-    QLabel* updated_;
 };
 
 } // namespace ravo::ui

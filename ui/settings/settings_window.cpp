@@ -2,6 +2,7 @@
 
 #include "app/app_controller.h"
 #include "core/paths.h"
+#include "metrics/core/metric_source.h"
 #include "metrics/system_monitor.h"
 #include "sessions/codex_hook_trust_check.h"
 #include "ui/settings/account_tab.h"
@@ -215,20 +216,25 @@ void SettingsWindow::syncMetrics() {
     for (int i = 0; same && i < metrics_->count(); ++i) {
         const auto metric = monitor->metricOrder()[static_cast<std::size_t>(i)];
         same = metrics_->item(i)->data(Qt::UserRole).toInt() == static_cast<int>(metric) &&
-               (metrics_->item(i)->checkState() == Qt::Checked) ==
-                   monitor->enabledMetrics().contains(metric);
+               (metrics_->item(i)->checkState() == Qt::Checked) == monitor->isShown(metric);
     }
     if (same)
         return; // our own change coming back; rebuilding now would pull the list from under a drag
     const QSignalBlocker blocker(metrics_);
     metrics_->clear();
     for (SystemMetric metric : monitor->metricOrder()) {
-        auto* item = new QListWidgetItem(QString::fromUtf8(displayName(metric).data()));
+        QString text = QString::fromUtf8(displayName(metric).data());
+        const auto reason = missingSourceReason(metric);
+        if (reason && monitor->missingSources().contains(metric)) {
+            // Say why it is off, so an empty item is not taken for a fault.
+            text += QStringLiteral(" — ") +
+                    QString::fromUtf8(reason->data(), qsizetype(reason->size()));
+        }
+        auto* item = new QListWidgetItem(text);
         item->setData(Qt::UserRole, static_cast<int>(metric));
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable | Qt::ItemIsDragEnabled);
         item->setFlags(item->flags() & ~Qt::ItemIsDropEnabled);
-        item->setCheckState(monitor->enabledMetrics().contains(metric) ? Qt::Checked
-                                                                       : Qt::Unchecked);
+        item->setCheckState(monitor->isShown(metric) ? Qt::Checked : Qt::Unchecked);
         metrics_->addItem(item);
     }
 }

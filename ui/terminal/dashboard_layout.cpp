@@ -86,7 +86,7 @@ Block machineBlock(const DashboardFrame& frame, const DashboardView& view, int w
     const int sparkWidth = width - sparkColumn;
     for (int i = 0; i < static_cast<int>(frame.metrics.size()); ++i) {
         const SystemMetric metric = frame.metrics[static_cast<std::size_t>(i)];
-        const MetricSummary summary = summarize(reading, metric, locale);
+        const MetricSummary summary = summarizeForLine(reading, metric, locale);
         const bool selected = focused && view.selectedMetric == i;
         Line line{{}, 0, i, selected};
         line.spans.push_back({0, std::string(displayName(metric)), {}, kNameWidth - 1});
@@ -132,12 +132,12 @@ Block limitsBlock(const DashboardFrame& frame, int width) {
         Line plan{{{0, usage::UsageText::planLine(provider), {Tone::plain, true}}}};
         // Each provider says how old its own figures are: one may lag behind the other.
         if (provider.updatedAt) {
-            const double age = secondsBetween(*provider.updatedAt, frame.now);
             const std::string when =
                 "as of " + sessions::SessionList::age(*provider.updatedAt, frame.now);
-            plan.spans.push_back({std::max(width - displayWidth(when), labelWidth + 8),
-                                  when,
-                                  {age > 900 ? Tone::warning : Tone::dim}});
+            plan.spans.push_back(
+                {std::max(width - displayWidth(when), labelWidth + 8),
+                 when,
+                 {usage::UsageText::isStale(provider, frame.now) ? Tone::warning : Tone::dim}});
         }
         block.lines.push_back(std::move(plan));
         // The fullest window stays longest.

@@ -97,7 +97,7 @@ std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& loc
     const int sparkWidth = std::max(0, frame.width - kNameWidth - kValueWidth - 1);
     for (SystemMetric metric : frame.metrics) {
         const MetricSummary summary =
-            summarize(frame.reading.value_or(SystemReading{}), metric, locale);
+            summarizeForLine(frame.reading.value_or(SystemReading{}), metric, locale);
         const std::string value = summary.value.empty() ? "—" : summary.value;
         text += padded(std::string(displayName(metric)), kNameWidth);
         text += (frame.color ? levelColor(summary.level) : "") + padded(value, kValueWidth) + reset;

@@ -3,6 +3,7 @@
 #include "connectivity/connection_watchdog.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/metric_detail_view.h"
+#include "ui/tray/live_tool_tip.h"
 #include "ui/tray/tray_icon_painter.h"
 #include "ui/widgets/popover_window.h"
 
@@ -85,19 +86,21 @@ void SystemTrayItems::redraw() {
         connection_.watchdog && !paused ? connection_.watchdog->state() : std::nullopt;
     for (auto& item : items_) {
         const auto content = TrayIconContent::forMetric(reading, item->metric, connection);
-        item->icon->setToolTip(paused ? QString("Paused until Ravo is updated (Settings → General)")
-                                      : QString::fromStdString(TrayIconContent::tooltip(
-                                            reading, item->metric, connection)));
+        setLiveToolTip(*item->icon,
+                       paused ? QString("Paused until Ravo is updated (Settings → General)")
+                              : QString::fromStdString(
+                                    TrayIconContent::tooltip(reading, item->metric, connection)));
         if (item->drawn == content)
             continue; // the same picture: trays repaint on every setIcon
         item->drawn = content;
         ++redraws_;
-        item->icon->setIcon(content.isGauge
-                                ? TrayIconPainter::gauge(content.fraction, content.level,
-                                                         QString::fromStdString(content.first))
-                                : TrayIconPainter::text(QString::fromStdString(content.first),
-                                                        QString::fromStdString(content.second),
-                                                        content.level));
+        const QString label = QString::fromStdString(content.label);
+        item->icon->setIcon(
+            content.isGauge
+                ? TrayIconPainter::gauge(label, content.fraction, content.level,
+                                         QString::fromStdString(content.first))
+                : TrayIconPainter::text(label, QString::fromStdString(content.first),
+                                        QString::fromStdString(content.second), content.level));
     }
 }
 

@@ -20,15 +20,36 @@ std::string shortRate(double bytesPerSecond) {
     return text;
 }
 
+std::string trayLabel(SystemMetric metric) {
+    switch (metric) {
+    case SystemMetric::cpu:
+        return "CPU";
+    case SystemMetric::gpu:
+        return "GPU";
+    case SystemMetric::memory:
+        return "MEM";
+    case SystemMetric::disk:
+        return "DISK";
+    case SystemMetric::network:
+        return "NET";
+    case SystemMetric::temperature:
+        return "TEMP";
+    }
+    return {};
+}
+
 } // namespace
 
 TrayIconContent
 TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
                            const std::optional<connectivity::ConnectionState>& connection) {
     TrayIconContent content;
+    content.label = trayLabel(metric);
     if (metric == SystemMetric::network) {
         content.isGauge = false;
+        content.label.clear();
         if (connection && *connection == connectivity::ConnectionState{connectivity::Offline{}}) {
+            content.label = trayLabel(metric);
             content.first = "off";
             content.level = MetricLevel::critical;
             return content;
@@ -66,7 +87,7 @@ TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
 std::string
 TrayIconContent::tooltip(const SystemReading& reading, SystemMetric metric,
                          const std::optional<connectivity::ConnectionState>& connection) {
-    const auto summary = summarize(reading, metric, FormatLocale::fromEnvironment());
+    const auto summary = summarizeForLine(reading, metric, FormatLocale::fromEnvironment());
     std::string text = std::string(displayName(metric)) + ": " + summary.value;
     if (!summary.detail.empty())
         text += "\n" + summary.detail;

@@ -13,6 +13,7 @@ namespace ravo::ui {
 // the icon is redrawn only when this changes.
 struct TrayIconContent {
     bool isGauge = true;
+    std::string label;              // what the item is: "CPU", "MEM"; none where the arrows say it
     std::optional<double> fraction; // rounded to whole percent, so noise does not redraw
     std::optional<metrics::MetricLevel> level;
     std::string first;

@@ -2,6 +2,7 @@
 
 #include "app/app_controller.h"
 #include "ui/popovers/usage_view.h"
+#include "ui/tray/live_tool_tip.h"
 #include "ui/tray/tray_icon_painter.h"
 #include "ui/widgets/popover_window.h"
 
@@ -57,7 +58,7 @@ void UsageTrayItem::redraw() {
         tooltip += QString(", highest limit %1% used").arg(qRound(*peak * 100));
     if (attention)
         tooltip += "\nA provider could not be read for a while";
-    icon_->setToolTip(tooltip);
+    setLiveToolTip(*icon_, tooltip);
     if (key == drawnKey_)
         return;
     drawnKey_ = key;

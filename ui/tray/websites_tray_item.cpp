@@ -3,6 +3,7 @@
 #include "cloud/core/websites_overview.h"
 #include "cloud/website_monitor.h"
 #include "ui/popovers/websites_view.h"
+#include "ui/tray/live_tool_tip.h"
 #include "ui/tray/tray_icon_painter.h"
 #include "ui/widgets/popover_window.h"
 
@@ -45,7 +46,7 @@ void WebsitesTrayItem::showPopover() {
 void WebsitesTrayItem::redraw() {
     const auto overview = cloud::WebsitesOverview::of(monitor_->sites(), monitor_->states());
     icon_->setVisible(!monitor_->sites().empty());
-    icon_->setToolTip("Ravo: websites\n" + QString::fromStdString(overview.summary));
+    setLiveToolTip(*icon_, "Ravo: websites\n" + QString::fromStdString(overview.summary));
     const QString key =
         QString("%1|%2").arg(overview.worst ? int(*overview.worst) : -1).arg(overview.down);
     if (key == drawnKey_)

@@ -1,12 +1,15 @@
 #include "ui/widgets/popover_window.h"
 
 #include "ui/theme.h"
+#include "ui/widgets/popover_placement.h"
 
 #include <QCursor>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QScreen>
+#include <QToolTip>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace ravo::ui {
 
@@ -33,26 +36,25 @@ void PopoverWindow::paintEvent(QPaintEvent*) {
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 10, 10);
 }
 
-QPoint PopoverWindow::placement(const QRect& anchor) const {
+QScreen* PopoverWindow::screenFor(const QRect& anchor) const {
     const QPoint reference = anchor.isValid() ? anchor.center() : QCursor::pos();
     QScreen* screen = QGuiApplication::screenAt(reference);
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
-    const QRect available = screen ? screen->availableGeometry() : QRect(0, 0, 1280, 800);
-    const QSize size = sizeHint().expandedTo(minimumSizeHint());
-    const QRect around = anchor.isValid() ? anchor : QRect(reference, QSize(1, 1));
-    int x = around.center().x() - size.width() / 2;
-    // Below an item at the top of the screen, above one at the bottom.
-    int y = around.center().y() < available.center().y() ? around.bottom() + kGap
-                                                         : around.top() - kGap - size.height();
-    x = std::clamp(x, available.left() + kGap, available.right() - kGap - size.width());
-    y = std::clamp(y, available.top() + kGap, available.bottom() - kGap - size.height());
-    return {x, y};
+    return screen ? screen : QGuiApplication::primaryScreen();
 }
 
 void PopoverWindow::showAt(const QRect& anchor) {
+    QToolTip::hideText(); // the item's tooltip would sit over the popover
     adjustSize();
-    move(placement(anchor));
+    QScreen* screen = screenFor(anchor);
+    const QRect around = anchor.isValid() ? anchor : QRect(QCursor::pos(), QSize(1, 1));
+    const QRect whole = screen ? screen->geometry() : QRect(0, 0, 1280, 800);
+    const QRect available = screen ? screen->availableGeometry() : whole;
+    // Pinned to the item's screen, so a window manager does not carry it to another.
+    if (screen) {
+        winId();
+        windowHandle()->setScreen(screen);
+    }
+    move(popoverPosition(around, sizeHint().expandedTo(minimumSizeHint()), whole, available, kGap));
     show();
     raise();
     activateWindow();

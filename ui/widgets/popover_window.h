@@ -3,6 +3,7 @@
 #include <QFrame>
 #include <QRect>
 
+class QScreen;
 class QVBoxLayout;
 
 namespace ravo::ui {
@@ -14,8 +15,8 @@ class PopoverWindow : public QFrame {
 public:
     explicit PopoverWindow(QWidget* content, QWidget* parent = nullptr);
 
-    // Opens next to `anchor` (the tray item), or near the pointer when the tray does not say
-    // where its items are.
+    // Opens beside `anchor` (the tray item) on its screen, or near the pointer when the tray
+    // does not say where its items are.
     void showAt(const QRect& anchor);
     void toggleAt(const QRect& anchor);
 
@@ -27,7 +28,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QPoint placement(const QRect& anchor) const;
+    QScreen* screenFor(const QRect& anchor) const;
     QWidget* content_;
 };
 

@@ -66,7 +66,7 @@ std::variant<ProviderReading, UsageError> CodexRateLimitsParser::reading(std::st
         return failure("Unreadable Codex response");
     try {
         if (response.contains("error") || !response.contains("result"))
-            return failure("Codex rejected the rate limit request");
+            return failure(kRejected);
         const json* result = objectAt(response, "result");
         if (!result)
             return failure("Unreadable Codex response");

@@ -19,6 +19,8 @@ Mapped map(const std::optional<std::string>& planType);
 } // namespace CodexPlan
 
 namespace CodexRateLimitsParser {
+// What a signed-out Codex's refusal reads as; the view adds how to sign in.
+inline constexpr const char* kRejected = "Codex rejected the rate limit request";
 // One response line of `codex app-server` to "account/rateLimits/read".
 std::variant<ProviderReading, UsageError> reading(std::string_view line);
 } // namespace CodexRateLimitsParser

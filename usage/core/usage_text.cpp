@@ -1,5 +1,7 @@
 #include "usage/core/usage_text.h"
 
+#include "usage/core/codex_rate_limits.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -34,6 +36,16 @@ std::string planLine(const ProviderUsage& usage) {
     return line;
 }
 
+std::optional<std::string> remedy(const ProviderUsage& usage) {
+    if (usage.provider == Provider::codex && usage.error == CodexRateLimitsParser::kRejected)
+        return "Sign in to Codex with `codex login` to see its limits";
+    return std::nullopt;
+}
+
+bool isStale(const ProviderUsage& usage, TimePoint now) {
+    return usage.updatedAt && secondsBetween(*usage.updatedAt, now) > kStaleAfterSeconds;
+}
+
 std::vector<std::string> describe(const ProviderUsage& usage, TimePoint now) {
     std::vector<std::string> lines;
     for (const auto& window : usage.windows) {
@@ -56,6 +68,8 @@ std::vector<std::string> describe(const ProviderUsage& usage, TimePoint now) {
         lines.emplace_back(message(*usage.setup));
     if (usage.error)
         lines.push_back(*usage.error);
+    if (const auto fix = remedy(usage))
+        lines.push_back(*fix);
     if (lines.empty())
         lines.emplace_back("No limits reported yet.");
     return lines;
