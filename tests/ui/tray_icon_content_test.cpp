@@ -2,7 +2,9 @@
 #include "ui/tray/tray_icon_content.h"
 #include "ui/tray/tray_icon_painter.h"
 
+#include <QDir>
 #include <QImage>
+#include <QPainter>
 #include <cstdlib>
 #include <gtest/gtest.h>
 
@@ -152,6 +154,43 @@ TEST(TrayIconPictures, TheInkFollowsThePanelWhereTheDesktopTellsIt) {
     EXPECT_GT(darkestInk(PanelTone::dark), 200);
     EXPECT_LT(darkestInk(PanelTone::light), 60);
     TrayIconPainter::setPanelTone(PanelTone::unknown);
+}
+
+// Not a check: a sheet of every item on each kind of panel at 22 and 44 px, to look at.
+TEST(TrayIconPictures, SheetForTheEye) {
+    const QString folder = qEnvironmentVariable("RAVO_SCREENSHOTS");
+    if (folder.isEmpty())
+        GTEST_SKIP() << "RAVO_SCREENSHOTS is not set";
+    const std::pair<PanelTone, QColor> panels[] = {{PanelTone::unknown, QColor(0x80, 0x80, 0x80)},
+                                                   {PanelTone::dark, QColor(0x1e, 0x1e, 0x1e)},
+                                                   {PanelTone::light, QColor(0xee, 0xee, 0xee)}};
+    QImage sheet(10 * 70, 6 * 50, QImage::Format_ARGB32);
+    sheet.fill(Qt::white);
+    QPainter painter(&sheet);
+    int row = 0;
+    for (const auto& [tone, background] : panels) {
+        TrayIconPainter::setPanelTone(tone);
+        const QIcon icons[] = {TrayIconPainter::gauge("CPU", 0.56, MetricLevel::normal, "56"),
+                               TrayIconPainter::gauge("GPU", std::nullopt, std::nullopt, "—"),
+                               TrayIconPainter::gauge("MEM", 0.72, MetricLevel::warning, "72"),
+                               TrayIconPainter::gauge("DISK", 0.93, MetricLevel::critical, "93"),
+                               TrayIconPainter::text("", "↓1.2M", "↑300B", std::nullopt),
+                               TrayIconPainter::text("NET", "off", "", MetricLevel::critical),
+                               TrayIconPainter::text("TEMP", "61°", "", std::nullopt),
+                               TrayIconPainter::usage(0.41, true),
+                               TrayIconPainter::websites(cloud::SiteState::Health::up, 0),
+                               TrayIconPainter::websites(cloud::SiteState::Health::down, 2)};
+        for (int size : {22, 44}) {
+            painter.fillRect(0, row * 50, sheet.width(), 50, background);
+            for (int i = 0; i < 10; ++i)
+                painter.drawPixmap(i * 70 + 4, row * 50 + 3, icons[i].pixmap(size, size));
+            ++row;
+        }
+    }
+    painter.end();
+    TrayIconPainter::setPanelTone(PanelTone::unknown);
+    QDir().mkpath(folder);
+    EXPECT_TRUE(sheet.save(folder + "/tray-icons.png"));
 }
 
 TEST(PanelTones, TheDesktopsWordDecidesAndAUsersChoiceComesFirst) {
