@@ -11,6 +11,7 @@
 #include "ui/tray/panel_tone.h"
 #include "ui/tray/system_tray_items.h"
 #include "ui/tray/tray_icon_painter.h"
+#include "ui/tray/tray_item.h"
 #include "ui/tray/usage_tray_item.h"
 #include "ui/tray/websites_tray_item.h"
 
@@ -59,7 +60,18 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
             dashboard->raise();
         }
     };
-    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+    if (QSystemTrayIcon::isSystemTrayAvailable() || ui::TrayItem::hostListsInOrder()) {
+        const auto makeMetricItems = [&] {
+            metricItems = std::make_unique<ui::SystemTrayItems>(
+                services.systemMonitor(), &metricMenu,
+                ui::ConnectionServices{controller->connectionWatchdog(), controller->speedTest()});
+        };
+        // Read left to right: the metrics, then AI usage, then websites. A host that lists
+        // items in the order they come gets the metrics first; an embedded tray puts the
+        // newest on the left, so there they come last.
+        const bool inOrder = ui::TrayItem::hostListsInOrder();
+        if (inOrder)
+            makeMetricItems();
         usageItem = std::make_unique<ui::UsageTrayItem>(controller);
         QObject::connect(usageItem.get(), &ui::UsageTrayItem::settingsRequested, &settings,
                          [&settings] { settings.showTab(ui::SettingsWindow::kGeneralTab); });
@@ -70,9 +82,8 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
                              [&settings] { settings.showTab(ui::SettingsWindow::kPanelTab); });
         metricMenu.addSeparator();
         metricMenu.addAction("Quit Ravo", &application, &QApplication::quit);
-        metricItems = std::make_unique<ui::SystemTrayItems>(
-            services.systemMonitor(), &metricMenu,
-            ui::ConnectionServices{controller->connectionWatchdog(), controller->speedTest()});
+        if (!inOrder)
+            makeMetricItems();
         if (auto* websites = controller->websiteMonitor()) {
             websitesItem = std::make_unique<ui::WebsitesTrayItem>(websites);
             QObject::connect(websitesItem.get(), &ui::WebsitesTrayItem::settingsRequested,

@@ -7,6 +7,7 @@ bin=$1
 source "$(dirname "$0")/lib.sh"
 use_temporary_home
 use_desktop_session
+ravo="" tray=""
 trap 'kill $ravo $tray $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
 
 start_tray

@@ -52,7 +52,8 @@ start_tray() {
     trayer --edge top --align right --widthtype request --height 28 >/dev/null 2>&1 &
     tray=$!
     has_panel() { xwininfo -root -tree 2>/dev/null | grep -q '"panel": ("panel" "trayer")'; }
-    wait_until 10 has_panel || fail "trayer did not start"
+    # Slow on a loaded machine: two cores building while the tests run.
+    wait_until 30 has_panel || fail "trayer did not start"
     sleep 0.3 # the panel maps right after it claims the tray selection
 }
 

@@ -3,11 +3,9 @@
 #include "connectivity/connection_watchdog.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/metric_detail_view.h"
-#include "ui/tray/live_tool_tip.h"
 #include "ui/tray/tray_icon_painter.h"
+#include "ui/tray/tray_item.h"
 #include "ui/widgets/popover_window.h"
-
-#include <QSystemTrayIcon>
 
 namespace ravo::ui {
 
@@ -15,7 +13,7 @@ using namespace metrics;
 
 struct SystemTrayItems::Item {
     SystemMetric metric;
-    std::unique_ptr<QSystemTrayIcon> icon;
+    std::unique_ptr<TrayItem> icon;
     std::unique_ptr<PopoverWindow> popover; // made on first open
     std::optional<TrayIconContent> drawn;
 };
@@ -37,22 +35,23 @@ SystemTrayItems::~SystemTrayItems() = default;
 
 void SystemTrayItems::rebuild() {
     items_.clear();
-    // Trays, like the macOS menu bar, put the newest item on the left: created last to
-    // first, the items read left to right in the user's order.
-    const auto visible = monitor_->visibleMetrics();
-    for (auto it = visible.rbegin(); it != visible.rend(); ++it) {
-        const SystemMetric metric = *it;
+    // Embedded trays put the newest item on the left, so those are made last to first;
+    // StatusNotifierItem hosts list items in the order they register.
+    std::vector<SystemMetric> visible = monitor_->visibleMetrics();
+    for (std::size_t i = 0; i < visible.size(); ++i) {
+        const SystemMetric metric = visible[i];
         auto item = std::make_unique<Item>();
         item->metric = metric;
-        item->icon = std::make_unique<QSystemTrayIcon>();
+        item->icon = std::make_unique<TrayItem>(
+            QStringLiteral("ravo-") + QString::fromUtf8(rawValue(metric).data()),
+            QStringLiteral("Ravo: ") + QString::fromUtf8(displayName(metric).data()));
         item->icon->setContextMenu(menu_);
-        connect(item->icon.get(), &QSystemTrayIcon::activated, this,
-                [this, metric](QSystemTrayIcon::ActivationReason why) {
-                    if (why == QSystemTrayIcon::Trigger)
-                        showDetail(metric);
-                });
+        connect(item->icon.get(), &TrayItem::activated, this,
+                [this, metric] { showDetail(metric); });
         items_.push_back(std::move(item));
     }
+    if (!items_.empty() && !items_.front()->icon->speaksStatusNotifier())
+        std::reverse(items_.begin(), items_.end());
     redraw();
     for (auto& item : items_)
         item->icon->show();
@@ -73,7 +72,7 @@ void SystemTrayItems::showDetail(SystemMetric metric) {
             return;
         }
         monitor_->detailDidOpen(metric);
-        item->popover->showAt(item->icon->geometry());
+        item->popover->showAt(item->icon->anchor());
     }
 }
 
@@ -86,10 +85,9 @@ void SystemTrayItems::redraw() {
         connection_.watchdog && !paused ? connection_.watchdog->state() : std::nullopt;
     for (auto& item : items_) {
         const auto content = TrayIconContent::forMetric(reading, item->metric, connection);
-        setLiveToolTip(*item->icon,
-                       paused ? QString("Paused until Ravo is updated (Settings → General)")
-                              : QString::fromStdString(
-                                    TrayIconContent::tooltip(reading, item->metric, connection)));
+        item->icon->setToolTip(paused ? QString("Paused until Ravo is updated (Settings → General)")
+                                      : QString::fromStdString(TrayIconContent::tooltip(
+                                            reading, item->metric, connection)));
         if (item->drawn == content)
             continue; // the same picture: trays repaint on every setIcon
         item->drawn = content;

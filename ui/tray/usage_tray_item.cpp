@@ -2,8 +2,8 @@
 
 #include "app/app_controller.h"
 #include "ui/popovers/usage_view.h"
-#include "ui/tray/live_tool_tip.h"
 #include "ui/tray/tray_icon_painter.h"
+#include "ui/tray/tray_item.h"
 #include "ui/widgets/popover_window.h"
 
 #include <QMenu>
@@ -11,14 +11,11 @@
 namespace ravo::ui {
 
 UsageTrayItem::UsageTrayItem(app::AppController* controller, QObject* parent)
-    : QObject(parent), controller_(controller), icon_(new QSystemTrayIcon(this)),
+    : QObject(parent), controller_(controller),
+      icon_(new TrayItem("ravo-ai-usage", "Ravo: AI usage", this)),
       view_(new UsageView(controller)), popover_(new PopoverWindow(view_)) {
     icon_->setContextMenu(buildMenu());
-    connect(icon_, &QSystemTrayIcon::activated, this,
-            [this](QSystemTrayIcon::ActivationReason why) {
-                if (why == QSystemTrayIcon::Trigger)
-                    popover_->toggleAt(icon_->geometry());
-            });
+    connect(icon_, &TrayItem::activated, this, [this] { popover_->toggleAt(icon_->anchor()); });
     connect(view_, &UsageView::settingsRequested, this, [this] {
         popover_->hide();
         emit settingsRequested();
@@ -34,7 +31,7 @@ UsageTrayItem::~UsageTrayItem() {
 }
 
 void UsageTrayItem::showPopover() {
-    popover_->showAt(icon_->geometry());
+    popover_->showAt(icon_->anchor());
 }
 
 QMenu* UsageTrayItem::buildMenu() {
@@ -58,7 +55,7 @@ void UsageTrayItem::redraw() {
         tooltip += QString(", highest limit %1% used").arg(qRound(*peak * 100));
     if (attention)
         tooltip += "\nA provider could not be read for a while";
-    setLiveToolTip(*icon_, tooltip);
+    icon_->setToolTip(tooltip);
     if (key == drawnKey_)
         return;
     drawnKey_ = key;

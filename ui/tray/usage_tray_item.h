@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QObject>
-#include <QSystemTrayIcon>
 
 class QMenu;
 
@@ -10,6 +9,8 @@ class AppController;
 }
 
 namespace ravo::ui {
+
+class TrayItem;
 
 class PopoverWindow;
 class UsageView;
@@ -23,7 +24,6 @@ public:
     ~UsageTrayItem() override;
 
     void showPopover();
-    QSystemTrayIcon* icon() const { return icon_; }
     UsageView* view() const { return view_; }
 
 signals:
@@ -35,7 +35,7 @@ private:
     QMenu* buildMenu();
 
     app::AppController* controller_;
-    QSystemTrayIcon* icon_;
+    TrayItem* icon_;
     UsageView* view_;
     PopoverWindow* popover_;
     QString drawnKey_;

@@ -3,8 +3,8 @@
 #include "cloud/core/websites_overview.h"
 #include "cloud/website_monitor.h"
 #include "ui/popovers/websites_view.h"
-#include "ui/tray/live_tool_tip.h"
 #include "ui/tray/tray_icon_painter.h"
+#include "ui/tray/tray_item.h"
 #include "ui/widgets/popover_window.h"
 
 #include <QMenu>
@@ -12,7 +12,8 @@
 namespace ravo::ui {
 
 WebsitesTrayItem::WebsitesTrayItem(cloud::WebsiteMonitor* monitor, QObject* parent)
-    : QObject(parent), monitor_(monitor), icon_(new QSystemTrayIcon(this)),
+    : QObject(parent), monitor_(monitor),
+      icon_(new TrayItem("ravo-websites", "Ravo: Websites", this)),
       view_(new WebsitesView(monitor)), popover_(new PopoverWindow(view_)) {
     auto* menu = new QMenu;
     menu->addAction("Websites", this, &WebsitesTrayItem::showPopover);
@@ -22,11 +23,7 @@ WebsitesTrayItem::WebsitesTrayItem(cloud::WebsiteMonitor* monitor, QObject* pare
     menu->addAction("Quit Ravo", this, &WebsitesTrayItem::quitRequested);
     connect(this, &QObject::destroyed, menu, &QObject::deleteLater);
     icon_->setContextMenu(menu);
-    connect(icon_, &QSystemTrayIcon::activated, this,
-            [this](QSystemTrayIcon::ActivationReason why) {
-                if (why == QSystemTrayIcon::Trigger)
-                    popover_->toggleAt(icon_->geometry());
-            });
+    connect(icon_, &TrayItem::activated, this, [this] { popover_->toggleAt(icon_->anchor()); });
     connect(view_, &WebsitesView::settingsRequested, this, [this] {
         popover_->hide();
         emit settingsRequested();
@@ -40,13 +37,13 @@ WebsitesTrayItem::~WebsitesTrayItem() {
 }
 
 void WebsitesTrayItem::showPopover() {
-    popover_->showAt(icon_->geometry());
+    popover_->showAt(icon_->anchor());
 }
 
 void WebsitesTrayItem::redraw() {
     const auto overview = cloud::WebsitesOverview::of(monitor_->sites(), monitor_->states());
     icon_->setVisible(!monitor_->sites().empty());
-    setLiveToolTip(*icon_, "Ravo: websites\n" + QString::fromStdString(overview.summary));
+    icon_->setToolTip("Ravo: websites\n" + QString::fromStdString(overview.summary));
     const QString key =
         QString("%1|%2").arg(overview.worst ? int(*overview.worst) : -1).arg(overview.down);
     if (key == drawnKey_)

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <QObject>
-#include <QSystemTrayIcon>
 
 namespace ravo::cloud {
 class WebsiteMonitor;
 }
 
 namespace ravo::ui {
+
+class TrayItem;
 
 class PopoverWindow;
 class WebsitesView;
@@ -20,7 +21,6 @@ public:
     WebsitesTrayItem(cloud::WebsiteMonitor* monitor, QObject* parent = nullptr);
     ~WebsitesTrayItem() override;
 
-    QSystemTrayIcon* icon() const { return icon_; }
     WebsitesView* view() const { return view_; }
     void showPopover();
 
@@ -32,7 +32,7 @@ private:
     void redraw();
 
     cloud::WebsiteMonitor* monitor_;
-    QSystemTrayIcon* icon_;
+    TrayItem* icon_;
     WebsitesView* view_;
     PopoverWindow* popover_;
     QString drawnKey_;

@@ -1,0 +1,99 @@
+#!/usr/bin/python3
+"""A StatusNotifierItem host, as KDE's panel or GNOME's AppIndicator extension is one:
+owns org.kde.StatusNotifierWatcher, takes registrations, reads each item's properties
+and follows its signals. Writes what it sees, one line each, to the file in argv[1]:
+  item <order> <Id> <Title> <pixmaps>
+  tooltip <Id> <tooltip title>
+  gone <Id>
+"""
+import sys
+
+import dbus
+import dbus.service
+from dbus.mainloop.glib import DBusGMainLoop
+from gi.repository import GLib
+
+WATCHER = "org.kde.StatusNotifierWatcher"
+ITEM = "org.kde.StatusNotifierItem"
+
+DBusGMainLoop(set_as_default=True)
+bus = dbus.SessionBus()
+log = open(sys.argv[1], "a", buffering=1)
+
+
+class Watcher(dbus.service.Object):
+    def __init__(self):
+        super().__init__(bus, "/StatusNotifierWatcher")
+        self.items = []  # "sender/path" in registration order
+        self.ids = {}
+        bus.add_signal_receiver(self.owner_changed, "NameOwnerChanged",
+                                "org.freedesktop.DBus")
+
+    @dbus.service.method(WATCHER, in_signature="s", sender_keyword="sender")
+    def RegisterStatusNotifierItem(self, service, sender=None):
+        path = service if service.startswith("/") else "/StatusNotifierItem"
+        name = sender if service.startswith("/") else service
+        key = name + path
+        if key in self.items:
+            return
+        self.items.append(key)
+        self.StatusNotifierItemRegistered(key)
+        # Read after answering, as panels do: the item may wait for this answer.
+        GLib.idle_add(self.read, name, path, len(self.items))
+
+    def read(self, name, path, order):
+        item = bus.get_object(name, path)
+        props = dbus.Interface(item, "org.freedesktop.DBus.Properties")
+        every = props.GetAll(ITEM)
+        item_id = str(every["Id"])
+        self.ids[name] = item_id
+        log.write("item %d %s %s %d\n" % (order, item_id,
+                                          str(every["Title"]).replace(" ", "_"),
+                                          len(every["IconPixmap"])))
+        bus.add_signal_receiver(
+            lambda: log.write("tooltip %s %s\n" % (
+                item_id, str(props.Get(ITEM, "ToolTip")[2]).replace(" ", "_"))),
+            "NewToolTip", ITEM, bus_name=name, path=path)
+        return False
+
+    @dbus.service.method(WATCHER, in_signature="s")
+    def RegisterStatusNotifierHost(self, service):
+        pass
+
+    @dbus.service.signal(WATCHER, signature="s")
+    def StatusNotifierItemRegistered(self, service):
+        pass
+
+    @dbus.service.method("org.freedesktop.DBus.Properties", in_signature="ss",
+                         out_signature="v")
+    def Get(self, interface, prop):
+        return self.GetAll(interface)[prop]
+
+    @dbus.service.method("org.freedesktop.DBus.Properties", in_signature="s",
+                         out_signature="a{sv}")
+    def GetAll(self, interface):
+        return {"RegisteredStatusNotifierItems": dbus.Array(self.items, signature="s"),
+                "IsStatusNotifierHostRegistered": True,
+                "ProtocolVersion": dbus.Int32(0)}
+
+    # Toolkits read the properties through introspection (Qt asks whether a host is there).
+    @dbus.service.method("org.freedesktop.DBus.Introspectable", out_signature="s")
+    def Introspect(self):
+        return """<node><interface name="%s">
+          <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
+          <method name="RegisterStatusNotifierHost"><arg type="s" direction="in"/></method>
+          <signal name="StatusNotifierItemRegistered"><arg type="s"/></signal>
+          <property name="RegisteredStatusNotifierItems" type="as" access="read"/>
+          <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
+          <property name="ProtocolVersion" type="i" access="read"/>
+        </interface></node>""" % WATCHER
+
+    def owner_changed(self, name, old, new):
+        if new == "" and name in self.ids:
+            log.write("gone %s\n" % self.ids.pop(name))
+            self.items = [k for k in self.items if not k.startswith(name + "/")]
+
+
+watcher = Watcher()
+name = dbus.service.BusName(WATCHER, bus)  # kept: dropping it gives the name up
+GLib.MainLoop().run()
