@@ -3,6 +3,7 @@
 #include "app/log_categories.h"
 #include "app/platform/cross_process_listener.h"
 #include "app/platform/login_item.h"
+#include "app/platform/session_window.h"
 #include "app/platform/sleep_wake_watcher.h"
 #include "app/session_link.h"
 #include "app/settings_values.h"
@@ -499,6 +500,8 @@ void AppController::openSession(const std::string& url) {
         return;
     }
     const auto session = sessions::SessionStore::load(link->provider, link->sessionID);
+    if (const auto place = sessions::SessionStore::loadPlace(link->provider, link->sessionID))
+        bringSessionForward(*place);
     if (session && session->state == sessions::AgentSession::State::done) {
         if (const Status removed =
                 sessions::SessionStore::apply(sessions::Remove{}, link->provider, link->sessionID);

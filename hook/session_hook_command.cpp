@@ -4,6 +4,7 @@
 #include "core/json_parse.h"
 #include "sessions/core/session_events.h"
 
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 namespace ravo::hook {
@@ -19,8 +20,13 @@ int runSessionHook(usage::Provider provider, const std::string& input) {
     const auto transition = SessionEvents::decide(provider, payload, existing, Clock::now());
     if (std::holds_alternative<Ignore>(transition))
         return 0;
-    if (SessionStore::apply(transition, provider, identity->first))
-        CrossProcessSignal::post(CrossProcessSignal::kSessionsChanged);
+    if (!SessionStore::apply(transition, provider, identity->first))
+        return 0;
+    // The agent's environment says which terminal it runs in, for opening it later.
+    if (std::holds_alternative<Upsert>(transition))
+        SessionStore::savePlace(SessionPlace::fromEnvironment(std::getenv), provider,
+                                identity->first);
+    CrossProcessSignal::post(CrossProcessSignal::kSessionsChanged);
     return 0;
 }
 

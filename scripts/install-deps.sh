@@ -7,7 +7,7 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libqt6svg6-dev qcoro-qt6-dev
     qtkeychain-qt6-dev
     libgl-dev libvulkan-dev libxkbcommon-dev
-    nlohmann-json3-dev libssl-dev libdbus-1-dev libncurses-dev
+    nlohmann-json3-dev libssl-dev libdbus-1-dev libncurses-dev libxcb1-dev
     libboost-dev libsqlite3-dev libpq-dev libcurl4-openssl-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     dbus dbus-x11 xvfb xauth procps jq valgrind fonts-dejavu-core

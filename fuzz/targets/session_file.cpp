@@ -1,7 +1,9 @@
-// Files in the shared folder that other processes write: session records, Claude's limits.
+// Files in the shared folder that other processes write: session records and where they
+// run, Claude's limits.
 #include "core/json_parse.h"
 #include "fuzz_check.h"
 #include "sessions/core/agent_session.h"
+#include "sessions/core/session_place.h"
 #include "usage/core/claude_limits.h"
 
 #include <cstddef>
@@ -21,6 +23,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto again = sessions::sessionFromJson(*reread);
         FUZZ_CHECK(again && again->sessionID == session->sessionID &&
                    again->state == session->state && again->title == session->title);
+    }
+    if (const auto place = sessions::placeFromJson(*document)) {
+        const auto reread = parseJson(sessions::toJson(*place).dump());
+        FUZZ_CHECK(reread && sessions::placeFromJson(*reread) == place);
     }
     if (const auto limits = usage::claudeLimitsFromJson(*document)) {
         const auto reread = parseJson(usage::toJson(*limits).dump());

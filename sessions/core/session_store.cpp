@@ -62,6 +62,7 @@ Status apply(const SessionTransition& transition, Provider provider, const std::
     }
     if (std::holds_alternative<Remove>(transition)) {
         std::error_code error;
+        fs::remove(*folder / SessionPlace::fileName(provider, sessionID), error);
         if (!fs::remove(file, error))
             return Failure{"Cannot remove " + file.string() +
                            (error ? ": " + error.message() : ": it does not exist")};
@@ -81,6 +82,26 @@ std::optional<AgentSession> load(Provider provider, const std::string& sessionID
     if (!folder || !isValidSessionID(sessionID))
         return std::nullopt;
     return decodeFile(*folder / AgentSession::fileName(provider, sessionID));
+}
+
+Status savePlace(const SessionPlace& place, Provider provider, const std::string& sessionID) {
+    const auto folder = directory();
+    if (!folder || !isValidSessionID(sessionID) || !place.isKnown())
+        return success();
+    if (loadPlace(provider, sessionID) == place)
+        return success(); // every hook event would otherwise rewrite it
+    if (auto created = createPrivateFolder(*folder); !created)
+        return created;
+    return writeFileAtomically(*folder / SessionPlace::fileName(provider, sessionID),
+                               toJson(place).dump(), kRecordMode);
+}
+
+std::optional<SessionPlace> loadPlace(Provider provider, const std::string& sessionID) {
+    const auto folder = directory();
+    if (!folder || !isValidSessionID(sessionID))
+        return std::nullopt;
+    const auto json = readJsonObject(*folder / SessionPlace::fileName(provider, sessionID));
+    return json ? placeFromJson(*json) : std::nullopt;
 }
 
 std::vector<AgentSession> loadAll(std::optional<Provider> provider) {

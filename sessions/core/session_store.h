@@ -2,6 +2,7 @@
 
 #include "core/result.h"
 #include "sessions/core/agent_session.h"
+#include "sessions/core/session_place.h"
 
 #include <filesystem>
 #include <optional>
@@ -36,6 +37,10 @@ bool isValidSessionID(std::string_view id);
 Status apply(const SessionTransition& transition, Provider provider, const std::string& sessionID);
 
 std::optional<AgentSession> load(Provider provider, const std::string& sessionID);
+
+// Where a session runs, kept beside its record and removed with it.
+Status savePlace(const SessionPlace& place, Provider provider, const std::string& sessionID);
+std::optional<SessionPlace> loadPlace(Provider provider, const std::string& sessionID);
 std::vector<AgentSession> loadAll(std::optional<Provider> provider = std::nullopt);
 
 // Running or waiting records untouched for 3 hours, done ones after 24 hours, go.

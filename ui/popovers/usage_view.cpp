@@ -1,10 +1,12 @@
 #include "ui/popovers/usage_view.h"
 
 #include "app/app_controller.h"
+#include "app/session_link.h"
 #include "metrics/core/metric_level.h"
 #include "sessions/core/session_list.h"
 #include "sessions/core/session_settings.h"
 #include "ui/theme.h"
+#include "ui/widgets/clickable_row.h"
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/popover_window.h"
 #include "ui/widgets/usage_bar.h"
@@ -189,7 +191,19 @@ void UsageView::addSessions() {
     }
     const TimePoint now = Clock::now();
     for (const auto& session : sessions) {
-        auto* row = new QGridLayout;
+        auto* clickable = new ClickableRow;
+        // Opening brings the agent's terminal forward; a finished session is dismissed.
+        clickable->setToolTip(session.state == sessions::AgentSession::State::done
+                                  ? "Dismiss this finished session"
+                                  : "Bring this session's terminal forward");
+        const std::string link = app::SessionLink{session.provider, session.sessionID}.url();
+        connect(clickable, &ClickableRow::clicked, this, [this, link] {
+            if (auto* popover = qobject_cast<PopoverWindow*>(window()))
+                popover->hide();
+            controller_->openSession(link);
+        });
+        auto* row = new QGridLayout(clickable);
+        row->setContentsMargins(0, 0, 0, 0);
         row->setHorizontalSpacing(8);
         row->setVerticalSpacing(0);
         auto* dot = coloredLabel("●", stateColor(session.state, palette()));
@@ -209,7 +223,7 @@ void UsageView::addSessions() {
             row->addWidget(title, 1, 1, 1, 2);
         }
         row->setColumnStretch(1, 1);
-        body_->addLayout(row);
+        body_->addWidget(clickable);
     }
 }
 

@@ -70,6 +70,57 @@ TEST(SessionStoreFiles, LoadAllSkipsWhatIsNotARecord) {
     EXPECT_EQ(claude[0].sessionID, "a");
 }
 
+TEST(SessionPlaces, TakenFromTheAgentsEnvironmentOnlyWhenWellFormed) {
+    struct Case {
+        const char *tmux, *pane, *window;
+        SessionPlace place;
+    };
+    const Case cases[] = {
+        {"/tmp/tmux-1000/default,4242,0",
+         "%3",
+         "62914570",
+         {"/tmp/tmux-1000/default", "%3", 62914570u}},
+        {"/tmp/tmux-1000/default,4242,0", nullptr, nullptr, {}}, // no pane: no tmux
+        {"relative/socket,1,0", "%3", nullptr, {}},              // not an absolute path
+        {"/tmp/s\x1b[2J,1,0", "%3", nullptr, {}},                // control characters
+        {"/tmp/s,1,0", "3", nullptr, {}},                        // not a pane id
+        {nullptr, nullptr, "0x3c00002", {}},                     // not decimal
+        {nullptr, nullptr, "99999999999", {}},                   // past 32 bits
+        {nullptr, nullptr, "0", {}},
+    };
+    for (const auto& c : cases) {
+        const auto place = SessionPlace::fromEnvironment([&](const char* name) -> const char* {
+            const std::string_view key(name);
+            return key == "TMUX"        ? c.tmux
+                   : key == "TMUX_PANE" ? c.pane
+                   : key == "WINDOWID"  ? c.window
+                                        : nullptr;
+        });
+        EXPECT_EQ(place, c.place) << (c.tmux ? c.tmux : "") << " " << (c.window ? c.window : "");
+    }
+}
+
+TEST(SessionPlaces, KeptBesideTheRecordReadBackAndRemovedWithIt) {
+    testing::TemporaryHome home;
+    const SessionPlace place{"/tmp/tmux-0/default", "%7", 42u};
+    ASSERT_TRUE(
+        SessionStore::apply(Upsert{session(Provider::claude, "p", AgentSession::State::running, 0)},
+                            Provider::claude, "p")
+            .ok());
+    ASSERT_TRUE(SessionStore::savePlace(place, Provider::claude, "p").ok());
+    EXPECT_EQ(SessionStore::loadPlace(Provider::claude, "p"), place);
+    // The record reader passes over it.
+    EXPECT_EQ(SessionStore::loadAll().size(), 1u);
+    // A file of the wrong shape reads as nowhere, never as a pane to send keys to.
+    const auto file = *SessionStore::directory() / "claude-p.place";
+    ASSERT_TRUE(
+        writeFileAtomically(file, R"({"tmuxSocket":"/s","tmuxPane":"; rm -rf ~","x11Window":-1})")
+            .ok());
+    EXPECT_EQ(SessionStore::loadPlace(Provider::claude, "p"), SessionPlace{});
+    ASSERT_TRUE(SessionStore::apply(Remove{}, Provider::claude, "p").ok());
+    EXPECT_FALSE(fs::exists(file));
+}
+
 TEST(SessionRecords, TitleIsOptionalAndDatesAreUnixSeconds) {
     auto record = session(Provider::claude, "t", AgentSession::State::done, 0);
     const auto json = toJson(record);
