@@ -9,15 +9,12 @@
 #include "ui/dashboard_window.h"
 #include "ui/settings/settings_window.h"
 #include "ui/tray/panel_tone.h"
-#include "ui/tray/system_tray_items.h"
 #include "ui/tray/tray_icon_painter.h"
 #include "ui/tray/tray_item.h"
-#include "ui/tray/usage_tray_item.h"
-#include "ui/tray/websites_tray_item.h"
+#include "ui/tray/tray_panel.h"
 
 #include <QApplication>
 #include <QIcon>
-#include <QMenu>
 #include <QSystemTrayIcon>
 
 #include <iostream>
@@ -47,51 +44,25 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     AppServices services;
     AppController* controller = services.controller();
     ui::SettingsWindow settings(controller);
-    std::unique_ptr<ui::UsageTrayItem> usageItem;
-    std::unique_ptr<ui::SystemTrayItems> metricItems;
-    std::unique_ptr<ui::WebsitesTrayItem> websitesItem;
+    std::unique_ptr<ui::TrayPanel> tray;
     std::unique_ptr<ui::DashboardWindow> dashboard;
-    QMenu metricMenu;
     auto showUsage = [&] {
-        if (usageItem)
-            usageItem->showPopover();
+        if (tray)
+            tray->showUsage();
         else if (dashboard) {
             dashboard->show();
             dashboard->raise();
         }
     };
     if (QSystemTrayIcon::isSystemTrayAvailable() || ui::TrayItem::hostListsInOrder()) {
-        const auto makeMetricItems = [&] {
-            metricItems = std::make_unique<ui::SystemTrayItems>(
-                services.systemMonitor(), &metricMenu,
-                ui::ConnectionServices{controller->connectionWatchdog(), controller->speedTest()});
-        };
-        // Read left to right: the metrics, then AI usage, then websites. A host that lists
-        // items in the order they come gets the metrics first; an embedded tray puts the
-        // newest on the left, so there they come last.
-        const bool inOrder = ui::TrayItem::hostListsInOrder();
-        if (inOrder)
-            makeMetricItems();
-        usageItem = std::make_unique<ui::UsageTrayItem>(controller);
-        QObject::connect(usageItem.get(), &ui::UsageTrayItem::settingsRequested, &settings,
-                         [&settings] { settings.showTab(ui::SettingsWindow::kGeneralTab); });
-        QObject::connect(usageItem.get(), &ui::UsageTrayItem::quitRequested, &application,
+        tray = std::make_unique<ui::TrayPanel>(controller, services.settings());
+        QObject::connect(tray.get(), &ui::TrayPanel::settingsRequested, &settings,
+                         [&settings](ui::SettingsWindow::Tab tab) { settings.showTab(tab); });
+        QObject::connect(tray.get(), &ui::TrayPanel::quitRequested, &application,
                          &QApplication::quit);
-        metricMenu.addAction("AI usage", showUsage);
-        metricMenu.addAction("Settings…",
-                             [&settings] { settings.showTab(ui::SettingsWindow::kPanelTab); });
-        metricMenu.addSeparator();
-        metricMenu.addAction("Quit Ravo", &application, &QApplication::quit);
-        if (!inOrder)
-            makeMetricItems();
-        if (auto* websites = controller->websiteMonitor()) {
-            websitesItem = std::make_unique<ui::WebsitesTrayItem>(websites);
-            QObject::connect(websitesItem.get(), &ui::WebsitesTrayItem::settingsRequested,
-                             &settings,
-                             [&settings] { settings.showTab(ui::SettingsWindow::kWebsitesTab); });
-            QObject::connect(websitesItem.get(), &ui::WebsitesTrayItem::quitRequested, &application,
-                             &QApplication::quit);
-        }
+        settings.setCombinedTrayItem(tray->isCombined());
+        QObject::connect(&settings, &ui::SettingsWindow::combinedTrayItemChosen, tray.get(),
+                         &ui::TrayPanel::setCombined);
     } else {
         qCInfo(lcApp) << "No system tray; showing the dashboard window";
         dashboard = std::make_unique<ui::DashboardWindow>(controller, services.settings());

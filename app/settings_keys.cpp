@@ -7,6 +7,7 @@
 #include "core/trimmed.h"
 #include "metrics/core/metric_settings.h"
 #include "sync/settings_sync.h"
+#include "ui/tray/tray_panel.h"
 
 #include <QSettings>
 
@@ -54,7 +55,7 @@ std::optional<std::vector<std::string>> metricList(const std::string& value) {
 }
 
 bool flagDefault(const std::string& name) {
-    return name != sync::SettingsSync::kEnabledKey;
+    return name != sync::SettingsSync::kEnabledKey && name != ui::TrayPanel::kCombinedKey;
 }
 
 } // namespace
@@ -64,6 +65,8 @@ const std::vector<SettingKey>& SettingKeys::all() {
         {metrics::MetricSettings::kOrderKey, Kind::metrics, "the order of the tray's metric items",
          true},
         {metrics::MetricSettings::kEnabledKey, Kind::metrics, "the metric items shown", true},
+        {ui::TrayPanel::kCombinedKey, Kind::flag,
+         "one tray item for everything, for a crowded panel (read at start)", false},
         {"desktopAlertsEnabled", Kind::flag, "a notification when a website goes down or up", true},
         {connectivity::ConnectionWatchdog::kAlertsKey, Kind::flag,
          "a notification when the connection drops, turns poor or recovers", true},

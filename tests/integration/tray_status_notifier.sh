@@ -66,4 +66,16 @@ kill $ravo
 wait $ravo || true
 gone() { [ "$(grep -c '^gone ' "$host_log")" -ge 4 ]; }
 wait_until 10 gone || fail "items left behind at quit: $(cat "$host_log")"
-echo "four items, each its own Id and Title, in the user's order; tooltips follow; a click opens beside it"
+
+# For a crowded panel: one item, and its popover has the machine and the limits.
+"$bin/ravo" settings set combinedTrayItem true >/dev/null
+: >"$host_log"
+"$bin/ravo" >"$work/log" 2>&1 &
+ravo=$!
+one_item() { [ "$(items)" -ge 1 ]; }
+wait_until 20 one_item || fail "no combined item: $(cat "$work/log")"
+sleep 1
+[ "$(awk '$1 == "item" { print $3 }' "$host_log")" = ravo ] ||
+    fail "not one combined item: $(cat "$host_log")"
+grep -q '^item 1 ravo Ravo [1-9]' "$host_log" || fail "the combined item's title or pictures"
+echo "four items, each its own Id and Title, in the user's order; tooltips follow; a click opens beside it; one combined item when chosen"

@@ -85,6 +85,22 @@ TEST(TrayIconContents, TooltipsFormatInTheUsersLocale) {
     EXPECT_NE(tooltip.find("30\u00a0%"), std::string::npos) << tooltip;
 }
 
+TEST(TrayIconContents, TheCombinedItemShowsTheFullestGaugeOrLimit) {
+    SystemReading reading;
+    reading.cpu = CPULoad{0.2, 0.1, {}};
+    reading.memory = MemoryUsage{100, 80, 0, 0, 0, 0, 0, MemoryPressureLevel::normal};
+    const std::vector<SystemMetric> shown{SystemMetric::cpu, SystemMetric::memory,
+                                          SystemMetric::network};
+    auto content = TrayIconContent::combined(reading, shown, 0.5);
+    EXPECT_EQ(content.first, "80");
+    EXPECT_EQ(content.level, MetricLevel::warning);
+    EXPECT_EQ(content.label, "RAVO");
+    // A limit fuller than any gauge wins; a hidden metric does not count.
+    EXPECT_EQ(TrayIconContent::combined(reading, shown, 0.97).first, "97");
+    EXPECT_EQ(TrayIconContent::combined(reading, {SystemMetric::cpu}, std::nullopt).first, "30");
+    EXPECT_EQ(TrayIconContent::combined({}, shown, std::nullopt).first, "—");
+}
+
 TEST(TrayIconPictures, UsageMarkIsDrawnOnlyWhenAttentionIsNeeded) {
     const QImage calm = TrayIconPainter::usage(0.5, false).pixmap(64, 64).toImage();
     const QImage alarmed = TrayIconPainter::usage(0.5, true).pixmap(64, 64).toImage();

@@ -13,6 +13,7 @@
 #include "tests/ui/widget_checks.h"
 #include "ui/dashboard_window.h"
 #include "ui/popovers/metric_detail_view.h"
+#include "ui/popovers/overview_view.h"
 #include "ui/popovers/usage_view.h"
 #include "ui/settings/settings_texts.h"
 #include "ui/settings/settings_window.h"
@@ -205,6 +206,16 @@ TEST_F(ViewsTest, UsagePopoverExplainsAMissingSetup) {
               std::string::npos);
     EXPECT_NE(text.find("Turn on “Track agent sessions” in Settings"), std::string::npos);
     testing::saveScreenshot(*popover, "usage-popover-setup");
+}
+
+TEST_F(ViewsTest, TheCombinedItemsOverviewHasTheMachineTheLimitsAndTheSessions) {
+    auto popover = inPopover(new OverviewView(controller.get()));
+    const std::string text = visibleText(*popover);
+    for (const char* expected : {"Machine", "Processor", "Memory", "75%", "↓ 1.5 MB/s", "AI usage",
+                                 "Week · Fable", "Agent sessions", "shop"})
+        EXPECT_NE(text.find(expected), std::string::npos) << expected << " in\n" << text;
+    EXPECT_TRUE(clippedLabels(*popover).empty());
+    testing::saveScreenshot(*popover, "overview-popover");
 }
 
 TEST_F(ViewsTest, EmptyStatesSayWhy) {

@@ -21,6 +21,9 @@ inline constexpr const char* kTrackSessions = "Track agent sessions";
 inline constexpr const char* kTrackSessionsHelp =
     "Adds hooks to Claude Code and Codex so Ravo's AI item and dashboard show which sessions "
     "are running, waiting for you, or done.";
+inline constexpr const char* kCombinedTrayItem = "Show Ravo as one item";
+inline constexpr const char* kCombinedTrayItemHelp =
+    "For a crowded panel: one item with the highest figure, and everything else when you click it.";
 inline constexpr const char* kPanelHelp =
     "Choose the metrics that get an item in the panel and put them in order.";
 inline constexpr const char* kAbout = "About Ravo";

@@ -151,6 +151,9 @@ QWidget* SettingsWindow::panelTab() {
     buttons->addStretch();
     row->addLayout(buttons);
     layout->addLayout(row);
+    combinedTrayItem_ = addSettingSwitch(layout, SettingsTexts::kCombinedTrayItem,
+                                         SettingsTexts::kCombinedTrayItemHelp);
+    connect(combinedTrayItem_, &QCheckBox::toggled, this, &SettingsWindow::combinedTrayItemChosen);
     connect(up, &QPushButton::clicked, this, [this] { moveSelectedMetric(-1); });
     connect(down, &QPushButton::clicked, this, [this] { moveSelectedMetric(1); });
     connect(metrics_, &QListWidget::itemChanged, this, &SettingsWindow::storeMetrics);
@@ -237,6 +240,13 @@ void SettingsWindow::syncMetrics() {
         item->setCheckState(monitor->isShown(metric) ? Qt::Checked : Qt::Unchecked);
         metrics_->addItem(item);
     }
+}
+
+void SettingsWindow::setCombinedTrayItem(bool combined) {
+    if (!combinedTrayItem_)
+        return;
+    const QSignalBlocker blocker(combinedTrayItem_);
+    combinedTrayItem_->setChecked(combined);
 }
 
 void SettingsWindow::moveSelectedMetric(int step) {

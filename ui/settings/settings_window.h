@@ -14,7 +14,7 @@ class AppController;
 
 namespace ravo::ui {
 
-// Ravo's settings: General, Menu bar, AI, Sessions, Network, and the websites' Account,
+// Ravo's settings: General, Panel, AI, Sessions, Network, and the websites' Account,
 // Websites and Alerts. A tab whose coordinator is missing is left out.
 class SettingsWindow : public QWidget {
     Q_OBJECT
@@ -35,6 +35,11 @@ public:
 
     void showTab(Tab tab);
     QTabWidget* tabs() const { return tabs_; }
+    // The tray owns the choice of one combined item; the Panel tab shows and changes it.
+    void setCombinedTrayItem(bool combined);
+
+signals:
+    void combinedTrayItemChosen(bool combined);
 
 private:
     void addTab(Tab tab, QWidget* page, const QString& title);
@@ -53,6 +58,7 @@ private:
     QHash<int, QWidget*> pages_;
     QCheckBox* launchAtLogin_ = nullptr;
     QListWidget* metrics_ = nullptr;
+    QCheckBox* combinedTrayItem_ = nullptr;
     QCheckBox* readsClaudeLimits_ = nullptr;
     QLabel* claudeLimitsError_ = nullptr;
     QCheckBox* asksClaudeCode_ = nullptr;

@@ -84,6 +84,26 @@ TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
     return content;
 }
 
+TrayIconContent TrayIconContent::combined(const SystemReading& reading,
+                                          const std::vector<SystemMetric>& metrics,
+                                          std::optional<double> aiPeak) {
+    std::optional<double> fullest = aiPeak;
+    for (SystemMetric metric : metrics)
+        if (const auto fraction = reading.fraction(metric);
+            fraction && (!fullest || *fraction > *fullest))
+            fullest = fraction;
+    TrayIconContent content;
+    content.label = "RAVO";
+    if (fullest) {
+        content.fraction = std::round(*fullest * 100) / 100;
+        content.level = levelFor(*fullest);
+        content.first = std::to_string(std::lround(*fullest * 100));
+    } else {
+        content.first = "—";
+    }
+    return content;
+}
+
 std::string
 TrayIconContent::tooltip(const SystemReading& reading, SystemMetric metric,
                          const std::optional<connectivity::ConnectionState>& connection) {

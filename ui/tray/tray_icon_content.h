@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace ravo::ui {
 
@@ -25,6 +26,10 @@ struct TrayIconContent {
     static TrayIconContent
     forMetric(const metrics::SystemReading& reading, metrics::SystemMetric metric,
               const std::optional<connectivity::ConnectionState>& connection = {});
+    // The one item of a crowded panel: the fullest gauge among `metrics` and the AI limits.
+    static TrayIconContent combined(const metrics::SystemReading& reading,
+                                    const std::vector<metrics::SystemMetric>& metrics,
+                                    std::optional<double> aiPeak);
     // The tooltip: "Processor: 42%".
     static std::string tooltip(const metrics::SystemReading& reading, metrics::SystemMetric metric,
                                const std::optional<connectivity::ConnectionState>& connection = {});

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "metrics/core/metric_format.h"
+#include "metrics/core/system_metric.h"
+
+#include <QWidget>
+
+#include <vector>
+
+class QGridLayout;
+
+namespace ravo::app {
+class AppController;
+}
+
+namespace ravo::ui {
+
+class UsageView;
+
+// What the combined tray item opens: a line per metric with its recent history, then the
+// AI usage and the sessions.
+class OverviewView : public QWidget {
+    Q_OBJECT
+public:
+    explicit OverviewView(app::AppController* controller, QWidget* parent = nullptr);
+
+    UsageView* usage() const { return usage_; }
+    void refresh();
+
+private:
+    app::AppController* controller_;
+    metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
+    QGridLayout* machine_;
+    std::vector<metrics::SystemMetric> shown_;
+    UsageView* usage_;
+};
+
+} // namespace ravo::ui

@@ -1,0 +1,67 @@
+#include "ui/tray/combined_tray_item.h"
+
+#include "app/app_controller.h"
+#include "metrics/system_monitor.h"
+#include "ui/popovers/overview_view.h"
+#include "ui/popovers/usage_view.h"
+#include "ui/tray/tray_icon_content.h"
+#include "ui/tray/tray_icon_painter.h"
+#include "ui/tray/tray_item.h"
+#include "ui/widgets/popover_window.h"
+
+namespace ravo::ui {
+
+using namespace metrics;
+
+CombinedTrayItem::CombinedTrayItem(app::AppController* controller, QMenu* menu, QObject* parent)
+    : QObject(parent), controller_(controller), icon_(new TrayItem("ravo", "Ravo", this)),
+      view_(new OverviewView(controller)), popover_(new PopoverWindow(view_)) {
+    icon_->setContextMenu(menu);
+    connect(icon_, &TrayItem::activated, this, [this] { popover_->toggleAt(icon_->anchor()); });
+    connect(view_->usage(), &UsageView::settingsRequested, this, [this] {
+        popover_->hide();
+        emit settingsRequested();
+    });
+    connect(view_->usage(), &UsageView::quitRequested, this, &CombinedTrayItem::quitRequested);
+    connect(controller_, &app::AppController::snapshotChanged, this, &CombinedTrayItem::redraw);
+    if (auto* monitor = controller_->systemMonitor())
+        connect(monitor, &SystemMonitor::readingChanged, this, &CombinedTrayItem::redraw);
+    redraw();
+    icon_->show();
+}
+
+CombinedTrayItem::~CombinedTrayItem() {
+    delete popover_;
+}
+
+void CombinedTrayItem::showPopover() {
+    popover_->showAt(icon_->anchor());
+}
+
+void CombinedTrayItem::redraw() {
+    SystemMonitor* monitor = controller_->systemMonitor();
+    const SystemReading reading =
+        monitor ? monitor->reading().value_or(SystemReading{}) : SystemReading{};
+    const auto metrics = monitor ? monitor->visibleMetrics() : std::vector<SystemMetric>{};
+    const auto& snapshot = controller_->snapshot();
+    const auto content = TrayIconContent::combined(
+        reading, metrics, snapshot ? snapshot->peakFraction() : std::nullopt);
+    QString tooltip = "Ravo";
+    for (SystemMetric metric : metrics)
+        tooltip +=
+            "\n" +
+            QString::fromStdString(TrayIconContent::tooltip(reading, metric)).section('\n', 0, 0);
+    if (snapshot && snapshot->peakFraction())
+        tooltip += QString("\nAI usage: highest limit %1% used")
+                       .arg(qRound(*snapshot->peakFraction() * 100));
+    icon_->setToolTip(tooltip);
+    const QString key = QString::fromStdString(content.first) +
+                        QString::number(content.level ? int(*content.level) : -1);
+    if (drawn_ == key)
+        return;
+    drawn_ = key;
+    icon_->setIcon(TrayIconPainter::gauge(QString::fromStdString(content.label), content.fraction,
+                                          content.level, QString::fromStdString(content.first)));
+}
+
+} // namespace ravo::ui

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+class QMenu;
+
+namespace ravo::app {
+class AppController;
+}
+
+namespace ravo::ui {
+
+class OverviewView;
+class PopoverWindow;
+class TrayItem;
+
+// Ravo as one item, for a crowded panel: the fullest gauge or limit at a glance, and the
+// machine, the limits and the sessions in its popover.
+class CombinedTrayItem : public QObject {
+    Q_OBJECT
+public:
+    CombinedTrayItem(app::AppController* controller, QMenu* menu, QObject* parent = nullptr);
+    ~CombinedTrayItem() override;
+
+    void showPopover();
+
+signals:
+    void settingsRequested();
+    void quitRequested();
+
+private:
+    void redraw();
+
+    app::AppController* controller_;
+    TrayItem* icon_;
+    OverviewView* view_;
+    PopoverWindow* popover_;
+    std::optional<QString> drawn_;
+};
+
+} // namespace ravo::ui

@@ -1,0 +1,82 @@
+#include "ui/tray/tray_panel.h"
+
+#include "app/app_controller.h"
+#include "ui/tray/combined_tray_item.h"
+#include "ui/tray/system_tray_items.h"
+#include "ui/tray/tray_item.h"
+#include "ui/tray/usage_tray_item.h"
+#include "ui/tray/websites_tray_item.h"
+
+#include <QSettings>
+
+namespace ravo::ui {
+
+TrayPanel::TrayPanel(app::AppController* controller, QSettings* settings, QObject* parent)
+    : QObject(parent), controller_(controller), settings_(settings),
+      combined_(settings && settings->value(kCombinedKey, false).toBool()) {
+    metricMenu_.addAction("AI usage", this, &TrayPanel::showUsage);
+    metricMenu_.addAction("Settings…", this,
+                          [this] { emit settingsRequested(SettingsWindow::kPanelTab); });
+    metricMenu_.addSeparator();
+    metricMenu_.addAction("Quit Ravo", this, &TrayPanel::quitRequested);
+    build();
+}
+
+TrayPanel::~TrayPanel() = default;
+
+void TrayPanel::setCombined(bool combined) {
+    if (combined == combined_)
+        return;
+    combined_ = combined;
+    if (settings_)
+        settings_->setValue(kCombinedKey, combined);
+    build();
+}
+
+void TrayPanel::showUsage() {
+    if (combinedItem_)
+        combinedItem_->showPopover();
+    else if (usageItem_)
+        usageItem_->showPopover();
+}
+
+void TrayPanel::build() {
+    combinedItem_.reset();
+    usageItem_.reset();
+    metricItems_.reset();
+    websitesItem_.reset();
+    if (combined_) {
+        combinedItem_ = std::make_unique<CombinedTrayItem>(controller_, &metricMenu_);
+        connect(combinedItem_.get(), &CombinedTrayItem::settingsRequested, this,
+                [this] { emit settingsRequested(SettingsWindow::kPanelTab); });
+        connect(combinedItem_.get(), &CombinedTrayItem::quitRequested, this,
+                &TrayPanel::quitRequested);
+    } else {
+        const auto makeMetricItems = [this] {
+            metricItems_ = std::make_unique<SystemTrayItems>(
+                controller_->systemMonitor(), &metricMenu_,
+                ConnectionServices{controller_->connectionWatchdog(), controller_->speedTest()});
+        };
+        // Read left to right: the metrics, then AI usage, then websites. A host that lists
+        // items in the order they come gets the metrics first; an embedded tray puts the
+        // newest on the left, so there they come last.
+        const bool inOrder = TrayItem::hostListsInOrder();
+        if (inOrder)
+            makeMetricItems();
+        usageItem_ = std::make_unique<UsageTrayItem>(controller_);
+        connect(usageItem_.get(), &UsageTrayItem::settingsRequested, this,
+                [this] { emit settingsRequested(SettingsWindow::kGeneralTab); });
+        connect(usageItem_.get(), &UsageTrayItem::quitRequested, this, &TrayPanel::quitRequested);
+        if (!inOrder)
+            makeMetricItems();
+    }
+    if (auto* websites = controller_->websiteMonitor()) {
+        websitesItem_ = std::make_unique<WebsitesTrayItem>(websites);
+        connect(websitesItem_.get(), &WebsitesTrayItem::settingsRequested, this,
+                [this] { emit settingsRequested(SettingsWindow::kWebsitesTab); });
+        connect(websitesItem_.get(), &WebsitesTrayItem::quitRequested, this,
+                &TrayPanel::quitRequested);
+    }
+}
+
+} // namespace ravo::ui

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "ui/settings/settings_window.h"
+
+#include <QMenu>
+#include <QObject>
+
+#include <memory>
+
+class QSettings;
+
+namespace ravo::app {
+class AppController;
+}
+
+namespace ravo::ui {
+
+class CombinedTrayItem;
+class SystemTrayItems;
+class UsageTrayItem;
+class WebsitesTrayItem;
+
+// Everything Ravo puts in the panel: an item per metric, AI usage and websites, or the one
+// combined item the user can choose for a crowded panel ("combinedTrayItem").
+class TrayPanel : public QObject {
+    Q_OBJECT
+public:
+    static constexpr const char* kCombinedKey = "combinedTrayItem";
+
+    TrayPanel(app::AppController* controller, QSettings* settings, QObject* parent = nullptr);
+    ~TrayPanel() override;
+
+    bool isCombined() const { return combined_; }
+    void setCombined(bool combined);
+    void showUsage();
+
+signals:
+    void settingsRequested(SettingsWindow::Tab tab);
+    void quitRequested();
+
+private:
+    void build();
+
+    app::AppController* controller_;
+    QSettings* settings_;
+    bool combined_ = false;
+    QMenu metricMenu_;
+    std::unique_ptr<CombinedTrayItem> combinedItem_;
+    std::unique_ptr<UsageTrayItem> usageItem_;
+    std::unique_ptr<SystemTrayItems> metricItems_;
+    std::unique_ptr<WebsitesTrayItem> websitesItem_;
+};
+
+} // namespace ravo::ui
