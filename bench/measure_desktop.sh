@@ -9,6 +9,7 @@ use_temporary_home
 use_desktop_session
 trap 'kill $pid $tray $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
 start_tray
+show_all_metrics "$ravo"
 started=$(date +%s%N)
 "$ravo" >/dev/null 2>&1 &
 pid=$!

@@ -11,6 +11,7 @@ ravo="" tray=""
 trap 'kill $ravo $tray $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
 
 start_tray
+show_all_metrics "$bin/ravo"
 "$bin/ravo" >"$work/log" 2>&1 &
 ravo=$!
 has_items() { [ "$(tray_items)" -eq 7 ]; }

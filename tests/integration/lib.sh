@@ -23,6 +23,12 @@ start_x_server() {
 # The number of Ravo tray items embedded in the tray.
 tray_items() { xwininfo -root -tree 2>/dev/null | grep -A100 '"panel"' | grep -c '"Ravo": ("ravo"' || true; }
 
+# Every metric item on, as a user who ticked them all has: a machine without a GPU or
+# sensors otherwise leaves those out. $1 is the ravo binary.
+show_all_metrics() {
+    "$1" settings set enabledSystemMetrics cpu,gpu,memory,disk,network,temperature >/dev/null
+}
+
 wait_until() { # seconds command...
     local tries=$(($1 * 10))
     shift

@@ -34,6 +34,7 @@ chmod +x "$HOME/app/ravo-hook"
 "$HOME/app/ravo" hooks install >/dev/null
 
 start_tray
+show_all_metrics "$bin/ravo"
 QT_LOGGING_RULES="io.halvorsund.Ravo.app.info=true" QT_MESSAGE_PATTERN="%{message}" \
     "$HOME/app/ravo" >"$work/app.log" 2>&1 &
 ravo=$!

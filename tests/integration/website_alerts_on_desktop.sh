@@ -41,6 +41,7 @@ server_says_up() { [ "$("$bin/ravo" sites --json | jq -r '[.[].health] | unique 
 wait_until 20 server_says_up || fail "the server did not check the sites: $("$bin/ravo" sites)"
 
 start_tray
+show_all_metrics "$bin/ravo"
 "$bin/ravo" >"$work/log" 2>&1 &
 ravo=$!
 # The seven items of a fresh start, and the websites item.
