@@ -1,6 +1,7 @@
 #include "ui/tray/combined_tray_item.h"
 
 #include "app/app_controller.h"
+#include "metrics/core/metric_summary.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/overview_view.h"
 #include "ui/popovers/usage_view.h"
@@ -44,22 +45,21 @@ void CombinedTrayItem::redraw() {
         monitor ? monitor->reading().value_or(SystemReading{}) : SystemReading{};
     const auto metrics = monitor ? monitor->visibleMetrics() : std::vector<SystemMetric>{};
     const auto& snapshot = controller_->snapshot();
-    const auto content = TrayIconContent::combined(
-        reading, metrics, snapshot ? snapshot->peakFraction() : std::nullopt);
+    const auto peak = snapshot ? snapshot->peakFraction() : std::nullopt;
+    const auto content = TrayIconContent::combined(reading, metrics, peak);
     QString tooltip = "Ravo";
+    const auto locale = FormatLocale::fromEnvironment();
     for (SystemMetric metric : metrics)
         tooltip +=
-            "\n" +
-            QString::fromStdString(TrayIconContent::tooltip(reading, metric)).section('\n', 0, 0);
-    if (snapshot && snapshot->peakFraction())
-        tooltip += QString("\nAI usage: highest limit %1% used")
-                       .arg(qRound(*snapshot->peakFraction() * 100));
+            QString("\n%1: %2")
+                .arg(QString::fromUtf8(displayName(metric).data()),
+                     QString::fromStdString(summarizeForLine(reading, metric, locale).value));
+    if (peak)
+        tooltip += QString("\nAI usage: highest limit %1% used").arg(qRound(*peak * 100));
     icon_->setToolTip(tooltip);
-    const QString key = QString::fromStdString(content.first) +
-                        QString::number(content.level ? int(*content.level) : -1);
-    if (drawn_ == key)
-        return;
-    drawn_ = key;
+    if (drawn_ == content)
+        return; // the same picture: trays repaint on every setIcon
+    drawn_ = content;
     icon_->setIcon(TrayIconPainter::gauge(QString::fromStdString(content.label), content.fraction,
                                           content.level, QString::fromStdString(content.first)));
 }

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "ui/tray/tray_icon_content.h"
+
 #include <QObject>
-#include <QString>
 
 #include <optional>
 
@@ -38,7 +39,7 @@ private:
     TrayItem* icon_;
     OverviewView* view_;
     PopoverWindow* popover_;
-    std::optional<QString> drawn_;
+    std::optional<TrayIconContent> drawn_;
 };
 
 } // namespace ravo::ui

@@ -44,10 +44,9 @@ TrayIconContent
 TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
                            const std::optional<connectivity::ConnectionState>& connection) {
     TrayIconContent content;
-    content.label = trayLabel(metric);
     if (metric == SystemMetric::network) {
+        // The arrows say what it is; "off" alone would not.
         content.isGauge = false;
-        content.label.clear();
         if (connection && *connection == connectivity::ConnectionState{connectivity::Offline{}}) {
             content.label = trayLabel(metric);
             content.first = "off";
@@ -66,6 +65,7 @@ TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
         }
         return content;
     }
+    content.label = trayLabel(metric);
     if (metric == SystemMetric::temperature) {
         content.isGauge = false;
         const auto t = reading.temperatures.value_or(Temperatures{});
