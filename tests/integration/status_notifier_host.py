@@ -4,6 +4,7 @@ owns org.kde.StatusNotifierWatcher, takes registrations, reads each item's prope
 and follows its signals. Writes what it sees, one line each, to the file in argv[1]:
   item <order> <Id> <Title> <pixmaps>
   tooltip <Id> <tooltip title>
+  menu <Id> <bus name> <menu path> <entry id>:<label>,… ("-" for a separator)
   gone <Id>
 """
 import sys
@@ -50,6 +51,15 @@ class Watcher(dbus.service.Object):
         log.write("item %d %s %s %d\n" % (order, item_id,
                                           str(every["Title"]).replace(" ", "_"),
                                           len(every["IconPixmap"])))
+        menu_path = str(every["Menu"])
+        if menu_path != "/NO_DBUSMENU":
+            menu = dbus.Interface(bus.get_object(name, menu_path), "com.canonical.dbusmenu")
+            menu.AboutToShow(0)
+            _, (_, _, entries) = menu.GetLayout(0, -1, [])
+            log.write("menu %s %s %s %s\n" % (item_id, name, menu_path, ",".join(
+                "%d:%s" % (entry[0], "-" if entry[1].get("type") == "separator"
+                           else str(entry[1]["label"]).replace(" ", "_"))
+                for entry in entries)))
         bus.add_signal_receiver(
             lambda: log.write("tooltip %s %s\n" % (
                 item_id, str(props.Get(ITEM, "ToolTip")[2]).replace(" ", "_"))),

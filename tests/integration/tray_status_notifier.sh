@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Ravo under a StatusNotifierItem host (KDE's panel, GNOME's AppIndicator extension, waybar):
 # each item registers on its own, with its own Id and Title, in the user's order and with
-# pictures; tooltips follow the figures; a click opens the popover beside the click.
+# pictures; tooltips follow the figures; a click opens the popover beside the click; the
+# menu is exported for hosts that draw it themselves.
 set -euo pipefail
 bin=$1
 here=$(cd "$(dirname "$0")" && pwd)
@@ -62,7 +63,17 @@ opened() { [ -n "$(popover_y)" ]; }
 wait_until 10 opened || fail "no popover after a click: $(xwininfo -root -tree | grep Ravo)"
 [ "$(popover_y)" -ge 24 ] || fail "the popover covers the click: y=$(popover_y)"
 
-kill $ravo
+# The menu is exported for hosts that draw it themselves; its Quit quits.
+menu=$(awk '$1 == "menu" && $2 == "ravo-ai-usage"' "$host_log")
+entries=$(echo "$menu" | awk '{ print $5 }' | sed 's/[0-9]*://g')
+[ "$entries" = "AI_usage,Refresh_now,-,Settings…,Quit_Ravo" ] ||
+    fail "the AI item's menu: $(cat "$host_log")"
+quit_entry=$(echo "$menu" | grep -o '[0-9]*:Quit_Ravo' | cut -d: -f1)
+dbus-send --session --type=method_call --dest="$(echo "$menu" | awk '{ print $3 }')" \
+    "$(echo "$menu" | awk '{ print $4 }')" com.canonical.dbusmenu.Event \
+    int32:"$quit_entry" string:clicked variant:int32:0 uint32:0
+quit() { ! kill -0 $ravo 2>/dev/null; }
+wait_until 10 quit || fail "Quit in the exported menu did not quit"
 wait $ravo || true
 gone() { [ "$(grep -c '^gone ' "$host_log")" -ge 4 ]; }
 wait_until 10 gone || fail "items left behind at quit: $(cat "$host_log")"
@@ -78,4 +89,4 @@ sleep 1
 [ "$(awk '$1 == "item" { print $3 }' "$host_log")" = ravo ] ||
     fail "not one combined item: $(cat "$host_log")"
 grep -q '^item 1 ravo Ravo [1-9]' "$host_log" || fail "the combined item's title or pictures"
-echo "four items, each its own Id and Title, in the user's order; tooltips follow; a click opens beside it; one combined item when chosen"
+echo "four items, each its own Id and Title, in the user's order; tooltips follow; a click opens beside it; the menu is exported and works; one combined item when chosen"

@@ -104,6 +104,10 @@ NotifierToolTip StatusNotifierAdaptor::toolTip() const {
             newline < 0 ? QString() : text.mid(newline + 1)};
 }
 
+QDBusObjectPath StatusNotifierAdaptor::menu() const {
+    return QDBusObjectPath(item_->menuPath());
+}
+
 void StatusNotifierAdaptor::Activate(int x, int y) {
     emit item_->activated({x, y});
 }

@@ -64,8 +64,8 @@ public:
     NotifierPixmaps noPixmaps() const { return {}; }
     NotifierToolTip toolTip() const;
     bool itemIsMenu() const { return false; }
-    // No exported menu: hosts then ask for it through ContextMenu.
-    QDBusObjectPath menu() const { return QDBusObjectPath("/NO_DBUSMENU"); }
+    // Hosts that draw menus themselves read it here; the rest ask through ContextMenu.
+    QDBusObjectPath menu() const;
 
 public slots:
     void Activate(int x, int y);

@@ -1,6 +1,7 @@
 #include "ui/tray/status_notifier_item.h"
 
 #include "app/log_categories.h"
+#include "ui/tray/dbus_menu_exporter.h"
 #include "ui/tray/status_notifier_adaptor.h"
 
 #include <QCoreApplication>
@@ -16,6 +17,7 @@ namespace {
 
 const QString kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString kPath = QStringLiteral("/StatusNotifierItem");
+const QString kMenuPath = QStringLiteral("/MenuBar");
 
 } // namespace
 
@@ -40,6 +42,7 @@ StatusNotifierItem::StatusNotifierItem(const QString& id, const QString& title, 
 }
 
 StatusNotifierItem::~StatusNotifierItem() {
+    menuExporter_.reset();
     bus_->unregisterObject(kPath);
     bus_->unregisterService(serviceName_);
     bus_.reset();
@@ -69,6 +72,13 @@ void StatusNotifierItem::setToolTip(const QString& text) {
 
 void StatusNotifierItem::setContextMenu(QMenu* menu) {
     menu_ = menu;
+    menuExporter_.reset();
+    if (menu)
+        menuExporter_ = std::make_unique<DBusMenuExporter>(menu, *bus_, kMenuPath);
+}
+
+QString StatusNotifierItem::menuPath() const {
+    return menuExporter_ ? menuExporter_->path() : QStringLiteral("/NO_DBUSMENU");
 }
 
 void StatusNotifierItem::setVisible(bool visible) {

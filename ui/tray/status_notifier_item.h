@@ -12,6 +12,7 @@ class QMenu;
 
 namespace ravo::ui {
 
+class DBusMenuExporter;
 class StatusNotifierAdaptor;
 
 // One tray item as a StatusNotifierItem (KDE, GNOME's AppIndicator extension, waybar), on a
@@ -38,6 +39,8 @@ public:
     const QString& toolTip() const { return toolTip_; }
     bool isVisible() const { return visible_; }
     QString serviceName() const { return serviceName_; }
+    // Where the item's menu is exported, or the protocol's word for none.
+    QString menuPath() const;
 
 signals:
     // A primary click, where the host says it was (often the item's centre).
@@ -58,6 +61,7 @@ private:
     QString serviceName_;
     std::unique_ptr<QDBusConnection> bus_;
     StatusNotifierAdaptor* adaptor_;
+    std::unique_ptr<DBusMenuExporter> menuExporter_;
 };
 
 } // namespace ravo::ui
