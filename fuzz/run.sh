@@ -22,7 +22,7 @@ while [ $# -gt 0 ]; do
 done
 
 if [ ! -f "$out/build.ninja" ]; then
-    CXX=clang++ cmake -S "$root/fuzz" -B "$out" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+    CXX=clang++ cmake -S "$root/fuzz" -B "$out" -G Ninja -DCMAKE_BUILD_TYPE= >/dev/null
 fi
 cmake --build "$out"
 $build_only && exit 0
