@@ -101,6 +101,19 @@ TEST_F(DashboardLayoutTest, TextIsMeasuredAndCutAsTheTerminalDrawsIt) {
     EXPECT_EQ(grid.put(0, 2, "日本語"), 5); // the third would end past the edge
     EXPECT_EQ(grid.rowText(0), "  日…");
     EXPECT_EQ(grid.put(3, 0, "off the grid"), 0);
+
+    // A cell keeps its character and a few marks; a pile of marks is cut between them.
+    ScreenGrid marks(3, 1);
+    marks.put(0, 0, "e\xcc\x81x");
+    EXPECT_EQ(marks.rowText(0), "e\xcc\x81x");
+    std::string piled = "a";
+    for (int i = 0; i < 10; ++i)
+        piled += "\xcc\x81";
+    marks.put(0, 0, piled);
+    const std::string_view kept = marks.at(0, 0).glyph.view();
+    EXPECT_EQ(kept.size(), 13u) << "six whole marks after the letter, not half of a seventh";
+    EXPECT_EQ(displayWidth(kept), 1);
+    EXPECT_EQ(marks.at(0, 1).glyph.view(), "x") << "the next cell is untouched";
 }
 
 TEST_F(DashboardLayoutTest, EverythingFitsAt80By24AndNothingIsCutMidWord) {

@@ -105,6 +105,8 @@ CursesScreen::CursesScreen(QObject* parent) : QObject(parent) {
     nonl();
     keypad(stdscr, TRUE);
     nodelay(stdscr, TRUE);
+    // A frame goes out in one write instead of stopping to look for keys on the way.
+    typeahead(-1);
     set_escdelay(25);
     curs_set(0);
     mousemask(BUTTON1_CLICKED | BUTTON1_DOUBLE_CLICKED | BUTTON4_PRESSED | BUTTON5_PRESSED,
@@ -144,7 +146,7 @@ int CursesScreen::height() const {
     return LINES;
 }
 
-void CursesScreen::draw(const ScreenGrid& grid) {
+void CursesScreen::draw(ScreenGrid grid) {
     // Most frames differ from the last in a few rows; only those are handed to ncurses.
     const bool whole = !last_ || resizedSinceDraw_ || last_->width() != grid.width() ||
                        last_->height() != grid.height();
@@ -169,7 +171,7 @@ void CursesScreen::draw(const ScreenGrid& grid) {
             run.clear();
             bool blank = true;
             for (; column < columns && grid.at(row, column).style == style; ++column) {
-                const std::string& glyph = grid.at(row, column).glyph;
+                const std::string_view glyph = grid.at(row, column).glyph.view();
                 blank = blank && glyph == " ";
                 run += glyph;
             }
@@ -182,7 +184,7 @@ void CursesScreen::draw(const ScreenGrid& grid) {
     attrset(A_NORMAL);
     if (changed)
         refresh();
-    last_ = grid;
+    last_ = std::move(grid);
 }
 
 void CursesScreen::takeNewSize() {

@@ -29,7 +29,8 @@ public:
     int width() const;
     int height() const;
     bool hasColor() const { return color_; }
-    void draw(const ScreenGrid& grid);
+    // Taken by value: the frame is kept to compare the next one with.
+    void draw(ScreenGrid grid);
 
 signals:
     void keyPressed(ravo::ui::DashboardKey key);

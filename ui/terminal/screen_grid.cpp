@@ -172,6 +172,16 @@ std::vector<std::string> wrapText(std::string_view text, int width) {
     return lines;
 }
 
+CellGlyph::CellGlyph(std::string_view text) : bytes_{} {
+    std::size_t size = std::min(text.size(), kCapacity);
+    // Cut before a character, never inside one.
+    while (size < text.size() && size > 0 &&
+           (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80)
+        --size;
+    std::copy_n(text.begin(), size, bytes_.begin());
+    size_ = static_cast<std::uint8_t>(size);
+}
+
 ScreenGrid::ScreenGrid(int width, int height)
     : width_(std::max(width, 0)), height_(std::max(height, 0)),
       cells_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)) {}
@@ -187,7 +197,7 @@ int ScreenGrid::put(int row, int column, std::string_view text, CellStyle style,
         std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; })) {
         for (char c : text) {
             auto& cell = cells_[static_cast<std::size_t>(row * width_ + column++)];
-            cell.glyph.assign(1, c);
+            cell.glyph = CellGlyph(std::string_view(&c, 1));
             cell.style = style;
         }
         return column;
@@ -200,9 +210,10 @@ int ScreenGrid::put(int row, int column, std::string_view text, CellStyle style,
         all = glyphs(fitText(text, room));
     for (auto& glyph : all) {
         auto& cell = cells_[static_cast<std::size_t>(row * width_ + column)];
-        cell = {std::move(glyph.text), style};
+        cell = {CellGlyph(glyph.text), style};
         for (int extra = 1; extra < glyph.columns; ++extra)
-            cells_[static_cast<std::size_t>(row * width_ + column + extra)] = {"", style};
+            cells_[static_cast<std::size_t>(row * width_ + column + extra)] = {
+                CellGlyph(std::string_view()), style};
         column += glyph.columns;
     }
     return column;
@@ -227,7 +238,7 @@ bool ScreenGrid::sameRow(const ScreenGrid& other, int row) const {
 std::string ScreenGrid::rowText(int row) const {
     std::string text;
     for (int c = 0; c < width_; ++c)
-        text += at(row, c).glyph;
+        text += at(row, c).glyph.view();
     while (!text.empty() && text.back() == ' ')
         text.pop_back();
     return text;

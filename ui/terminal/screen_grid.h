@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -17,8 +18,26 @@ struct CellStyle {
     bool operator==(const CellStyle&) const = default;
 };
 
+// One character in UTF-8 with its combining marks, kept inline: a frame has thousands of
+// cells, and building, copying and comparing them as strings was most of a frame's cost.
+// Marks past the capacity are dropped, as terminals drop them too.
+class CellGlyph {
+public:
+    static constexpr std::size_t kCapacity = 14;
+
+    CellGlyph() = default; // a blank
+    explicit CellGlyph(std::string_view text);
+
+    std::string_view view() const { return {bytes_.data(), size_}; }
+    bool operator==(const CellGlyph&) const = default;
+
+private:
+    std::array<char, kCapacity> bytes_{' '}; // unused bytes stay zero, so == can compare all
+    std::uint8_t size_ = 1;
+};
+
 struct Cell {
-    std::string glyph = " "; // one character in UTF-8; empty behind a wide character
+    CellGlyph glyph; // empty behind a wide character
     CellStyle style;
     bool operator==(const Cell&) const = default;
 };

@@ -82,9 +82,9 @@ void TerminalDashboard::redraw() {
     frame.width = screen_->width();
     frame.height = screen_->height();
     frame.color = screen_->hasColor();
-    const DashboardScreen laidOut = layoutDashboard(frame, view_, locale_);
-    areas_ = laidOut.areas;
-    screen_->draw(laidOut.grid);
+    DashboardScreen laidOut = layoutDashboard(frame, view_, locale_);
+    areas_ = std::move(laidOut.areas);
+    screen_->draw(std::move(laidOut.grid));
 }
 
 } // namespace ravo::ui

@@ -1,6 +1,5 @@
 #include "metrics/platform/linux/linux_counter_source.h"
 
-#include "core/atomic_file.h"
 #include "metrics/platform/linux/proc_parsers.h"
 #include "metrics/platform/linux/text_fields.h"
 
@@ -26,14 +25,19 @@ void LinuxCounterSource::rediscoverIfStale() {
         return;
     discovered_ = true;
     discoveredAt_ = now;
+    files_.closeAll();
     wholeDisks_ = discoverWholeDisks(roots_.sys);
     interfaces_ = discoverPhysicalInterfaces(roots_.sys);
     sensors_ = discoverSensors(roots_.sys);
     gpuBusyFiles_ = discoverGpuBusyFiles(roots_.sys);
 }
 
+LineReader LinuxCounterSource::reader() {
+    return [this](const std::filesystem::path& path) { return files_.readLine(path); };
+}
+
 std::optional<std::vector<CPUTicks>> LinuxCounterSource::cpuTicks() {
-    const auto text = readFile(roots_.proc / "stat", kProcFileLimit);
+    const auto text = files_.read(roots_.proc / "stat", kProcFileLimit);
     if (!text)
         return std::nullopt;
     auto ticks = parseProcStat(*text);
@@ -46,7 +50,7 @@ std::optional<GPUUtilization> LinuxCounterSource::gpu() {
     rediscoverIfStale();
     std::optional<double> busiest;
     for (const auto& file : gpuBusyFiles_)
-        if (const auto percent = parseUnsigned(readLine(file)))
+        if (const auto percent = parseUnsigned(files_.readLine(file)))
             busiest = std::max(busiest.value_or(0.0), std::clamp(*percent / 100.0, 0.0, 1.0));
     if (nvidia_)
         if (const auto fraction = nvidia_->utilization())
@@ -57,14 +61,14 @@ std::optional<GPUUtilization> LinuxCounterSource::gpu() {
 }
 
 std::optional<MemoryUsage> LinuxCounterSource::memory() {
-    const auto text = readFile(roots_.proc / "meminfo", kProcFileLimit);
+    const auto text = files_.read(roots_.proc / "meminfo", kProcFileLimit);
     if (!text)
         return std::nullopt;
     const auto info = parseMeminfo(*text);
     if (!info)
         return std::nullopt;
     std::optional<MemoryPressureStall> stall;
-    if (const auto pressure = readFile(roots_.proc / "pressure" / "memory", kProcFileLimit))
+    if (const auto pressure = files_.read(roots_.proc / "pressure" / "memory", kProcFileLimit))
         stall = parsePressure(*pressure);
     return memoryUsage(*info, stall);
 }
@@ -84,7 +88,7 @@ std::optional<DiskSpace> LinuxCounterSource::diskSpace() {
 
 std::optional<DeviceCounters> LinuxCounterSource::diskCounters() {
     rediscoverIfStale();
-    const auto text = readFile(roots_.proc / "diskstats", kProcFileLimit);
+    const auto text = files_.read(roots_.proc / "diskstats", kProcFileLimit);
     if (!text)
         return std::nullopt;
     return parseDiskstats(*text, wholeDisks_);
@@ -92,7 +96,7 @@ std::optional<DeviceCounters> LinuxCounterSource::diskCounters() {
 
 std::optional<DeviceCounters> LinuxCounterSource::networkCounters() {
     rediscoverIfStale();
-    const auto text = readFile(roots_.proc / "net" / "dev", kProcFileLimit);
+    const auto text = files_.read(roots_.proc / "net" / "dev", kProcFileLimit);
     if (!text)
         return std::nullopt;
     DeviceCounters counters;
@@ -100,7 +104,7 @@ std::optional<DeviceCounters> LinuxCounterSource::networkCounters() {
         const auto physical =
             std::find_if(interfaces_.begin(), interfaces_.end(),
                          [&interface = name](const auto& i) { return i.name == interface; });
-        if (physical == interfaces_.end() || !isInterfaceUp(roots_.sys, name))
+        if (physical == interfaces_.end() || !isInterfaceUp(roots_.sys, name, reader()))
             continue;
         counters.received[physical->index] = bytes.received;
         counters.sent[physical->index] = bytes.sent;
@@ -110,7 +114,7 @@ std::optional<DeviceCounters> LinuxCounterSource::networkCounters() {
 
 TemperatureReadings LinuxCounterSource::temperatures() {
     rediscoverIfStale();
-    auto readings = readSensors(sensors_);
+    auto readings = readSensors(sensors_, reader());
     if (nvidia_)
         if (const auto celsius = nvidia_->temperature())
             readings.smc.push_back({"Tg nvidia", *celsius});

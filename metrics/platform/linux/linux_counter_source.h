@@ -1,6 +1,7 @@
 #pragma once
 
 #include "metrics/core/counter_source.h"
+#include "metrics/platform/linux/kernel_files.h"
 #include "metrics/platform/linux/nvidia_gpu.h"
 #include "metrics/platform/linux/sysfs_discovery.h"
 
@@ -32,9 +33,11 @@ public:
 
 private:
     void rediscoverIfStale();
+    LineReader reader();
 
     SystemRoots roots_;
     std::unique_ptr<NvidiaGpu> nvidia_;
+    KernelFiles files_;
     std::chrono::steady_clock::time_point discoveredAt_{};
     bool discovered_ = false;
     std::set<std::string, std::less<>> wholeDisks_;

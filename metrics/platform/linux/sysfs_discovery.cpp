@@ -80,10 +80,10 @@ std::vector<SensorFile> discoverSensors(const fs::path& sysRoot) {
     return sensors;
 }
 
-TemperatureReadings readSensors(const std::vector<SensorFile>& sensors) {
+TemperatureReadings readSensors(const std::vector<SensorFile>& sensors, const LineReader& read) {
     TemperatureReadings readings;
     for (const auto& sensor : sensors) {
-        const auto raw = parseSigned(readLine(sensor.path));
+        const auto raw = parseSigned(read(sensor.path));
         if (!raw)
             continue;
         NamedTemperature reading{sensor.name.name, static_cast<double>(*raw) / sensor.divisor};
@@ -118,8 +118,8 @@ std::vector<PhysicalInterface> discoverPhysicalInterfaces(const fs::path& sysRoo
     return interfaces;
 }
 
-bool isInterfaceUp(const fs::path& sysRoot, const std::string& name) {
-    const auto flags = parseHex(readLine(sysRoot / "class" / "net" / name / "flags"));
+bool isInterfaceUp(const fs::path& sysRoot, const std::string& name, const LineReader& read) {
+    const auto flags = parseHex(read(sysRoot / "class" / "net" / name / "flags"));
     return flags && (*flags & 0x1) != 0; // IFF_UP
 }
 

@@ -4,6 +4,7 @@
 #include "metrics/platform/linux/sensor_classifier.h"
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,6 +12,11 @@
 // Finds, under a /sys root, the devices and sensor files worth reading. Discovery walks
 // folders and is done rarely; the reads it prepares are single small files.
 namespace ravo::metrics::kernel {
+
+// The first line of a small sysfs file, trimmed; empty when unreadable.
+std::string readLine(const std::filesystem::path& path);
+// How the readers below read such a file; the sampler keeps its files open.
+using LineReader = std::function<std::string(const std::filesystem::path&)>;
 
 struct SensorFile {
     std::filesystem::path path;
@@ -20,7 +26,8 @@ struct SensorFile {
 };
 
 std::vector<SensorFile> discoverSensors(const std::filesystem::path& sysRoot);
-TemperatureReadings readSensors(const std::vector<SensorFile>& sensors);
+TemperatureReadings readSensors(const std::vector<SensorFile>& sensors,
+                                const LineReader& read = readLine);
 
 // Block devices backed by hardware: no partitions, loop, ram, zram, device-mapper or md.
 std::set<std::string, std::less<>> discoverWholeDisks(const std::filesystem::path& sysRoot);
@@ -33,12 +40,10 @@ struct PhysicalInterface {
 
 // Interfaces with a hardware device: no loopback, bridges, tunnels or virtual links.
 std::vector<PhysicalInterface> discoverPhysicalInterfaces(const std::filesystem::path& sysRoot);
-bool isInterfaceUp(const std::filesystem::path& sysRoot, const std::string& name);
+bool isInterfaceUp(const std::filesystem::path& sysRoot, const std::string& name,
+                   const LineReader& read = readLine);
 
 // "gpu_busy_percent" files of the graphics cards that offer one.
 std::vector<std::filesystem::path> discoverGpuBusyFiles(const std::filesystem::path& sysRoot);
-
-// The first line of a small sysfs file, trimmed; empty when unreadable.
-std::string readLine(const std::filesystem::path& path);
 
 } // namespace ravo::metrics::kernel
