@@ -6,6 +6,7 @@
 #include "app/platform/single_instance.h"
 #include "core/paths.h"
 #include "ui/color_scheme.h"
+#include "ui/color_scheme_watcher.h"
 #include "ui/dashboard_window.h"
 #include "ui/settings/settings_window.h"
 #include "ui/tray/panel_tone.h"
@@ -32,7 +33,13 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     // links to.
     const LogFile log(paths::logFile().value_or("/dev/null"), LogFile::Mode::besideStderr);
     ui::applyDesktopColorScheme(application);
-    ui::TrayIconPainter::setPanelTone(ui::detectPanelTone());
+    const ui::PanelTone startingTone = ui::detectPanelTone();
+    ui::TrayIconPainter::setPanelTone(startingTone);
+    // The desktop may switch between light and dark while Ravo runs.
+    ui::ColorSchemeWatcher schemeWatcher;
+    QObject::connect(
+        &schemeWatcher, &ui::ColorSchemeWatcher::changed, &application,
+        [&application](int colorScheme) { ui::applyColorScheme(application, colorScheme); });
 
     SingleInstance instance;
     if (instance.claim() == SingleInstance::Claim::anotherIsRunning) {
@@ -56,6 +63,16 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     };
     if (QSystemTrayIcon::isSystemTrayAvailable() || ui::TrayItem::hostListsInOrder()) {
         tray = std::make_unique<ui::TrayPanel>(controller, services.settings());
+        QObject::connect(&schemeWatcher, &ui::ColorSchemeWatcher::changed, tray.get(),
+                         [&tray, tone = startingTone](int colorScheme) mutable {
+                             const ui::PanelTone now = ui::detectPanelTone(colorScheme);
+                             if (now == tone)
+                                 return;
+                             tone = now;
+                             qCInfo(lcApp) << "The panel changed colour; drawing the items again";
+                             ui::TrayIconPainter::setPanelTone(now);
+                             tray->rebuild();
+                         });
         QObject::connect(tray.get(), &ui::TrayPanel::settingsRequested, &settings,
                          [&settings](ui::SettingsWindow::Tab tab) { settings.showTab(tab); });
         QObject::connect(tray.get(), &ui::TrayPanel::quitRequested, &application,

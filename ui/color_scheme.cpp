@@ -5,6 +5,7 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QPalette>
+#include <QStyle>
 #include <QStyleFactory>
 
 namespace ravo::ui {
@@ -55,12 +56,24 @@ QPalette darkPalette() {
 
 void applyDesktopColorScheme(QApplication& application) {
     const QString forced = qEnvironmentVariable("RAVO_COLOR_SCHEME").toLower();
-    const bool dark = forced == QLatin1String("dark") ||
-                      (forced != QLatin1String("light") && desktopColorScheme() == 1);
-    if (!dark)
+    // The portal is asked only when nothing is forced: it is a call that may wait.
+    applyColorScheme(application, forced.isEmpty() ? desktopColorScheme() : 0);
+}
+
+void applyColorScheme(QApplication& application, int colorScheme) {
+    const QString forced = qEnvironmentVariable("RAVO_COLOR_SCHEME").toLower();
+    const bool dark =
+        forced == QLatin1String("dark") || (forced != QLatin1String("light") && colorScheme == 1);
+    static bool darkApplied = false;
+    if (dark == darkApplied)
         return;
-    application.setStyle(QStyleFactory::create("Fusion"));
-    application.setPalette(darkPalette());
+    darkApplied = dark;
+    if (dark) {
+        application.setStyle(QStyleFactory::create("Fusion"));
+        application.setPalette(darkPalette());
+    } else {
+        application.setPalette(QApplication::style()->standardPalette());
+    }
 }
 
 } // namespace ravo::ui

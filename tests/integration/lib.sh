@@ -43,6 +43,12 @@ use_desktop_session() {
     start_x_server
 }
 
+# Whether a name is owned on the session bus, asked without starting anyone for it.
+bus_has_name() {
+    dbus-send --session --print-reply --dest=org.freedesktop.DBus / \
+        org.freedesktop.DBus.NameHasOwner string:"$1" 2>/dev/null | grep -q 'boolean true'
+}
+
 # The real agents, installed by scripts/install-test-agents.sh, in the home's binary folder.
 link_real_agents() {
     local agents=${RAVO_TEST_AGENTS:-}
@@ -71,10 +77,5 @@ start_keyring_and_notifications() {
     dunst >"$work/dunst.log" 2>&1 &
     notifier=$!
     # Asked without activation, which would start a second dunst without the display.
-    notifier_up() {
-        dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
-            org.freedesktop.DBus.NameHasOwner string:org.freedesktop.Notifications 2>/dev/null |
-            grep -q true
-    }
-    wait_until 10 notifier_up || fail "dunst did not start: $(cat "$work/dunst.log")"
+    wait_until 10 bus_has_name org.freedesktop.Notifications || fail "dunst did not start: $(cat "$work/dunst.log")"
 }

@@ -2,7 +2,7 @@
 """A StatusNotifierItem host, as KDE's panel or GNOME's AppIndicator extension is one:
 owns org.kde.StatusNotifierWatcher, takes registrations, reads each item's properties
 and follows its signals. Writes what it sees, one line each, to the file in argv[1]:
-  item <order> <Id> <Title> <pixmaps>
+  item <order> <Id> <Title> <pixmaps> <ink: light, dark, or badge when drawn on one>
   tooltip <Id> <tooltip title>
   menu <Id> <bus name> <menu path> <entry id>:<label>,… ("-" for a separator)
   gone <Id>
@@ -20,6 +20,22 @@ ITEM = "org.kde.StatusNotifierItem"
 DBusGMainLoop(set_as_default=True)
 bus = dbus.SessionBus()
 log = open(sys.argv[1], "a", buffering=1)
+
+
+def ink(pixmaps):
+    """What the panel would show: a badge covering most of the picture, or else whether
+    the drawn pixels are light or dark."""
+    if not pixmaps:
+        return "none"
+    width, height, argb = max(pixmaps, key=lambda p: p[0])
+    pixels = [bytes(argb[i:i + 4]) for i in range(0, len(argb), 4)]
+    opaque = [p for p in pixels if p[0] > 128]
+    if len(opaque) > len(pixels) / 2:
+        return "badge"
+    if not opaque:
+        return "none"
+    luminance = sum(0.3 * p[1] + 0.59 * p[2] + 0.11 * p[3] for p in opaque) / len(opaque)
+    return "light" if luminance > 128 else "dark"
 
 
 class Watcher(dbus.service.Object):
@@ -48,9 +64,9 @@ class Watcher(dbus.service.Object):
         every = props.GetAll(ITEM)
         item_id = str(every["Id"])
         self.ids[name] = item_id
-        log.write("item %d %s %s %d\n" % (order, item_id,
-                                          str(every["Title"]).replace(" ", "_"),
-                                          len(every["IconPixmap"])))
+        log.write("item %d %s %s %d %s\n" % (order, item_id,
+                                             str(every["Title"]).replace(" ", "_"),
+                                             len(every["IconPixmap"]), ink(every["IconPixmap"])))
         menu_path = str(every["Menu"])
         if menu_path != "/NO_DBUSMENU":
             menu = dbus.Interface(bus.get_object(name, menu_path), "com.canonical.dbusmenu")

@@ -15,12 +15,7 @@ trap 'kill $ravo $host $x_server 2>/dev/null || true; rm -rf "$work"' EXIT
 host_log=$work/host.log
 /usr/bin/python3 "$here/status_notifier_host.py" "$host_log" &
 host=$!
-watcher_up() {
-    dbus-send --session --print-reply --dest=org.freedesktop.DBus / \
-        org.freedesktop.DBus.NameHasOwner string:org.kde.StatusNotifierWatcher 2>/dev/null |
-        grep -q 'boolean true'
-}
-wait_until 10 watcher_up || fail "the host stand-in did not start"
+wait_until 10 bus_has_name org.kde.StatusNotifierWatcher || fail "the host stand-in did not start"
 
 # The user's choice: memory first, the processor, then the network; nothing else.
 "$bin/ravo" settings set systemMetricOrder memory,cpu,network,disk,gpu,temperature >/dev/null

@@ -25,9 +25,13 @@ PanelTone decidePanelTone(std::string_view forced, std::string_view desktop, int
 }
 
 PanelTone detectPanelTone() {
+    return detectPanelTone(desktopColorScheme());
+}
+
+PanelTone detectPanelTone(int colorScheme) {
     const QByteArray forced = qgetenv("RAVO_PANEL").toLower();
     const QByteArray desktop = qgetenv("XDG_CURRENT_DESKTOP").toUpper();
-    return decidePanelTone(forced.toStdString(), desktop.toStdString(), desktopColorScheme());
+    return decidePanelTone(forced.toStdString(), desktop.toStdString(), colorScheme);
 }
 
 } // namespace ravo::ui

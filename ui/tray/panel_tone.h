@@ -14,5 +14,7 @@ PanelTone decidePanelTone(std::string_view forced, std::string_view desktop, int
 
 // The same, from this session.
 PanelTone detectPanelTone();
+// From this session, with the colour preference already known (it changed).
+PanelTone detectPanelTone(int colorScheme);
 
 } // namespace ravo::ui

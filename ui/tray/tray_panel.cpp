@@ -33,6 +33,10 @@ void TrayPanel::setCombined(bool combined) {
     build();
 }
 
+void TrayPanel::rebuild() {
+    build();
+}
+
 void TrayPanel::showUsage() {
     if (combinedItem_)
         combinedItem_->showPopover();
