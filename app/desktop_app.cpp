@@ -71,7 +71,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
                              tone = now;
                              qCInfo(lcApp) << "The panel changed colour; drawing the items again";
                              ui::TrayIconPainter::setPanelTone(now);
-                             tray->rebuild();
+                             tray->repaint();
                          });
         QObject::connect(tray.get(), &ui::TrayPanel::settingsRequested, &settings,
                          [&settings](ui::SettingsWindow::Tab tab) { settings.showTab(tab); });

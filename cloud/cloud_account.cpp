@@ -201,6 +201,8 @@ QCoro::Task<> CloudAccount::refresh() {
     const auto record = co_await client_->me();
     if (const auto* failure = std::get_if<CloudError>(&record)) {
         if (failure->kind == CloudError::Kind::unauthorized) {
+            if (!token_ || signingOut_)
+                co_return;
             forgetSession();
             error_ = failure->text();
             emit changed();
@@ -216,12 +218,16 @@ QCoro::Task<> CloudAccount::refresh() {
 
 QCoro::Task<> CloudAccount::signOut() {
     const std::string device = settings_.value(kDeviceKey).toString().toStdString();
+    // Polls still on their way are refused once the device is revoked; that is no news.
+    signingOut_ = true;
     if (!device.empty()) {
         const auto revoked = co_await client_->revokeDevice(device);
         if (const auto* failure = std::get_if<CloudError>(&revoked))
             log::error("cloud", "Device revoke failed: " + failure->text());
     }
+    signingOut_ = false;
     forgetSession();
+    error_.reset();
     emit changed();
 }
 
@@ -235,15 +241,15 @@ QCoro::Task<> CloudAccount::deleteAccount() {
     setWorking(false);
 }
 
-void CloudAccount::handle(const CloudError& error) {
+bool CloudAccount::handle(const CloudError& error) {
     if (error.kind == CloudError::Kind::unauthorized) {
-        // A reply to a request sent before the user signed out says nothing new.
-        if (!token_)
-            return;
+        if (!token_ || signingOut_)
+            return false;
         forgetSession();
     }
     error_ = error.text();
     emit changed();
+    return true;
 }
 
 void CloudAccount::forgetSession() {

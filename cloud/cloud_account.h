@@ -73,8 +73,9 @@ public:
     QCoro::Task<> refresh();
     QCoro::Task<> signOut();
     QCoro::Task<> deleteAccount();
-    // The common sink of server errors: a 401 signs out.
-    void handle(const CloudError& error);
+    // The common sink of server errors: a 401 signs out. False when the error is stale:
+    // a refusal of a request sent before the user signed out, to be dropped unshown.
+    bool handle(const CloudError& error);
 
 signals:
     void changed();
@@ -92,6 +93,7 @@ private:
     std::unique_ptr<CloudClient> client_;
     std::optional<std::string> token_;
     bool working_ = false;
+    bool signingOut_ = false;
     std::optional<std::string> error_;
     std::optional<PendingEmailSignIn> pendingEmail_;
     std::optional<PendingAppleSignIn> pendingApple_;

@@ -44,8 +44,10 @@ void TelegramSettings::adopt(const CloudNotificationSettings& settings) {
 }
 
 void TelegramSettings::fail(const CloudError& error) {
-    account_.handle(error);
-    finish(Status{error.text(), true});
+    if (account_.handle(error))
+        finish(Status{error.text(), true});
+    else
+        finish(std::nullopt);
 }
 
 QCoro::Task<> TelegramSettings::load() {

@@ -292,7 +292,8 @@ void WebsiteMonitor::persist() {
 }
 
 void WebsiteMonitor::report(const CloudError& error) {
-    account_.handle(error);
+    if (!account_.handle(error))
+        return;
     lastError_ = error.text();
     log::error("websites", "Website sync failed: " + error.text());
     emit changed();

@@ -181,6 +181,22 @@ TEST_F(WebsiteMonitorTest, ARevokedTokenSignsOutAndKeepsTheListOnThisComputer) {
               SiteInputError(SiteInputError::Kind::signedOut).text());
 }
 
+TEST_F(WebsiteMonitorTest, APollRefusedWhileTheUserSignsOutIsNotShownAsAnError) {
+    ASSERT_NO_FATAL_FAILURE(signIn());
+    auto websites = monitor();
+    QCoro::waitFor(websites->adoptAccount());
+    // The device is already gone on the server, so the poll below is refused whichever
+    // of the two answers comes back first.
+    const std::string device = settings.value(CloudAccount::kDeviceKey).toString().toStdString();
+    QCoro::waitFor(account->client().revokeDevice(device));
+    auto signingOut = account->signOut();
+    QCoro::waitFor(websites->refresh());
+    QCoro::waitFor(std::move(signingOut));
+    EXPECT_FALSE(account->isSignedIn());
+    EXPECT_EQ(account->error(), std::nullopt);
+    EXPECT_EQ(websites->lastError(), std::nullopt);
+}
+
 TEST_F(WebsiteMonitorTest, AnUnreadableSavedListIsKeptAsideRatherThanOverwritten) {
     settings.setValue(SiteListSettings::kSitesKey, "[{\"id\": ");
     ASSERT_NO_FATAL_FAILURE(signIn());

@@ -4,6 +4,7 @@ owns org.kde.StatusNotifierWatcher, takes registrations, reads each item's prope
 and follows its signals. Writes what it sees, one line each, to the file in argv[1]:
   item <order> <Id> <Title> <pixmaps> <ink: light, dark, or badge when drawn on one>
   tooltip <Id> <tooltip title>
+  icon <Id> <ink>, when the item says its icon changed
   menu <Id> <bus name> <menu path> <entry id>:<label>,… ("-" for a separator)
   gone <Id>
 """
@@ -80,6 +81,9 @@ class Watcher(dbus.service.Object):
             lambda: log.write("tooltip %s %s\n" % (
                 item_id, str(props.Get(ITEM, "ToolTip")[2]).replace(" ", "_"))),
             "NewToolTip", ITEM, bus_name=name, path=path)
+        bus.add_signal_receiver(
+            lambda: log.write("icon %s %s\n" % (item_id, ink(props.Get(ITEM, "IconPixmap")))),
+            "NewIcon", ITEM, bus_name=name, path=path)
         return False
 
     @dbus.service.method(WATCHER, in_signature="s")

@@ -39,6 +39,11 @@ void CombinedTrayItem::showPopover() {
     popover_->showAt(icon_->anchor());
 }
 
+void CombinedTrayItem::repaint() {
+    drawn_.reset();
+    redraw();
+}
+
 void CombinedTrayItem::redraw() {
     SystemMonitor* monitor = controller_->systemMonitor();
     const SystemReading reading =

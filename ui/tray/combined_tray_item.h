@@ -27,6 +27,8 @@ public:
     ~CombinedTrayItem() override;
 
     void showPopover();
+    // Draws the icon again even if the figures are the same: for a panel whose colour changed.
+    void repaint();
 
 signals:
     void settingsRequested();

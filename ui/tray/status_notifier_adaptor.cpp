@@ -91,7 +91,13 @@ QString StatusNotifierAdaptor::status() const {
 }
 
 NotifierPixmaps StatusNotifierAdaptor::iconPixmap() const {
-    return pixmapsOf(item_->icon());
+    // Hosts read the picture again after every NewIcon, and some on every redraw of their own.
+    const qint64 key = item_->icon().cacheKey();
+    if (key != pixmapsKey_) {
+        pixmaps_ = pixmapsOf(item_->icon());
+        pixmapsKey_ = key;
+    }
+    return pixmaps_;
 }
 
 NotifierToolTip StatusNotifierAdaptor::toolTip() const {

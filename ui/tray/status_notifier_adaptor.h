@@ -83,6 +83,8 @@ signals:
 
 private:
     StatusNotifierItem* item_;
+    mutable NotifierPixmaps pixmaps_;
+    mutable qint64 pixmapsKey_ = 0;
 };
 
 } // namespace ravo::ui

@@ -76,6 +76,12 @@ void SystemTrayItems::showDetail(SystemMetric metric) {
     }
 }
 
+void SystemTrayItems::repaint() {
+    for (auto& item : items_)
+        item->drawn.reset();
+    redraw();
+}
+
 void SystemTrayItems::redraw() {
     // Paused for an update, the last figures would go stale in plain sight: show none.
     const bool paused = monitor_->isSuspended();

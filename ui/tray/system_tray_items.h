@@ -32,6 +32,8 @@ public:
     int count() const { return static_cast<int>(items_.size()); }
     int redraws() const { return redraws_; }
     void showDetail(metrics::SystemMetric metric);
+    // Draws the icon again even if the figures are the same: for a panel whose colour changed.
+    void repaint();
 
 private:
     struct Item;

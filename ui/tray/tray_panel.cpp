@@ -33,8 +33,15 @@ void TrayPanel::setCombined(bool combined) {
     build();
 }
 
-void TrayPanel::rebuild() {
-    build();
+void TrayPanel::repaint() {
+    if (combinedItem_)
+        combinedItem_->repaint();
+    if (usageItem_)
+        usageItem_->repaint();
+    if (metricItems_)
+        metricItems_->repaint();
+    if (websitesItem_)
+        websitesItem_->repaint();
 }
 
 void TrayPanel::showUsage() {

@@ -33,8 +33,8 @@ public:
     bool isCombined() const { return combined_; }
     void setCombined(bool combined);
     void showUsage();
-    // Makes the items again, drawn anew: for a panel whose colour changed.
-    void rebuild();
+    // Draws every item again in place: for a panel whose colour changed.
+    void repaint();
 
 signals:
     void settingsRequested(SettingsWindow::Tab tab);

@@ -45,6 +45,11 @@ QMenu* UsageTrayItem::buildMenu() {
     return menu;
 }
 
+void UsageTrayItem::repaint() {
+    drawnKey_.clear();
+    redraw();
+}
+
 void UsageTrayItem::redraw() {
     const auto& snapshot = controller_->snapshot();
     const auto peak = snapshot ? snapshot->peakFraction() : std::nullopt;

@@ -25,6 +25,8 @@ public:
 
     void showPopover();
     UsageView* view() const { return view_; }
+    // Draws the icon again even if the figures are the same: for a panel whose colour changed.
+    void repaint();
 
 signals:
     void settingsRequested();

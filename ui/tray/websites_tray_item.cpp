@@ -40,6 +40,11 @@ void WebsitesTrayItem::showPopover() {
     popover_->showAt(icon_->anchor());
 }
 
+void WebsitesTrayItem::repaint() {
+    drawnKey_.clear();
+    redraw();
+}
+
 void WebsitesTrayItem::redraw() {
     const auto overview = cloud::WebsitesOverview::of(monitor_->sites(), monitor_->states());
     icon_->setVisible(!monitor_->sites().empty());

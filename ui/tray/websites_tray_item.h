@@ -23,6 +23,8 @@ public:
 
     WebsitesView* view() const { return view_; }
     void showPopover();
+    // Draws the icon again even if the figures are the same: for a panel whose colour changed.
+    void repaint();
 
 signals:
     void settingsRequested();
