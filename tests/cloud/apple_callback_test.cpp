@@ -5,18 +5,18 @@
 namespace ravo::cloud {
 namespace {
 
-using Kind = AppleCallback::Kind;
+using CallbackKind = AppleCallback::Kind;
 
 TEST(AppleCallback, TheCodeOfThisAttemptIsTaken) {
     EXPECT_EQ(AppleCallback::parse("ravo://auth/callback?attempt=a1&code=c%2B2", "a1"),
-              (AppleCallback{Kind::code, "c+2"}));
+              (AppleCallback{CallbackKind::code, "c+2"}));
     // Browsers may change the case of scheme and host, and add a fragment.
     EXPECT_EQ(AppleCallback::parse("RAVO://Auth/callback?code=xyz&attempt=a1#_", "a1"),
-              (AppleCallback{Kind::code, "xyz"}));
+              (AppleCallback{CallbackKind::code, "xyz"}));
 }
 
 TEST(AppleCallback, AnythingThatIsNotThisAttemptsCodeFailsWithTheUsersText) {
-    const AppleCallback failed{Kind::failure, AppleCallback::kGenericFailure};
+    const AppleCallback failed{CallbackKind::failure, AppleCallback::kGenericFailure};
     // Another attempt's code, e.g. from an older browser tab, must not sign in.
     EXPECT_EQ(AppleCallback::parse("ravo://auth/callback?attempt=old&code=c", "a1"), failed);
     EXPECT_EQ(AppleCallback::parse("ravo://auth/callback?code=c", "a1"), failed);
@@ -30,8 +30,9 @@ TEST(AppleCallback, AnythingThatIsNotThisAttemptsCodeFailsWithTheUsersText) {
     EXPECT_EQ(AppleCallback::parse("ravo:/", "a1"), failed);
     EXPECT_EQ(AppleCallback::parse("ravo://auth/callback?attempt=a1&error=boom", "a1"), failed);
 
-    EXPECT_EQ(AppleCallback::parse("ravo://auth/callback?attempt=a1&error=rate_limited", "a1"),
-              (AppleCallback{Kind::failure, "Too many attempts. Wait a moment and try again."}));
+    EXPECT_EQ(
+        AppleCallback::parse("ravo://auth/callback?attempt=a1&error=rate_limited", "a1"),
+        (AppleCallback{CallbackKind::failure, "Too many attempts. Wait a moment and try again."}));
     EXPECT_EQ(
         AppleCallback::parse("ravo://auth/callback?attempt=a1&error=apple_not_configured", "a1")
             .text,
@@ -40,9 +41,9 @@ TEST(AppleCallback, AnythingThatIsNotThisAttemptsCodeFailsWithTheUsersText) {
 
 TEST(AppleCallback, CancellingIsQuietWhicheverAttemptItCameFrom) {
     EXPECT_EQ(AppleCallback::parse("ravo://auth/callback?attempt=a1&error=cancelled", "a1").kind,
-              Kind::cancelled);
+              CallbackKind::cancelled);
     EXPECT_EQ(AppleCallback::parse("ravo://auth/callback?attempt=zz&error=cancelled", "a1").kind,
-              Kind::cancelled);
+              CallbackKind::cancelled);
 }
 
 } // namespace

@@ -31,7 +31,7 @@ protected:
             providers, [saved] { return saved; },
             [this, publishFails](const UsageSnapshot& s) -> Status {
                 if (publishFails)
-                    return Failure{"disk full"};
+                    return ravo::Failure{"disk full"};
                 published.push_back(s);
                 return success();
             },

@@ -13,8 +13,8 @@ using namespace metrics;
 
 namespace {
 
-constexpr int kNameWidth = 13;
-constexpr int kValueWidth = 22;
+constexpr int kTextNameWidth = 13;
+constexpr int kTextValueWidth = 22;
 
 const char* levelColor(std::optional<MetricLevel> level) {
     if (!level)
@@ -94,17 +94,18 @@ std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& loc
     text += "\n\n";
     if (frame.metrics.empty())
         text += "No metrics are enabled. Turn them on in Ravo's settings.\n";
-    const int sparkWidth = std::max(0, frame.width - kNameWidth - kValueWidth - 1);
+    const int sparkWidth = std::max(0, frame.width - kTextNameWidth - kTextValueWidth - 1);
     for (SystemMetric metric : frame.metrics) {
         const MetricSummary summary =
             summarizeForLine(frame.reading.value_or(SystemReading{}), metric, locale);
         const std::string value = summary.value.empty() ? "—" : summary.value;
-        text += padded(std::string(displayName(metric)), kNameWidth);
-        text += (frame.color ? levelColor(summary.level) : "") + padded(value, kValueWidth) + reset;
+        text += padded(std::string(displayName(metric)), kTextNameWidth);
+        text +=
+            (frame.color ? levelColor(summary.level) : "") + padded(value, kTextValueWidth) + reset;
         text += frame.sparklineOf(metric, sparkWidth);
         text += "\n";
         if (!summary.detail.empty())
-            text += std::string(kNameWidth, ' ') + summary.detail + "\n";
+            text += std::string(kTextNameWidth, ' ') + summary.detail + "\n";
     }
     text += limitsText(frame, bold, reset);
     text += sessionsText(frame, bold, reset);

@@ -6,16 +6,17 @@
 namespace ravo::metrics::kernel {
 
 namespace {
-using Device = void*;
-struct Utilization {
-    unsigned gpu;
-    unsigned memory;
-};
 constexpr int kSuccess = 0;
 constexpr int kTemperatureGPU = 0;
 } // namespace
 
 struct NvidiaGpu::Api {
+    using Device = void*;
+    struct Utilization {
+        unsigned gpu;
+        unsigned memory;
+    };
+
     void* library = nullptr;
     int (*shutdown)() = nullptr;
     int (*utilizationRates)(Device, Utilization*) = nullptr;
@@ -43,7 +44,7 @@ std::unique_ptr<NvidiaGpu> NvidiaGpu::load() {
     if (!api->library)
         return nullptr;
     int (*init)() = nullptr;
-    int (*handleByIndex)(unsigned, Device*) = nullptr;
+    int (*handleByIndex)(unsigned, Api::Device*) = nullptr;
     if (!resolve(api->library, "nvmlInit_v2", init) ||
         !resolve(api->library, "nvmlDeviceGetHandleByIndex_v2", handleByIndex) ||
         !resolve(api->library, "nvmlDeviceGetUtilizationRates", api->utilizationRates) ||
@@ -63,7 +64,7 @@ NvidiaGpu::NvidiaGpu(std::unique_ptr<Api> api) : api_(std::move(api)) {}
 NvidiaGpu::~NvidiaGpu() = default;
 
 std::optional<double> NvidiaGpu::utilization() const {
-    Utilization rates{};
+    Api::Utilization rates{};
     if (api_->utilizationRates(api_->device, &rates) != kSuccess)
         return std::nullopt;
     return std::clamp(rates.gpu / 100.0, 0.0, 1.0);
