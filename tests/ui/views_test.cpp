@@ -208,6 +208,32 @@ TEST_F(ViewsTest, UsagePopoverExplainsAMissingSetup) {
     testing::saveScreenshot(*popover, "usage-popover-setup");
 }
 
+TEST_F(ViewsTest, AClosedPopoverCatchesUpAsItOpensAndStillClearsABottomPanel) {
+    const auto labels = [](const QWidget& root) {
+        std::string text;
+        for (const QLabel* label : root.findChildren<QLabel*>())
+            text += label->text().toStdString() + "\n";
+        return text;
+    };
+    controller->setTracksSessions(false);
+    auto* view = new UsageView(controller.get());
+    PopoverWindow popover(view);
+    const QRect tray(900, 744, 24, 24);
+    popover.showAt(tray);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&popover));
+    popover.hide();
+
+    // Nobody sees the popover, so the sessions wait for it to open...
+    controller->setTracksSessions(true);
+    EXPECT_EQ(labels(*view).find("shop"), std::string::npos);
+    // ...and are there as it opens, with the taller popover still above the panel.
+    popover.showAt(tray);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&popover));
+    EXPECT_NE(visibleText(popover).find("shop"), std::string::npos);
+    EXPECT_LE(popover.geometry().bottom(), tray.top()) << popover.geometry().bottom();
+    EXPECT_TRUE(clippedLabels(popover).empty());
+}
+
 TEST_F(ViewsTest, TheCombinedItemsOverviewHasTheMachineTheLimitsAndTheSessions) {
     auto popover = inPopover(new OverviewView(controller.get()));
     const std::string text = visibleText(*popover);
@@ -462,6 +488,14 @@ TEST_F(ViewsTest, WithoutATrayTheOverviewWindowFitsKeepsItsSizeAndQuitsWhenClose
     EXPECT_TRUE(kept.at(0).at(0).toBool());
     EXPECT_FALSE(kept.at(1).at(0).toBool());
     EXPECT_TRUE(settings.value(DashboardWindow::kKeepRunningKey).toBool());
+
+    // What changed while it was away is there when it comes back.
+    controller->setTracksSessions(false);
+    again.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&again));
+    QTest::qWait(20);
+    EXPECT_NE(visibleText(again).find("Turn on “Track agent sessions” in Settings"),
+              std::string::npos);
 }
 
 // The network detail and the Network tab with a real watchdog, fed by a probe that always

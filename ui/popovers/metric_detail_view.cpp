@@ -9,6 +9,7 @@
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/sparkline_widget.h"
 #include "ui/widgets/usage_bar.h"
+#include "ui/widgets/visible_refresh.h"
 
 #include <QFormLayout>
 #include <QGridLayout>
@@ -67,8 +68,9 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric,
     if (metric == SystemMetric::network && (connection.watchdog || connection.speedTest))
         layout->addWidget(new ConnectionSection(connection.watchdog, connection.speedTest));
 
-    connect(monitor_, &SystemMonitor::readingChanged, this, &MetricDetailView::refresh);
-    connect(monitor_, &SystemMonitor::hardwareChanged, this, &MetricDetailView::refresh);
+    auto* keepCurrent = new VisibleRefresh(this, [this] { refresh(); });
+    connect(monitor_, &SystemMonitor::readingChanged, keepCurrent, &VisibleRefresh::request);
+    connect(monitor_, &SystemMonitor::hardwareChanged, keepCurrent, &VisibleRefresh::request);
     refresh();
 }
 

@@ -7,6 +7,7 @@
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/sparkline_widget.h"
+#include "ui/widgets/visible_refresh.h"
 
 #include <QGridLayout>
 #include <QVBoxLayout>
@@ -29,9 +30,11 @@ OverviewView::OverviewView(app::AppController* controller, QWidget* parent)
     usage_ = new UsageView(controller);
     layout->addWidget(usage_);
     if (auto* monitor = controller_->systemMonitor()) {
-        connect(monitor, &SystemMonitor::readingChanged, this, &OverviewView::refresh);
-        connect(monitor, &SystemMonitor::enabledMetricsChanged, this, &OverviewView::refresh);
-        connect(monitor, &SystemMonitor::metricOrderChanged, this, &OverviewView::refresh);
+        auto* keepCurrent = new VisibleRefresh(this, [this] { refresh(); });
+        connect(monitor, &SystemMonitor::readingChanged, keepCurrent, &VisibleRefresh::request);
+        connect(monitor, &SystemMonitor::enabledMetricsChanged, keepCurrent,
+                &VisibleRefresh::request);
+        connect(monitor, &SystemMonitor::metricOrderChanged, keepCurrent, &VisibleRefresh::request);
     }
     refresh();
 }

@@ -10,6 +10,7 @@
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/popover_window.h"
 #include "ui/widgets/usage_bar.h"
+#include "ui/widgets/visible_refresh.h"
 #include "usage/core/usage_text.h"
 
 #include <QGridLayout>
@@ -103,14 +104,18 @@ UsageView::UsageView(app::AppController* controller, QWidget* parent)
     connect(settings, &QPushButton::clicked, this, &UsageView::settingsRequested);
     connect(quit, &QPushButton::clicked, this, &UsageView::quitRequested);
 
-    connect(controller_, &app::AppController::snapshotChanged, this, &UsageView::rebuild);
-    connect(controller_, &app::AppController::sessionsChanged, this, &UsageView::rebuild);
-    connect(controller_, &app::AppController::settingsChanged, this, &UsageView::rebuild);
+    auto* keepCurrent = new VisibleRefresh(this, [this] { rebuild(); });
+    connect(controller_, &app::AppController::snapshotChanged, keepCurrent,
+            &VisibleRefresh::request);
+    connect(controller_, &app::AppController::sessionsChanged, keepCurrent,
+            &VisibleRefresh::request);
+    connect(controller_, &app::AppController::settingsChanged, keepCurrent,
+            &VisibleRefresh::request);
     // Reset times and ages count down while the popover is open.
     auto* clock = new QTimer(this);
     clock->setInterval(30'000);
     clock->setTimerType(Qt::VeryCoarseTimer);
-    connect(clock, &QTimer::timeout, this, &UsageView::rebuild);
+    connect(clock, &QTimer::timeout, keepCurrent, &VisibleRefresh::request);
     clock->start();
     rebuild();
 }

@@ -6,6 +6,7 @@
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/site_health.h"
+#include "ui/widgets/visible_refresh.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -59,7 +60,8 @@ WebsitesView::WebsitesView(cloud::WebsiteMonitor* monitor, QWidget* parent)
     footer->addWidget(settings);
     layout->addLayout(footer);
     connect(settings, &QPushButton::clicked, this, &WebsitesView::settingsRequested);
-    connect(monitor_, &cloud::WebsiteMonitor::changed, this, &WebsitesView::rebuild);
+    auto* keepCurrent = new VisibleRefresh(this, [this] { rebuild(); });
+    connect(monitor_, &cloud::WebsiteMonitor::changed, keepCurrent, &VisibleRefresh::request);
     rebuild();
 }
 

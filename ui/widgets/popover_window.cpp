@@ -44,6 +44,7 @@ QScreen* PopoverWindow::screenFor(const QRect& anchor) const {
 
 void PopoverWindow::showAt(const QRect& anchor) {
     QToolTip::hideText(); // the item's tooltip would sit over the popover
+    emit aboutToShow();
     adjustSize();
     QScreen* screen = screenFor(anchor);
     const QRect around = anchor.isValid() ? anchor : QRect(QCursor::pos(), QSize(1, 1));

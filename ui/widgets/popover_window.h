@@ -21,6 +21,8 @@ public:
     void toggleAt(const QRect& anchor);
 
 signals:
+    // Before the popover takes its size from the content: the last moment to update it.
+    void aboutToShow();
     void closed();
 
 protected:
