@@ -22,9 +22,10 @@
 #include "usage/claude_usage_probe.h"
 #include "usage/core/codex_rate_limits.h"
 #include "usage/usage_refresher.h"
-#include <QComboBox>
 
 #include <QCheckBox>
+#include <QComboBox>
+#include <QGuiApplication>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -218,7 +219,8 @@ TEST_F(ViewsTest, AClosedPopoverCatchesUpAsItOpensAndStillClearsABottomPanel) {
     controller->setTracksSessions(false);
     auto* view = new UsageView(controller.get());
     PopoverWindow popover(view);
-    const QRect tray(900, 744, 24, 24);
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    const QRect tray(screen.center().x(), screen.bottom() - 23, 24, 24);
     popover.showAt(tray);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&popover));
     popover.hide();
