@@ -483,25 +483,24 @@ bool AppController::isSignInCallback(const std::string& url) {
     return QUrl(QString::fromStdString(url)).host() == "auth";
 }
 
-void AppController::handleLink(const std::string& url) {
-    if (!isSignInCallback(url)) {
-        openSession(url);
-        return;
-    }
+bool AppController::handleLink(const std::string& url) {
+    if (!isSignInCallback(url))
+        return openSession(url);
     // The callback carries a one-time code, so it is never logged.
     if (cloudAccount_)
         cloudAccount_->finishAppleSignIn(url);
+    return false;
 }
 
-void AppController::openSession(const std::string& url) {
+bool AppController::openSession(const std::string& url) {
     const auto link = SessionLink::parse(url);
     if (!link) {
         qCWarning(lcApp).noquote() << "Not a session link:" << QString::fromStdString(url);
-        return;
+        return false;
     }
     const auto session = sessions::SessionStore::load(link->provider, link->sessionID);
-    if (const auto place = sessions::SessionStore::loadPlace(link->provider, link->sessionID))
-        bringSessionForward(*place);
+    const auto place = sessions::SessionStore::loadPlace(link->provider, link->sessionID);
+    const bool broughtForward = place && bringSessionForward(*place);
     if (session && session->state == sessions::AgentSession::State::done) {
         if (const Status removed =
                 sessions::SessionStore::apply(sessions::Remove{}, link->provider, link->sessionID);
@@ -509,6 +508,7 @@ void AppController::openSession(const std::string& url) {
             qCWarning(lcApp).noquote() << QString::fromStdString(removed.error());
         reloadSessions();
     }
+    return broughtForward;
 }
 
 } // namespace ravo::app

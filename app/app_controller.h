@@ -117,10 +117,12 @@ public:
     QCoro::Task<> signOut();
     QCoro::Task<> deleteAccount();
     // A ravo:// link handed to Ravo: the browser's sign-in callback, or a session link.
-    void handleLink(const std::string& url);
+    // True when it brought a session's terminal forward.
+    bool handleLink(const std::string& url);
     static bool isSignInCallback(const std::string& url);
-    // A finished session disappears once the user has opened it.
-    void openSession(const std::string& url);
+    // A finished session disappears once the user has opened it. True when the session's
+    // terminal was brought forward.
+    bool openSession(const std::string& url);
 
     const std::optional<usage::UsageSnapshot>& snapshot() const { return snapshot_; }
     const std::vector<sessions::AgentSession>& sessions() const { return sessions_; }

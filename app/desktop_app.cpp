@@ -103,7 +103,10 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     QObject::connect(&instance, &SingleInstance::showUsageRequested, &application, showUsage);
     QObject::connect(&instance, &SingleInstance::openRequested, controller,
                      [controller, showUsage, &settings](const QString& url) {
-                         controller->handleLink(url.toStdString());
+                         // A terminal brought forward stays in front; without one the
+                         // sessions are to be found in the usage view.
+                         if (controller->handleLink(url.toStdString()))
+                             return;
                          if (AppController::isSignInCallback(url.toStdString()))
                              settings.showTab(ui::SettingsWindow::kAccountTab);
                          else
