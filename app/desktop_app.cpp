@@ -102,12 +102,13 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     }
     QObject::connect(&instance, &SingleInstance::showUsageRequested, &application, showUsage);
     QObject::connect(&instance, &SingleInstance::openRequested, controller,
-                     [controller, showUsage, &settings](const QString& url) {
+                     [controller, showUsage, &settings](const QString& text) {
+                         const std::string url = text.toStdString();
                          // A terminal brought forward stays in front; without one the
                          // sessions are to be found in the usage view.
-                         if (controller->handleLink(url.toStdString()))
+                         if (controller->handleLink(url))
                              return;
-                         if (AppController::isSignInCallback(url.toStdString()))
+                         if (AppController::isSignInCallback(url))
                              settings.showTab(ui::SettingsWindow::kAccountTab);
                          else
                              showUsage();

@@ -200,15 +200,10 @@ QCoro::Task<> CloudAccount::setUpSession(CloudResult<CloudLogin> login,
 QCoro::Task<> CloudAccount::refresh() {
     const auto record = co_await client_->me();
     if (const auto* failure = std::get_if<CloudError>(&record)) {
-        if (failure->kind == CloudError::Kind::unauthorized) {
-            if (!token_ || signingOut_)
-                co_return;
-            forgetSession();
-            error_ = failure->text();
-            emit changed();
-        } else {
+        if (failure->kind == CloudError::Kind::unauthorized)
+            handle(*failure);
+        else
             log::error("cloud", "Account refresh failed: " + failure->text());
-        }
         co_return;
     }
     me_ = std::get<CloudMe>(record);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Opening a session raises the X11 terminal its agent runs in: xterm gives the agent the
-# id of its inner window in WINDOWID, and another window lies over it.
+# Opening a session raises the X11 terminal its agent runs in: xterm gives the agent its
+# window's id in WINDOWID, and another window lies over that window.
 set -Eeuo pipefail
 bin=$1
 source "$(dirname "$0")/lib.sh"

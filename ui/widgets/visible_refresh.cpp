@@ -17,6 +17,8 @@ void VisibleRefresh::request() {
         refresh_();
         return;
     }
+    if (stale_)
+        return; // already waiting: changes come every sample, the hook is made once
     stale_ = true;
     // A popover's size and place come from its content, so that must be current before
     // it shows; a plain show event comes too late for that.
