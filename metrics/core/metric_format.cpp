@@ -1,6 +1,7 @@
 #include "metrics/core/metric_format.h"
 
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -40,9 +41,11 @@ FormatLocale FormatLocale::fromEnvironment() {
 std::string MetricFormat::decimal(double value, int digits, const FormatLocale& locale) {
     if (value == 0)
         value = 0; // no "-0"
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%.*f", digits, value);
-    std::string text = buffer;
+    // to_chars rounds as printf does, without its locale and format-string machinery.
+    char buffer[400]; // the widest double in fixed notation
+    const auto written =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, digits);
+    std::string text(buffer, written.ec == std::errc() ? written.ptr : buffer);
     if (const auto dot = text.find('.'); dot != std::string::npos) {
         while (text.back() == '0')
             text.pop_back();

@@ -35,6 +35,12 @@ done
 [ "$(screen | LC_ALL=C.UTF-8 wc -L)" -le 80 ] || fail "a row is wider than 80"
 screen | tail -n 1 | grep -q "q quit" || fail "the keys are not on the last row"
 
+# Arrows as the terminal's keypad sends them, first thing: Down selects the next metric.
+selected() { term capture-pane -p -e -t dash | grep $'\e\\[7m' | grep -q "$1"; }
+wait_until 5 selected Processor || fail "Processor is not selected at first: $(screen)"
+term send-keys -t dash Down
+wait_until 5 selected Memory || fail "Down did not select Memory: $(screen)"
+
 # Keys: help opens and any key closes it; Tab moves the focus to the next section.
 term send-keys -t dash '?'
 wait_until 5 shows "open the selected session" || fail "no help: $(screen)"

@@ -160,6 +160,33 @@ TEST_F(DashboardLayoutTest, ABigTerminalShowsTwoColumnsCoresDetailsAndLongerHist
     EXPECT_NE(row.find(sixty), std::string::npos) << row;
 }
 
+TEST_F(DashboardLayoutTest, ALayoutOnTheLastFramesCellsEqualsOneOnFreshCells) {
+    // The help box and a wider, taller screen leave cells behind that the next frame must
+    // not show.
+    DashboardView help;
+    help.showsHelp = true;
+    ScreenGrid canvas = layoutDashboard(busyFrame(200, 60, 30), help, {}).grid;
+    for (const auto& [width, height] : {std::pair{80, 24}, {200, 60}, {120, 40}}) {
+        const auto frame = busyFrame(width, height, 2);
+        DashboardScreen reused = layoutDashboard(frame, {}, {}, std::move(canvas));
+        EXPECT_EQ(reused.grid, layoutDashboard(frame, {}, {}).grid) << width << "x" << height;
+        canvas = std::move(reused.grid);
+    }
+}
+
+TEST(ScreenGridChanges, SpanCoversExactlyTheCellsThatDiffer) {
+    ScreenGrid before(20, 2), after(20, 2);
+    before.put(0, 0, "cpu ▁▂▃ 42%");
+    after.put(0, 0, "cpu ▂▃▄ 42%");
+    EXPECT_EQ(after.changedSpan(before, 0), (ScreenGrid::Span{4, 7}));
+    EXPECT_EQ(after.changedSpan(before, 1), std::nullopt);
+    // A style alone is a change; so is a row that got shorter.
+    after.restyle(1, 19, 1, {Tone::dim});
+    EXPECT_EQ(after.changedSpan(before, 1), (ScreenGrid::Span{19, 20}));
+    before.put(0, 12, "left over");
+    EXPECT_EQ(after.changedSpan(before, 0), (ScreenGrid::Span{4, 20}));
+}
+
 TEST_F(DashboardLayoutTest, TheSelectedSessionStaysInSightAndClicksFindIt) {
     const auto frame = busyFrame(80, 24, 30);
     DashboardView view;

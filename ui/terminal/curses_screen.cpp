@@ -100,6 +100,12 @@ CursesScreen::CursesScreen(QObject* parent) : QObject(parent) {
     if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0)
         std::setlocale(LC_CTYPE, "C.UTF-8");
     initscr();
+    // ncurses stays in its start-up state until it has once come back from endwin, and in
+    // that state it sends its output at every cursor move: a dozen small writes a frame
+    // instead of one. Nothing is on the screen yet, so the round trip is not seen; the
+    // modes below are set after it, as the way back does not restore them all.
+    endwin();
+    refresh();
     cbreak();
     noecho();
     nonl();
@@ -146,8 +152,7 @@ int CursesScreen::height() const {
     return LINES;
 }
 
-void CursesScreen::draw(ScreenGrid grid) {
-    // Most frames differ from the last in a few rows; only those are handed to ncurses.
+ScreenGrid CursesScreen::draw(ScreenGrid grid) {
     const bool whole = !last_ || resizedSinceDraw_ || last_->width() != grid.width() ||
                        last_->height() != grid.height();
     resizedSinceDraw_ = false;
@@ -158,33 +163,45 @@ void CursesScreen::draw(ScreenGrid grid) {
     std::string run;
     bool changed = whole;
     for (int row = 0; row < rows; ++row) {
-        if (!whole && last_->sameRow(grid, row))
-            continue;
+        // Most frames differ from the last in a few cells of a few rows; only those are
+        // handed to ncurses, which then compares and sends no more than that.
+        ScreenGrid::Span span{0, columns};
+        if (!whole) {
+            const auto differs = grid.changedSpan(*last_, row);
+            if (!differs)
+                continue;
+            span = *differs;
+            // Start on a whole character, in this frame and in the one on the terminal.
+            while (span.first > 0 && (grid.at(row, span.first).glyph.view().empty() ||
+                                      last_->at(row, span.first).glyph.view().empty()))
+                --span.first;
+            span.end = std::min(span.end, columns);
+        }
         changed = true;
-        move(row, 0);
-        clrtoeol();
-        int column = 0;
-        while (column < columns) {
-            // One call per run of cells that look alike; blanks are there already.
+        int column = span.first;
+        while (column < span.end) {
+            // One call per run of cells that look alike.
             const CellStyle style = grid.at(row, column).style;
             const int start = column;
             run.clear();
             bool blank = true;
-            for (; column < columns && grid.at(row, column).style == style; ++column) {
+            for (; column < span.end && grid.at(row, column).style == style; ++column) {
                 const std::string_view glyph = grid.at(row, column).glyph.view();
                 blank = blank && glyph == " ";
                 run += glyph;
             }
-            if (blank && style == CellStyle{})
-                continue;
+            if (whole && blank && style == CellStyle{})
+                continue; // erased already
             attrset(attributesOf(style, color_));
-            mvaddstr(row, start, run.c_str());
+            mvaddnstr(row, start, run.data(), static_cast<int>(run.size()));
         }
     }
     attrset(A_NORMAL);
     if (changed)
         refresh();
+    ScreenGrid previous = last_ ? std::move(*last_) : ScreenGrid(0, 0);
     last_ = std::move(grid);
+    return previous;
 }
 
 void CursesScreen::takeNewSize() {

@@ -29,8 +29,9 @@ public:
     int width() const;
     int height() const;
     bool hasColor() const { return color_; }
-    // Taken by value: the frame is kept to compare the next one with.
-    void draw(ScreenGrid grid);
+    // Taken by value: the frame is kept to compare the next one with. Returns the frame
+    // before, whose storage the next layout can reuse.
+    ScreenGrid draw(ScreenGrid grid);
 
 signals:
     void keyPressed(ravo::ui::DashboardKey key);

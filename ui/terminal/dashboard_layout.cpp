@@ -374,8 +374,9 @@ void drawHelp(DashboardScreen& screen) {
 } // namespace
 
 DashboardScreen layoutDashboard(const DashboardFrame& frame, const DashboardView& view,
-                                const FormatLocale& locale) {
-    DashboardScreen screen{ScreenGrid(frame.width, frame.height), {}};
+                                const FormatLocale& locale, ScreenGrid canvas) {
+    canvas.reset(frame.width, frame.height);
+    DashboardScreen screen{std::move(canvas), {}};
     if (frame.width < kSmallestDashboardWidth || frame.height < kSmallestDashboardHeight) {
         screen.grid.put(0, 0, "Too small for Ravo:");
         screen.grid.put(1, 0, "it needs at least 40×10.");

@@ -20,8 +20,9 @@ inline constexpr int kSmallestDashboardHeight = 10;
 // One full screen of the dashboard at the frame's size: a header, the machine, the AI
 // limits and the sessions, and a line of keys. Side by side from 120 columns; what does
 // not fit goes in order of importance (details first, then limit windows), and the
-// session list scrolls to keep the selected one in sight.
+// session list scrolls to keep the selected one in sight. `canvas` lends its storage.
 DashboardScreen layoutDashboard(const DashboardFrame& frame, const DashboardView& view,
-                                const metrics::FormatLocale& locale);
+                                const metrics::FormatLocale& locale,
+                                ScreenGrid canvas = ScreenGrid(0, 0));
 
 } // namespace ravo::ui

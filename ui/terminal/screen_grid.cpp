@@ -188,6 +188,12 @@ ScreenGrid::ScreenGrid(int width, int height)
     : width_(std::max(width, 0)), height_(std::max(height, 0)),
       cells_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)) {}
 
+void ScreenGrid::reset(int width, int height) {
+    width_ = std::max(width, 0);
+    height_ = std::max(height, 0);
+    cells_.assign(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_), Cell{});
+}
+
 int ScreenGrid::put(int row, int column, std::string_view text, CellStyle style, int limit) {
     if (row < 0 || row >= height_ || column < 0 || column >= width_)
         return column;
@@ -236,10 +242,21 @@ const Cell& ScreenGrid::at(int row, int column) const {
 // by cell, and every frame compares every row.
 static_assert(std::has_unique_object_representations_v<Cell>);
 
-bool ScreenGrid::sameRow(const ScreenGrid& other, int row) const {
-    const std::size_t start = static_cast<std::size_t>(row) * static_cast<std::size_t>(width_);
-    return std::memcmp(cells_.data() + start, other.cells_.data() + start,
-                       static_cast<std::size_t>(width_) * sizeof(Cell)) == 0;
+std::optional<ScreenGrid::Span> ScreenGrid::changedSpan(const ScreenGrid& other, int row) const {
+    const Cell* mine = cells_.data() + static_cast<std::ptrdiff_t>(row) * width_;
+    const Cell* theirs = other.cells_.data() + static_cast<std::ptrdiff_t>(row) * width_;
+    const auto same = [&](int column, int count) {
+        return std::memcmp(mine + column, theirs + column,
+                           static_cast<std::size_t>(count) * sizeof(Cell)) == 0;
+    };
+    if (same(0, width_))
+        return std::nullopt;
+    Span span{0, width_};
+    while (same(span.first, 1))
+        ++span.first;
+    while (same(span.end - 1, 1))
+        --span.end;
+    return span;
 }
 
 std::string ScreenGrid::rowText(int row) const {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,6 +61,10 @@ class ScreenGrid {
 public:
     ScreenGrid(int width, int height);
 
+    // Blank at the new size, keeping the storage: a frame every two seconds need not
+    // allocate and fault in a fresh block of cells.
+    void reset(int width, int height);
+
     int width() const { return width_; }
     int height() const { return height_; }
 
@@ -72,8 +77,14 @@ public:
     // A row's characters, with trailing blanks removed.
     std::string rowText(int row) const;
 
-    // Whether `other`, of the same size, shows the same row.
-    bool sameRow(const ScreenGrid& other, int row) const;
+    // The columns [first, end) of `row` that differ from `other`, of the same size; none
+    // when the row is the same.
+    struct Span {
+        int first = 0;
+        int end = 0;
+        bool operator==(const Span&) const = default;
+    };
+    std::optional<Span> changedSpan(const ScreenGrid& other, int row) const;
     bool operator==(const ScreenGrid&) const = default;
 
 private:

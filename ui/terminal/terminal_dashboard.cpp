@@ -82,9 +82,9 @@ void TerminalDashboard::redraw() {
     frame.width = screen_->width();
     frame.height = screen_->height();
     frame.color = screen_->hasColor();
-    DashboardScreen laidOut = layoutDashboard(frame, view_, locale_);
+    DashboardScreen laidOut = layoutDashboard(frame, view_, locale_, std::move(spare_));
     areas_ = std::move(laidOut.areas);
-    screen_->draw(std::move(laidOut.grid));
+    spare_ = screen_->draw(std::move(laidOut.grid));
 }
 
 } // namespace ravo::ui

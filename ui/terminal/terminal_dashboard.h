@@ -3,6 +3,7 @@
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_metric.h"
 #include "ui/terminal/dashboard_controls.h"
+#include "ui/terminal/screen_grid.h"
 
 #include <QObject>
 
@@ -43,6 +44,7 @@ private:
     metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
     DashboardView view_;
     std::vector<HitArea> areas_;
+    ScreenGrid spare_{0, 0}; // the frame before last, drawn over by the next
     std::map<metrics::SystemMetric, std::deque<double>> history_;
     std::deque<double> networkIn_;
 };
