@@ -54,26 +54,6 @@ char32_t nextCodePoint(std::string_view text, std::size_t& at) {
     return point;
 }
 
-std::string encode(char32_t point) {
-    std::string out;
-    if (point < 0x80) {
-        out += static_cast<char>(point);
-    } else if (point < 0x800) {
-        out += static_cast<char>(0xC0 | (point >> 6));
-        out += static_cast<char>(0x80 | (point & 0x3F));
-    } else if (point < 0x10000) {
-        out += static_cast<char>(0xE0 | (point >> 12));
-        out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (point & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (point >> 18));
-        out += static_cast<char>(0x80 | ((point >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (point & 0x3F));
-    }
-    return out;
-}
-
 // The terminal's own idea of the width, so the layout agrees with what ncurses draws.
 int columnsOf(char32_t& point) {
     if (point < 0x20 || (point >= 0x7F && point < 0xA0)) {
@@ -90,21 +70,35 @@ int columnsOf(char32_t& point) {
     return width;
 }
 
+// A character as the terminal draws it: its bytes in the text with the marks that ride
+// on it, or "?" for one that cannot be shown. Views into the text, so measuring and
+// cutting a line allocates nothing per character.
 struct Glyph {
-    std::string text;
+    std::string_view text;
     int columns = 0;
+    bool replaced = false;
 };
 
 std::vector<Glyph> glyphs(std::string_view text) {
     std::vector<Glyph> out;
+    out.reserve(text.size());
     std::size_t at = 0;
     while (at < text.size()) {
+        const std::size_t start = at;
         char32_t point = nextCodePoint(text, at);
         const int columns = columnsOf(point);
-        if (columns == 0 && !out.empty())
-            out.back().text += encode(point); // a combining mark rides on its base
-        else if (columns > 0)
-            out.push_back({encode(point), columns});
+        const std::string_view bytes = text.substr(start, at - start);
+        if (columns == 0) {
+            // A mark without a base, or on a "?", is dropped.
+            if (!out.empty() && !out.back().replaced)
+                out.back().text = std::string_view(
+                    out.back().text.data(),
+                    static_cast<std::size_t>(bytes.data() + bytes.size() - out.back().text.data()));
+        } else if (point == kReplacement && bytes != "?") {
+            out.push_back({"?", columns, true});
+        } else {
+            out.push_back({bytes, columns, false});
+        }
     }
     return out;
 }
@@ -181,7 +175,6 @@ CellGlyph::CellGlyph(std::string_view text) : bytes_{} {
            (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80)
         --size;
     std::copy_n(text.begin(), size, bytes_.begin());
-    size_ = static_cast<std::uint8_t>(size);
 }
 
 ScreenGrid::ScreenGrid(int width, int height)
@@ -191,7 +184,14 @@ ScreenGrid::ScreenGrid(int width, int height)
 void ScreenGrid::reset(int width, int height) {
     width_ = std::max(width, 0);
     height_ = std::max(height, 0);
-    cells_.assign(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_), Cell{});
+    cells_.resize(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
+    if (cells_.empty())
+        return;
+    // One blank row, then copies of it in blocks: far quicker than cell by cell.
+    const auto row = cells_.begin() + width_;
+    std::fill(cells_.begin(), row, Cell{});
+    for (auto at = row; at != cells_.end(); at += width_)
+        std::copy(cells_.begin(), row, at);
 }
 
 int ScreenGrid::put(int row, int column, std::string_view text, CellStyle style, int limit) {
@@ -214,8 +214,11 @@ int ScreenGrid::put(int row, int column, std::string_view text, CellStyle style,
     int total = 0;
     for (const auto& glyph : all)
         total += glyph.columns;
-    if (total > room)
-        all = glyphs(fitText(text, room));
+    std::string fitted; // the glyphs below point into it
+    if (total > room) {
+        fitted = fitText(text, room);
+        all = glyphs(fitted);
+    }
     for (auto& glyph : all) {
         auto& cell = cells_[static_cast<std::size_t>(row * width_ + column)];
         cell = {CellGlyph(glyph.text), style};
@@ -241,6 +244,7 @@ const Cell& ScreenGrid::at(int row, int column) const {
 // Cells have no padding, so a row compares as one block of bytes: far quicker than cell
 // by cell, and every frame compares every row.
 static_assert(std::has_unique_object_representations_v<Cell>);
+static_assert(sizeof(Cell) == 8);
 
 std::optional<ScreenGrid::Span> ScreenGrid::changedSpan(const ScreenGrid& other, int row) const {
     const Cell* mine = cells_.data() + static_cast<std::ptrdiff_t>(row) * width_;

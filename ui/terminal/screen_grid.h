@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,20 +22,23 @@ struct CellStyle {
 
 // One character in UTF-8 with its combining marks, kept inline: a frame has thousands of
 // cells, and building, copying and comparing them as strings was most of a frame's cost.
-// Marks past the capacity are dropped, as terminals drop them too.
+// A cell is eight bytes, so a big terminal's frame stays small enough to be cleared and
+// compared quickly: there is room for a character and a mark or two. Marks past that are
+// dropped, as terminals drop them too.
 class CellGlyph {
 public:
-    static constexpr std::size_t kCapacity = 14;
+    static constexpr std::size_t kCapacity = 5;
 
     CellGlyph() = default; // a blank
     explicit CellGlyph(std::string_view text);
 
-    std::string_view view() const { return {bytes_.data(), size_}; }
+    // Empty behind a wide character. Control characters are drawn as "?", so a glyph has no
+    // zero byte, and unused bytes mark its end.
+    std::string_view view() const { return {bytes_.data(), ::strnlen(bytes_.data(), kCapacity)}; }
     bool operator==(const CellGlyph&) const = default;
 
 private:
-    std::array<char, kCapacity> bytes_{' '}; // unused bytes stay zero, so == can compare all
-    std::uint8_t size_ = 1;
+    std::array<char, kCapacity> bytes_{' '};
 };
 
 struct Cell {
