@@ -10,6 +10,12 @@ namespace ravo::metrics::kernel {
 
 namespace {
 
+// The kernel fills a read of these files with at least a page before it stops short of
+// the end, one record at a time, and their records are lines far under this. So a read
+// that comes back shorter has the whole file, and the read that would only find the end
+// is saved, one system call per file at every sample.
+constexpr std::size_t kShortReadIsWhole = 2048;
+
 // Reads from offset 0 to the end; nullopt on an error or past `limit`.
 std::optional<std::string> readFromStart(int fd, std::size_t limit) {
     std::string content;
@@ -25,6 +31,8 @@ std::optional<std::string> readFromStart(int fd, std::size_t limit) {
         if (content.size() + static_cast<std::size_t>(n) > limit)
             return std::nullopt;
         content.append(buffer, static_cast<std::size_t>(n));
+        if (content.size() < kShortReadIsWhole)
+            return content;
     }
 }
 

@@ -1,9 +1,12 @@
 #include "metrics/platform/linux/kernel_files.h"
 #include "metrics/platform/linux/proc_parsers.h"
 
+#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <thread>
+#include <unistd.h>
 
 namespace ravo::metrics::kernel {
 namespace {
@@ -24,6 +27,35 @@ TEST(KernelFiles, ReadingAgainGivesTheKernelsFreshFigures) {
     const auto second = files.read("/proc/stat", 1 << 20);
     ASSERT_TRUE(second);
     EXPECT_GT(totalTicks(*second), totalTicks(*first));
+}
+
+TEST(KernelFiles, AKernelFileOfManyPagesIsReadWhole) {
+    // The kernel hands such a file over a page or so at a time, each read short of what
+    // was asked: none of them may be taken for the end. Pages of alternating protection
+    // give this process's map a line each.
+    const long page = ::sysconf(_SC_PAGESIZE);
+    constexpr int kPages = 400;
+    char* block = static_cast<char*>(::mmap(nullptr, static_cast<std::size_t>(page) * kPages,
+                                            PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(block, MAP_FAILED);
+    for (int i = 0; i < kPages; i += 2)
+        ::mprotect(block + i * page, static_cast<std::size_t>(page), PROT_NONE);
+    const auto lines = [](const std::string& text) {
+        return std::count(text.begin(), text.end(), '\n');
+    };
+    std::string expected;
+    {
+        std::ifstream maps("/proc/self/maps");
+        expected.assign(std::istreambuf_iterator<char>(maps), {});
+    }
+    KernelFiles files;
+    const auto content = files.read("/proc/self/maps", 1 << 20);
+    ::munmap(block, static_cast<std::size_t>(page) * kPages);
+    ASSERT_TRUE(content);
+    EXPECT_GT(content->size(), 4u * 4096u);
+    EXPECT_EQ(lines(*content), lines(expected));
+    EXPECT_EQ(content->substr(content->rfind('\n', content->size() - 2)),
+              expected.substr(expected.rfind('\n', expected.size() - 2)));
 }
 
 TEST(KernelFiles, FollowsAFileRewrittenInPlaceAndLetsGoOfOnesThatFail) {
