@@ -103,28 +103,17 @@ std::vector<Glyph> glyphs(std::string_view text) {
     return out;
 }
 
-} // namespace
-
-int displayWidth(std::string_view text) {
-    int total = 0;
-    for (const auto& glyph : glyphs(text))
-        total += glyph.columns;
-    return total;
-}
-
-std::string fitText(std::string_view text, int width) {
+// The glyphs of `text` in at most `width` columns; a cut line ends with "…", at the end of
+// a word when that keeps most of the line.
+std::vector<Glyph> fittedGlyphs(std::string_view text, int width) {
     if (width <= 0)
         return {};
-    const auto all = glyphs(text);
+    auto all = glyphs(text);
     int total = 0;
     for (const auto& glyph : all)
         total += glyph.columns;
-    if (total <= width) {
-        std::string out;
-        for (const auto& glyph : all)
-            out += glyph.text;
-        return out;
-    }
+    if (total <= width)
+        return all;
     // Room for the ellipsis; then back to a word's end if that loses under a third.
     std::size_t kept = 0;
     int used = 0;
@@ -137,10 +126,25 @@ std::string fitText(std::string_view text, int width) {
         kept = wordEnd;
     while (kept > 0 && (all[kept - 1].text == " " || all[kept - 1].text == ","))
         --kept;
+    all.resize(kept);
+    all.push_back({"…", 1, false});
+    return all;
+}
+
+} // namespace
+
+int displayWidth(std::string_view text) {
+    int total = 0;
+    for (const auto& glyph : glyphs(text))
+        total += glyph.columns;
+    return total;
+}
+
+std::string fitText(std::string_view text, int width) {
     std::string out;
-    for (std::size_t i = 0; i < kept; ++i)
-        out += all[i].text;
-    return out + "…";
+    for (const auto& glyph : fittedGlyphs(text, width))
+        out += glyph.text;
+    return out;
 }
 
 std::vector<std::string> wrapText(std::string_view text, int width) {
@@ -177,9 +181,9 @@ CellGlyph::CellGlyph(std::string_view text) : bytes_{} {
     std::copy_n(text.begin(), size, bytes_.begin());
 }
 
-ScreenGrid::ScreenGrid(int width, int height)
-    : width_(std::max(width, 0)), height_(std::max(height, 0)),
-      cells_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)) {}
+ScreenGrid::ScreenGrid(int width, int height) {
+    reset(width, height);
+}
 
 void ScreenGrid::reset(int width, int height) {
     width_ = std::max(width, 0);
@@ -210,16 +214,7 @@ int ScreenGrid::put(int row, int column, std::string_view text, CellStyle style,
         }
         return column;
     }
-    auto all = glyphs(text);
-    int total = 0;
-    for (const auto& glyph : all)
-        total += glyph.columns;
-    std::string fitted; // the glyphs below point into it
-    if (total > room) {
-        fitted = fitText(text, room);
-        all = glyphs(fitted);
-    }
-    for (auto& glyph : all) {
+    for (const auto& glyph : fittedGlyphs(text, room)) {
         auto& cell = cells_[static_cast<std::size_t>(row * width_ + column)];
         cell = {CellGlyph(glyph.text), style};
         for (int extra = 1; extra < glyph.columns; ++extra)

@@ -92,8 +92,8 @@ public:
     bool operator==(const ScreenGrid&) const = default;
 
 private:
-    int width_;
-    int height_;
+    int width_ = 0;
+    int height_ = 0;
     std::vector<Cell> cells_;
 };
 
