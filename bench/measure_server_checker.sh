@@ -28,6 +28,7 @@ for who in monitor status; do
         --password-stdin --database "$database" >/dev/null
 done
 "$build/bin/ravo-server" --listen "127.0.0.1:$port" --database "$database" --threads 2 \
+    --check-allow-networks 127.0.0.1/32 \
     --plan-max-sites "$sites" --max-body 8388608 --check-ca-file "$work/certs/ca.pem" \
     2>"$work/server.log" &
 server=$!

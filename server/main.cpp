@@ -16,8 +16,12 @@
 #include <curl/curl.h>
 
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <iostream>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -67,6 +71,55 @@ int fail(const std::string& message) {
     return 2;
 }
 
+// Secrets given as flags are wiped from the arguments once read, so `ps` shows them only
+// for the moment before.
+void wipeSecretArguments(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        std::string_view argument = argv[i];
+        if (!argument.starts_with("--"))
+            continue;
+        const auto equals = argument.find('=');
+        const std::string_view name = argument.substr(
+            2, equals == std::string_view::npos ? std::string_view::npos : equals - 2);
+        if (!isSecretSetting(name))
+            continue;
+        char* value = equals != std::string_view::npos ? argv[i] + equals + 1
+                      : i + 1 < argc                   ? argv[++i]
+                                                       : nullptr;
+        if (value)
+            std::memset(value, 'x', std::strlen(value));
+    }
+}
+
+// As many file descriptors as the system lets this process have; connections may take what
+// the checks, the database and the rest leave.
+std::size_t defaultMaxConnections(const ServerConfig& config) {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return 1024;
+    if (limit.rlim_cur < limit.rlim_max) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        getrlimit(RLIMIT_NOFILE, &limit);
+    }
+    const auto reserved = static_cast<rlim_t>(config.checkConcurrency + config.threads + 64);
+    const rlim_t room = limit.rlim_cur > reserved + 16 ? limit.rlim_cur - reserved : 16;
+    return static_cast<std::size_t>(std::min<rlim_t>(room, 10000));
+}
+
+// A database file left readable by others by an older version is made the server's alone.
+void keepDatabasePrivate(const std::string& database) {
+    if (!database.starts_with("sqlite:"))
+        return;
+    const std::string file = database.substr(7);
+    for (const std::string& path : {file, file + "-wal", file + "-shm", file + "-journal"}) {
+        struct stat status {};
+        if (lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+            (status.st_mode & 077) != 0 && chmod(path.c_str(), status.st_mode & 0700) == 0)
+            log::info("server", path + " was readable by others; now it is the server's alone");
+    }
+}
+
 int addUser(Store& store, const std::string& email) {
     std::string password;
     std::getline(std::cin, password);
@@ -83,6 +136,7 @@ CheckerOptions checkerOptions(const ServerConfig& config) {
     options.probe.timeout = std::chrono::seconds(config.checkTimeoutSeconds);
     options.probe.caFile = config.checkCAFile;
     options.probe.userAgent = std::string("ravo-server/") + RAVO_VERSION + " (uptime check)";
+    options.probe.allowNetworks = config.checkAllowNetworks;
     options.policy.slowAfterMs = static_cast<double>(config.slowThresholdMs);
     options.maxInFlight = static_cast<std::size_t>(config.checkConcurrency);
     options.historyDays = static_cast<int>(config.plan.historyDays);
@@ -99,8 +153,8 @@ int serve(Store& store, const ServerConfig& config) {
         const auto key = readFile(*config.applePrivateKeyFile, 64 * 1024);
         if (!key)
             return fail("apple-private-key: cannot read " + *config.applePrivateKeyFile);
-        AppleSettings settings{*config.appleClientID, *config.appleTeamID, *config.appleKeyID,
-                               *key, config.appleURL};
+        AppleSettings settings{*config.appleClientID, *config.appleTeamID, *config.appleKeyID, *key,
+                               config.appleURL};
         if (auto secret = appleClientSecret(settings, Clock::now()); !secret)
             return fail("apple-private-key: " + secret.error());
         apple = std::make_unique<AppleSignIn>(std::move(settings), config.publicURL);
@@ -112,14 +166,22 @@ int serve(Store& store, const ServerConfig& config) {
     if (error)
         return fail("--listen: \"" + config.listenHost + "\" is not an IP address");
     std::unique_ptr<HttpServer> server;
+    HttpLimits limits;
+    limits.maxBodyBytes = config.maxBodyBytes;
+    limits.maxConnections = config.maxConnections ? static_cast<std::size_t>(*config.maxConnections)
+                                                  : defaultMaxConnections(config);
+    TransferBudget::Limits budget;
+    budget.bytesPerWindow = static_cast<std::uint64_t>(config.speedTestMiBPerHour) << 20;
+    HttpStreams streams{
+        std::string(SpeedTestApi::kLargePath), std::string(SpeedTestApi::kUploadPath),
+        [&context](const HttpRequest& request) { return SpeedTestApi::admit(context, request); },
+        std::make_shared<TransferBudget>(budget)};
     try {
         server = std::make_unique<HttpServer>(
             io,
             boost::asio::ip::tcp::endpoint(address, static_cast<unsigned short>(config.listenPort)),
-            [&context](const HttpRequest& request) { return handleApi(context, request); },
-            HttpLimits{config.maxBodyBytes},
-            HttpStreams{std::string(SpeedTestApi::kLargePath),
-                        std::string(SpeedTestApi::kUploadPath)});
+            [&context](const HttpRequest& request) { return handleApi(context, request); }, limits,
+            std::move(streams), config.proxyTrust);
     } catch (const boost::system::system_error& bindError) {
         return fail("cannot listen on " + config.listenHost + ":" +
                     std::to_string(config.listenPort) + ": " + bindError.code().message());
@@ -127,7 +189,8 @@ int serve(Store& store, const ServerConfig& config) {
     boost::asio::signal_set signals(io, SIGINT, SIGTERM);
     signals.async_wait([&io](const boost::system::error_code&, int) { io.stop(); });
     log::info("server", "listening on " + config.listenHost + ":" + std::to_string(server->port()) +
-                            ", database " + redactedDatabase(config.database));
+                            ", database " + redactedDatabase(config.database) + ", at most " +
+                            std::to_string(limits.maxConnections) + " connections");
     Checker checker(store, checkerOptions(config));
     if (config.checker)
         checker.start();
@@ -148,11 +211,16 @@ int serve(Store& store, const ServerConfig& config) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // The database, its journal and whatever else the server writes are its own alone.
+    umask(077);
     log::setSink(logToStandardError);
     const auto command =
         parseCommandLine(std::vector<std::string>(argv + 1, argv + argc), environment());
+    wipeSecretArguments(argc, argv);
     if (!command)
         return fail(command.error());
+    for (const auto& warning : command->warnings)
+        log::error("server", warning);
     if (command->kind == ServerCommand::Kind::help) {
         std::fputs(helpText().c_str(), stdout);
         return 0;
@@ -163,6 +231,7 @@ int main(int argc, char** argv) {
     }
     curl_global_init(CURL_GLOBAL_DEFAULT);
     const ServerConfig& config = command->config;
+    keepDatabasePrivate(config.database);
     auto store = SqlStore::open(config.database, static_cast<std::size_t>(config.threads) + 3);
     if (!store)
         return fail(store.error());

@@ -1,16 +1,21 @@
 #include "server/checker/http_prober.h"
 
+#include "server/net/ip_address.h"
+
 #include <curl/curl.h>
 #include <openssl/asn1.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 
 #include <cstring>
+#include <sys/socket.h>
 
 namespace ravo::server {
 
 struct HttpProber::Transfer {
     CURL* easy = nullptr;
+    const ProbeOptions* options = nullptr;
+    bool refusedAddress = false; // a connection was not made: the address is not for checks
     DueCheck check;
     TimePoint startedAt;
     std::size_t searchLimit = 0;
@@ -41,6 +46,17 @@ std::optional<TimePoint> leafCertificateExpiry(CURL* easy) {
         expiry = Clock::from_time_t(timegm(&tm));
     X509_free(certificate);
     return expiry;
+}
+
+curl_socket_t openSocket(void* data, curlsocktype purpose, curl_sockaddr* address) {
+    auto* transfer = static_cast<HttpProber::Transfer*>(data);
+    const auto ip = addressOf(&address->addr);
+    if (purpose != CURLSOCKTYPE_IPCXN || !ip ||
+        !(isGlobalAddress(*ip) || anyContains(transfer->options->allowNetworks, *ip))) {
+        transfer->refusedAddress = true;
+        return CURL_SOCKET_BAD;
+    }
+    return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
 std::size_t onHeader(char*, std::size_t size, std::size_t count, void* data) {
@@ -107,6 +123,14 @@ CheckOutcome outcomeOf(CURL* easy, CURLcode code, const HttpProber::Transfer& tr
     curl_off_t micros = 0;
     curl_easy_getinfo(easy, CURLINFO_TOTAL_TIME_T, &micros);
     const bool answered = code == CURLE_OK || (code == CURLE_WRITE_ERROR && transfer.stoppedEarly);
+    if (!answered && transfer.refusedAddress && code == CURLE_COULDNT_CONNECT) {
+        // Nothing was sent, and nothing about what answers there may show.
+        outcome.problemKind = "connection_failed";
+        outcome.problemDetail = kPrivateAddressDetail;
+        if (status > 0)
+            outcome.statusCode = status;
+        return outcome;
+    }
     if (!answered) {
         outcome.problemKind = problemKindFor(code);
         outcome.problemDetail = transfer.error[0] ? transfer.error : curl_easy_strerror(code);
@@ -146,6 +170,7 @@ void HttpProber::start(const DueCheck& check) {
     CURL* easy = curl_easy_init();
     auto* transfer = new Transfer;
     transfer->easy = easy;
+    transfer->options = &options_;
     transfer->check = check;
     transfer->startedAt = Clock::now();
     transfer->searchLimit = options_.keywordSearchBytes;
@@ -160,6 +185,10 @@ void HttpProber::start(const DueCheck& check) {
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 5L);
     curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L); // every check connects afresh
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, openSocket);
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, transfer);
+    // No proxy from the environment: the address judged must be the one connected to.
+    curl_easy_setopt(easy, CURLOPT_PROXY, "");
     curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
     curl_easy_setopt(easy, CURLOPT_USERAGENT, options_.userAgent.c_str());
     if (options_.caFile)

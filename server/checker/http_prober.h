@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/core/store.h"
+#include "server/net/ip_network.h"
 
 #include <chrono>
 #include <memory>
@@ -16,10 +17,18 @@ struct ProbeOptions {
     std::size_t keywordSearchBytes = 1024 * 1024; // the keyword must be in this much
     std::optional<std::string> caFile;            // for sites on a private CA
     std::string userAgent = "ravo-server";
+    // Besides global addresses, the only ones a check may connect to.
+    std::vector<IpNetwork> allowNetworks;
 };
 
+// What a check reads when the address it would connect to is not the public internet's.
+inline constexpr const char* kPrivateAddressDetail =
+    "The address is private to the server's network.";
+
 // Runs many checks at once on one libcurl multi handle: one GET per check on a fresh
-// connection, following up to five redirects, within the time-out.
+// connection, following up to five redirects, within the time-out. Every address a check
+// connects to, at every redirect, is judged as the socket is opened, after any resolving:
+// no spelling of an address and no DNS answer can lead a check inside the server's network.
 class HttpProber {
 public:
     explicit HttpProber(ProbeOptions options);

@@ -4,6 +4,7 @@
 #include "server/core/apple_sign_in.h"
 #include "server/core/http_message.h"
 #include "server/core/mailer.h"
+#include "server/core/password_timing.h"
 #include "server/core/rate_limiter.h"
 #include "server/core/server_config.h"
 #include "server/core/store.h"
@@ -21,10 +22,28 @@ struct ApiContext {
     const TelegramClient& telegram;
     AppleSignIn* apple = nullptr; // when the operator configured Sign in with Apple
     std::function<TimePoint()> now = [] { return Clock::now(); };
-    // Sign-in attempts per client address, and mails per address.
+    // Sign-in attempts per client, in this process: the first, cheap line.
     RateLimiter perClient{30, std::chrono::minutes(10)};
-    RateLimiter perEmail{10, std::chrono::hours(1)};
+    PasswordTiming passwordTiming{};
 };
+
+// A limit kept in the store, so that it holds however many processes answer: at most
+// `limit` attempts per subject (an account, an address) in each window.
+struct StoredLimit {
+    std::string_view name;
+    std::int64_t limit;
+    std::chrono::seconds window;
+};
+inline constexpr StoredLimit kPasswordFailures{"password", 10, std::chrono::minutes(15)};
+inline constexpr StoredLimit kSignInMails{"mail", 10, std::chrono::hours(1)};
+inline constexpr StoredLimit kTelegramTests{"telegram-test", 5, std::chrono::hours(1)};
+
+// Counts one attempt; the answer to give instead when it is over the limit or the store is
+// away, nothing when it may go ahead.
+std::optional<HttpResponse> refusedByLimit(ApiContext& context, const StoredLimit& limit,
+                                           const std::string& subject);
+// The key a stored limit counts `subject` under.
+std::string limitKey(const StoredLimit& limit, const std::string& subject);
 
 // The account and device a valid bearer token belongs to.
 struct Caller {
@@ -34,6 +53,9 @@ struct Caller {
 
 // Parses the target under /api/v1/, authenticates and routes; never throws.
 HttpResponse handleApi(ApiContext& context, const HttpRequest& request);
+
+// The caller a request's bearer token stands for, or the answer that refuses it.
+std::variant<Caller, HttpResponse> authenticate(ApiContext& context, const HttpRequest& request);
 
 // The endpoint groups, each given a decoded request.
 namespace AuthApi {
@@ -79,6 +101,9 @@ inline constexpr std::string_view kLargePath = "/api/v1/speedtest/large";
 inline constexpr std::string_view kUploadPath = "/api/v1/speedtest/upload";
 HttpResponse config(ApiContext& context);
 HttpResponse small();
+// Whether the request may use the speed test (`speedtest`: public, signed-in or off):
+// nothing when it may, else the answer that refuses it.
+std::optional<HttpResponse> admit(ApiContext& context, const HttpRequest& request);
 } // namespace SpeedTestApi
 
 // The body as a JSON value, or the 400 that says why it is not one.

@@ -17,6 +17,8 @@ std::optional<std::string> bearerToken(const HttpRequest& request) {
     return it->second.substr(7);
 }
 
+} // namespace
+
 std::variant<Caller, HttpResponse> authenticate(ApiContext& context, const HttpRequest& request) {
     const auto token = bearerToken(request);
     if (!token || token->empty() || token->size() > 512)
@@ -33,6 +35,8 @@ std::variant<Caller, HttpResponse> authenticate(ApiContext& context, const HttpR
         return errorResponse(401, "token_invalid");
     return Caller{**account, **device};
 }
+
+namespace {
 
 HttpResponse route(ApiContext& context, const HttpRequest& request) {
     const std::string path = request.path.substr(kPrefix.size());
@@ -53,6 +57,9 @@ HttpResponse route(ApiContext& context, const HttpRequest& request) {
         return ReleasesApi::latest(context, request);
     if (path == "releases/notes" && method == "GET")
         return ReleasesApi::notes(context, request);
+    if (path.starts_with("speedtest/"))
+        if (auto refused = SpeedTestApi::admit(context, request))
+            return *refused;
     if (path == "speedtest/config" && method == "GET")
         return SpeedTestApi::config(context);
     if (path == "speedtest/small" && method == "GET")
@@ -119,6 +126,22 @@ std::optional<std::string> unknownKey(const nlohmann::json& given, const nlohman
             return key.substr(0, 64) + "." + *nested;
     }
     return std::nullopt;
+}
+
+std::string limitKey(const StoredLimit& limit, const std::string& subject) {
+    return std::string(limit.name) + ":" + subject;
+}
+
+std::optional<HttpResponse> refusedByLimit(ApiContext& context, const StoredLimit& limit,
+                                           const std::string& subject) {
+    const TimePoint now = context.now();
+    const auto counted = context.store.countAttempt(limitKey(limit, subject), limit.window, now);
+    if (!counted)
+        return storeFailure(counted.failure());
+    if (counted->count <= limit.limit)
+        return std::nullopt;
+    return rateLimitedResponse(
+        std::chrono::ceil<std::chrono::seconds>(counted->windowStart + limit.window - now));
 }
 
 HttpResponse storeFailure(const Failure& failure) {

@@ -1,6 +1,7 @@
 #include "server/core/api.h"
 
 #include "core/log.h"
+#include "server/core/email_address.h"
 #include "server/core/secrets.h"
 
 #include <algorithm>
@@ -14,24 +15,6 @@ namespace {
 
 constexpr auto kCodeLifetime = std::chrono::minutes(10);
 constexpr int kTriesPerCode = 5;
-
-std::string normalizedEmail(std::string email) {
-    const auto first = email.find_first_not_of(" \t");
-    const auto last = email.find_last_not_of(" \t");
-    email = first == std::string::npos ? std::string() : email.substr(first, last - first + 1);
-    std::transform(email.begin(), email.end(), email.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return email;
-}
-
-bool looksLikeEmail(const std::string& email) {
-    const auto at = email.find('@');
-    return email.size() <= 254 && at != std::string::npos && at > 0 && at + 1 < email.size() &&
-           email.find('@', at + 1) == std::string::npos &&
-           std::none_of(email.begin(), email.end(), [](unsigned char c) {
-               return c <= ' ' || c == '<' || c == '>' || c == ',' || c == ';';
-           });
-}
 
 std::string codeHash(const std::string& attemptID, const std::string& code) {
     return Secrets::sha256Hex(attemptID + ":" + code);
@@ -57,15 +40,39 @@ bool challengeAcceptable(const std::string& method, const std::string& challenge
     return method == "S256" && challenge.size() >= 43 && challenge.size() <= 128;
 }
 
-bool limited(ApiContext& context, const HttpRequest& request) {
-    return !context.perClient.allow("client:" + request.clientAddress, context.now());
+// The per-client line every sign-in request meets first.
+std::optional<HttpResponse> clientLimited(ApiContext& context, const HttpRequest& request) {
+    const auto decision = context.perClient.take(request.clientAddress, context.now());
+    if (decision.allowed)
+        return std::nullopt;
+    return rateLimitedResponse(decision.retryAfter);
+}
+
+// Checks the password where there is one. Where there is none the answer waits as long as a
+// check takes, so that the time tells nothing about the address.
+bool passwordAccepted(ApiContext& context, const std::optional<Account>& account,
+                      const std::string& password, std::chrono::milliseconds& delay) {
+    const bool checkable = account && account->passwordHash;
+    const auto typical = context.passwordTiming.typical();
+    if (!checkable && typical) {
+        delay = *typical;
+        return false;
+    }
+    // With nothing to measure yet, a check of a made-up hash is the measure.
+    static const std::string standIn = Secrets::hashPassword("not anybody's password");
+    const auto started = std::chrono::steady_clock::now();
+    const bool accepted =
+        Secrets::passwordMatches(password, checkable ? *account->passwordHash : standIn) &&
+        checkable;
+    context.passwordTiming.record(std::chrono::steady_clock::now() - started);
+    return accepted;
 }
 
 } // namespace
 
 HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
-    if (limited(context, request))
-        return errorResponse(429, "rate_limited");
+    if (auto refused = clientLimited(context, request))
+        return *refused;
     auto decoded = decodeBody(request, cloud::emailSignInRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
@@ -75,8 +82,8 @@ HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
         return errorResponse(400, "invalid_email");
     if (!challengeAcceptable(start->codeChallengeMethod, start->codeChallenge))
         return errorResponse(400, "invalid_code_challenge");
-    if (!context.perEmail.allow("email:" + email, context.now()))
-        return errorResponse(429, "rate_limited");
+    if (auto refused = refusedByLimit(context, kSignInMails, email))
+        return *refused;
 
     const std::string code = Secrets::sixDigitCode();
     EmailAttempt attempt{Secrets::randomUUID(),
@@ -103,58 +110,65 @@ HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
 
 // A wrong, used or stale code is a 401: the app reads that as "The code is wrong or expired."
 HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
-    if (limited(context, request))
-        return errorResponse(429, "rate_limited");
+    if (auto refused = clientLimited(context, request))
+        return *refused;
     auto decoded = decodeBody(request, cloud::emailVerifyRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    const auto* verify = &std::get<cloud::EmailVerifyRequest>(decoded);
-    if (!Secrets::isCanonicalUUID(verify->id))
+    const auto& verify = std::get<cloud::EmailVerifyRequest>(decoded);
+    if (!Secrets::isCanonicalUUID(verify.id))
         return errorResponse(401, "invalid_code");
-    auto found = context.store.emailAttempt(verify->id);
-    if (!found)
-        return storeFailure(found.failure());
-    if (!*found)
+    const auto verified = context.store.verifyEmailCode(verify.id, codeHash(verify.id, verify.code),
+                                                        Secrets::challengeFor(verify.codeVerifier),
+                                                        kTriesPerCode, context.now());
+    if (!verified)
+        return storeFailure(verified.failure());
+    switch (verified->kind) {
+    case EmailVerification::Kind::wrongCode:
         return errorResponse(401, "invalid_code");
-    EmailAttempt attempt = **found;
-    if (attempt.used || attempt.failedTries >= kTriesPerCode || context.now() > attempt.expiresAt)
+    case EmailVerification::Kind::wrongVerifier:
+        return errorResponse(401, "invalid_code_verifier");
+    case EmailVerification::Kind::spent:
         return errorResponse(401, "code_expired");
-    const bool codeRight =
-        Secrets::sameSecret(codeHash(attempt.id, verify->code), attempt.codeHash);
-    const bool pairRight = Secrets::verifierMatches(verify->codeVerifier, attempt.codeChallenge);
-    if (!codeRight || !pairRight) {
-        ++attempt.failedTries;
-        if (auto stored = context.store.updateEmailAttempt(attempt); !stored)
-            return storeFailure(stored.failure());
-        return errorResponse(401, codeRight ? "invalid_code_verifier" : "invalid_code");
+    case EmailVerification::Kind::redeemed:
+        break;
     }
-    attempt.used = true; // once only, even if what follows fails
-    if (auto stored = context.store.updateEmailAttempt(attempt); !stored)
-        return storeFailure(stored.failure());
-    const auto account = context.store.accountForEmail(attempt.email, true);
+    const auto account = context.store.accountForEmail(verified->email, true);
     if (!account)
         return storeFailure(account.failure());
-    return signIn(context, *account, attempt.deviceName);
+    return signIn(context, *account, verified->deviceName);
 }
 
 HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request) {
-    if (limited(context, request))
-        return errorResponse(429, "rate_limited");
+    if (auto refused = clientLimited(context, request))
+        return *refused;
     auto decoded = decodeBody(request, cloud::passwordLoginRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    const auto* login = &std::get<cloud::PasswordLoginRequest>(decoded);
-    const auto account = context.store.accountForEmail(normalizedEmail(login->email), false);
-    // The same answer whether the address is unknown or the password wrong.
-    if (!account || !account->passwordHash ||
-        !Secrets::passwordMatches(login->password, *account->passwordHash))
-        return errorResponse(401, "invalid_credentials");
-    return signIn(context, *account, login->deviceName);
+    const auto& login = std::get<cloud::PasswordLoginRequest>(decoded);
+    const std::string email = normalizedEmail(login.email);
+    // Every try counts against the address before any work, so parallel guesses cannot
+    // overrun the limit; one that succeeds is given back. Unknown addresses count alike.
+    if (auto refused = refusedByLimit(context, kPasswordFailures, email))
+        return *refused;
+    auto found = context.store.accountForEmail(email, false);
+    const std::optional<Account> account =
+        found ? std::optional<Account>(*found) : std::optional<Account>();
+    std::chrono::milliseconds delay{0};
+    if (!passwordAccepted(context, account, login.password, delay)) {
+        // The same answer whether the address is unknown or the password wrong.
+        HttpResponse refused = errorResponse(401, "invalid_credentials");
+        refused.delay = delay;
+        return refused;
+    }
+    if (auto forgiven = context.store.forgiveAttempt(limitKey(kPasswordFailures, email)); !forgiven)
+        log::error("server", "a sign-in's try was not given back: " + forgiven.error());
+    return signIn(context, *account, login.deviceName);
 }
 
 HttpResponse appleStart(ApiContext& context, const HttpRequest& request) {
-    if (limited(context, request))
-        return errorResponse(429, "rate_limited");
+    if (auto refused = clientLimited(context, request))
+        return *refused;
     if (!context.apple)
         return errorResponse(400, "apple_not_configured");
     auto decoded = decodeBody(request, cloud::appleStartRequestFromJson);
@@ -199,7 +213,7 @@ HttpResponse appleCallback(ApiContext& context, const HttpRequest& request) {
                                                                  : "error=failed");
     if (!context.apple)
         return back("error=apple_not_configured");
-    if (limited(context, request))
+    if (clientLimited(context, request))
         return back("error=rate_limited");
     auto found = context.store.appleAttempt(state);
     if (!found)
@@ -211,36 +225,35 @@ HttpResponse appleCallback(ApiContext& context, const HttpRequest& request) {
         log::error("server", "Sign in with Apple failed: " + identity.error());
         return back("error=failed");
     }
-    AppleAttempt attempt = **found;
     // Without an address (the user hid it and Apple sent none) the account is Apple's id's.
-    attempt.email = normalizedEmail(identity->email.value_or(
+    const std::string email = normalizedEmail(identity->email.value_or(
         identity->subject + "@" + std::string(cloud::kHiddenAppleEmailDomain)));
     const std::string code = Secrets::randomToken(24);
-    attempt.codeHash = codeHash(attempt.id, code);
-    if (auto stored = context.store.updateAppleAttempt(attempt); !stored)
-        return storeFailure(stored.failure());
+    const auto completed =
+        context.store.completeAppleAttempt(state, email, codeHash(state, code), context.now());
+    if (!completed)
+        return storeFailure(completed.failure());
+    if (!*completed)
+        return back("error=failed"); // a second callback for the same attempt
     return back("code=" + code);
 }
 
 HttpResponse appleFinish(ApiContext& context, const HttpRequest& request) {
-    if (limited(context, request))
-        return errorResponse(429, "rate_limited");
+    if (auto refused = clientLimited(context, request))
+        return *refused;
     auto decoded = decodeBody(request, cloud::appleFinishRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
     const auto& finish = std::get<cloud::AppleFinishRequest>(decoded);
     if (!Secrets::isCanonicalUUID(finish.attemptId))
         return errorResponse(401, "apple_sign_in_failed");
-    auto found = context.store.appleAttempt(finish.attemptId);
-    if (!found)
-        return storeFailure(found.failure());
-    if (!*found || (*found)->used || !(*found)->codeHash || !(*found)->email ||
-        context.now() > (*found)->expiresAt)
+    // One try: the code went through a browser and a URL.
+    const auto redeemed = context.store.redeemAppleAttempt(finish.attemptId, context.now());
+    if (!redeemed)
+        return storeFailure(redeemed.failure());
+    if (!*redeemed)
         return errorResponse(401, "apple_sign_in_failed");
-    AppleAttempt attempt = **found;
-    attempt.used = true; // one try: the code went through a browser and a URL
-    if (auto stored = context.store.updateAppleAttempt(attempt); !stored)
-        return storeFailure(stored.failure());
+    const AppleAttempt& attempt = **redeemed;
     if (!Secrets::sameSecret(codeHash(attempt.id, finish.code), *attempt.codeHash) ||
         !Secrets::verifierMatches(finish.codeVerifier, attempt.codeChallenge))
         return errorResponse(401, "apple_sign_in_failed");

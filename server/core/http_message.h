@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <string>
 
@@ -21,10 +22,14 @@ struct HttpResponse {
     std::string contentType = "application/json";
     std::string body;
     std::map<std::string, std::string> headers;
+    // Sent no sooner than this after it was decided; the thread is free meanwhile.
+    std::chrono::milliseconds delay{0};
 };
 
 HttpResponse jsonResponse(int status, const std::string& json);
 // 4xx answers carry {"detail": ...}.
 HttpResponse errorResponse(int status, const std::string& detail);
+// 429 "rate_limited", saying when to come back.
+HttpResponse rateLimitedResponse(std::chrono::seconds retryAfter);
 
 } // namespace ravo::server

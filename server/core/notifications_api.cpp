@@ -39,7 +39,11 @@ HttpResponse update(ApiContext& context, const Caller& caller, const HttpRequest
     return current(context, caller);
 }
 
+// Only to the chat the account saved, and a few an hour: the server's own bot must not become
+// anybody's way to write to chats.
 HttpResponse telegramTest(ApiContext& context, const Caller& caller) {
+    if (auto refused = refusedByLimit(context, kTelegramTests, caller.account.id))
+        return *refused;
     const auto route = context.store.alertRoute(caller.account.id);
     if (!route)
         return storeFailure(route.failure());

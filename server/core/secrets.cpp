@@ -124,11 +124,16 @@ std::string sha256Hex(std::string_view data) {
     return hex(sha256(data));
 }
 
-bool verifierMatches(std::string_view verifier, std::string_view challenge) {
+std::string challengeFor(std::string_view verifier) {
     // RFC 7636: 43 to 128 characters.
     if (verifier.size() < 43 || verifier.size() > 128)
-        return false;
-    return sameSecret(base64url(sha256(verifier)), challenge);
+        return {};
+    return base64url(sha256(verifier));
+}
+
+bool verifierMatches(std::string_view verifier, std::string_view challenge) {
+    const std::string expected = challengeFor(verifier);
+    return !expected.empty() && sameSecret(expected, challenge);
 }
 
 std::string hashPassword(std::string_view password) {

@@ -21,6 +21,9 @@ std::optional<std::string> fromBase64url(std::string_view text);
 
 // PKCE S256: base64url(SHA-256(verifier)) == challenge.
 bool verifierMatches(std::string_view verifier, std::string_view challenge);
+// The S256 challenge of a verifier; empty (matching no challenge) when the verifier is not
+// 43 to 128 characters.
+std::string challengeFor(std::string_view verifier);
 
 // Salted PBKDF2-SHA256, stored as "pbkdf2-sha256$<iterations>$<salt>$<hash>".
 std::string hashPassword(std::string_view password);

@@ -1,8 +1,10 @@
 #include "server/core/server_config.h"
 
 #include "core/atomic_file.h"
+#include "server/core/email_address.h"
 
 #include <charconv>
+#include <filesystem>
 #include <functional>
 #include <sstream>
 
@@ -14,7 +16,51 @@ struct Setting {
     const char* name; // flag without "--"; the variable is RAVO_SERVER_ + upper snake case
     const char* help;
     std::function<Status(ServerConfig&, const std::string&)> apply;
+    // Read from a file of the same name in systemd's credentials folder, and a warning when
+    // given as a flag.
+    bool secret = false;
 };
+
+constexpr std::size_t kMaxSecretBytes = 64 * 1024;
+
+// A secret kept in a file: its text without the line break editors leave at the end.
+Result<std::string> secretFromFile(const std::string& path) {
+    auto text = readFile(path, kMaxSecretBytes);
+    if (!text)
+        return Failure{"cannot read " + path};
+    while (!text->empty() && (text->back() == '\n' || text->back() == '\r'))
+        text->pop_back();
+    if (text->empty())
+        return Failure{path + " is empty"};
+    return *text;
+}
+
+auto secretFileInto(std::optional<std::string> ServerConfig::*field) {
+    return [field](ServerConfig& config, const std::string& path) -> Status {
+        auto secret = secretFromFile(path);
+        if (!secret)
+            return secret.failure();
+        config.*field = *secret;
+        return success();
+    };
+}
+
+auto networksInto(std::vector<IpNetwork> ServerConfig::*field) {
+    return [field](ServerConfig& config, const std::string& value) -> Status {
+        auto networks = parseIpNetworks(value);
+        if (!networks)
+            return networks.failure();
+        config.*field = *networks;
+        return success();
+    };
+}
+
+Status onOrOff(bool& field, const std::string& value) {
+    if (value != "on" && value != "off")
+        return Failure{"\"" + value + "\" is not on or off"};
+    field = value == "on";
+    return success();
+}
 
 Result<std::int64_t> wholeNumber(const std::string& text, std::int64_t low, std::int64_t high) {
     std::int64_t value = 0;
@@ -83,7 +129,16 @@ const std::vector<Setting>& settings() {
              return success();
          }},
         {"smtp-user", "user name for the SMTP server", textInto(&ServerConfig::smtpUser)},
-        {"smtp-password", "password for the SMTP server", textInto(&ServerConfig::smtpPassword)},
+        {"smtp-password", "password for the SMTP server (better: smtp-password-file)",
+         textInto(&ServerConfig::smtpPassword), true},
+        {"smtp-password-file", "a file that holds the SMTP server's password",
+         secretFileInto(&ServerConfig::smtpPassword)},
+        {"smtp-tls",
+         "on or off: mail goes over TLS, STARTTLS for smtp:// (default on; loopback needs none)",
+         [](ServerConfig& c, const std::string& v) { return onOrOff(c.smtpTls, v); }},
+        {"smtp-ca-file",
+         "certificate authorities (PEM) the SMTP server's certificate is checked with",
+         textInto(&ServerConfig::smtpCAFile)},
         {"mail-from", "the sender of the sign-in mail",
          [](ServerConfig& c, const std::string& v) -> Status {
              if (v.find('@') == std::string::npos)
@@ -100,8 +155,10 @@ const std::vector<Setting>& settings() {
          }},
         {"telegram-api", "the Telegram Bot API's base address",
          textInto(&ServerConfig::telegramAPI)},
-        {"telegram-bot-token", "the server's own Telegram bot",
-         textInto(&ServerConfig::telegramBotToken)},
+        {"telegram-bot-token", "the server's own Telegram bot (better: telegram-bot-token-file)",
+         textInto(&ServerConfig::telegramBotToken), true},
+        {"telegram-bot-token-file", "a file that holds the server's own Telegram bot's token",
+         secretFileInto(&ServerConfig::telegramBotToken)},
         {"release-dir", "the folder of published release envelopes and notes",
          textInto(&ServerConfig::releaseDir)},
         {"apple-client-id", "Sign in with Apple: the Services ID",
@@ -150,13 +207,59 @@ const std::vector<Setting>& settings() {
          }},
         {"check-ca-file", "certificate authorities (PEM) that checks trust instead of the system's",
          textInto(&ServerConfig::checkCAFile)},
-        {"checker", "on or off: whether this process checks sites (default on)",
+        {"check-allow-networks",
+         "networks checks may reach besides the public internet, such as 192.168.1.0/24 "
+         "(default none: no loopback, private or link-local addresses)",
+         networksInto(&ServerConfig::checkAllowNetworks)},
+        {"trusted-proxies",
+         "the proxies (networks) whose forwarding header names the client (default none)",
          [](ServerConfig& c, const std::string& v) -> Status {
-             if (v != "on" && v != "off")
-                 return Failure{"\"" + v + "\" is not on or off"};
-             c.checker = v == "on";
+             auto networks = parseIpNetworks(v);
+             if (!networks)
+                 return networks.failure();
+             c.proxyTrust.proxies = *networks;
              return success();
          }},
+        {"forwarded-header",
+         "x-forwarded-for or forwarded: the header the trusted proxies append the client to "
+         "(default x-forwarded-for)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             if (v == "x-forwarded-for")
+                 c.proxyTrust.header = ForwardedHeader::xForwardedFor;
+             else if (v == "forwarded")
+                 c.proxyTrust.header = ForwardedHeader::forwarded;
+             else
+                 return Failure{"\"" + v + "\" is not x-forwarded-for or forwarded"};
+             return success();
+         }},
+        {"max-connections",
+         "open connections at most; more wait to be accepted (default: from the open-file limit)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             std::int64_t connections = 0;
+             if (auto set = setNumber(connections, v, 8, 1'000'000); !set)
+                 return set;
+             c.maxConnections = connections;
+             return success();
+         }},
+        {"speedtest", "public, signed-in or off: who may run the speed test (default public)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             if (v == "public")
+                 c.speedTest = SpeedTestAccess::everyone;
+             else if (v == "signed-in")
+                 c.speedTest = SpeedTestAccess::signedIn;
+             else if (v == "off")
+                 c.speedTest = SpeedTestAccess::off;
+             else
+                 return Failure{"\"" + v + "\" is not public, signed-in or off"};
+             return success();
+         }},
+        {"speedtest-mib-per-hour",
+         "MiB a client may move through the speed test in an hour (default 16384)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.speedTestMiBPerHour, v, 1, 1'000'000'000);
+         }},
+        {"checker", "on or off: whether this process checks sites (default on)",
+         [](ServerConfig& c, const std::string& v) { return onOrOff(c.checker, v); }},
         {"max-body", "the largest request body in bytes (default 262144)",
          [](ServerConfig& c, const std::string& v) -> Status {
              std::int64_t bytes = 0;
@@ -229,7 +332,45 @@ Status applyFile(ServerConfig& config, const std::string& path) {
     return success();
 }
 
+// systemd's LoadCredential=: a file named after a secret setting in $CREDENTIALS_DIRECTORY.
+Status applyCredentials(ServerConfig& config,
+                        const std::map<std::string, std::string>& environment) {
+    const auto folder = environment.find("CREDENTIALS_DIRECTORY");
+    if (folder == environment.end() || folder->second.empty())
+        return success();
+    for (const auto& setting : settings()) {
+        if (!setting.secret)
+            continue;
+        const std::string path = folder->second + "/" + setting.name;
+        std::error_code error;
+        if (!std::filesystem::exists(path, error))
+            continue;
+        auto secret = secretFromFile(path);
+        if (!secret)
+            return Failure{"credential " + std::string(setting.name) + ": " + secret.error()};
+        if (auto applied = setting.apply(config, *secret); !applied)
+            return Failure{"credential " + std::string(setting.name) + ": " + applied.error()};
+    }
+    return success();
+}
+
+bool holdsPassword(const std::string& databaseURL) {
+    const auto scheme = databaseURL.find("://");
+    const auto at = databaseURL.find('@');
+    return scheme != std::string::npos && at != std::string::npos &&
+           databaseURL.substr(scheme + 3, at - scheme - 3).find(':') != std::string::npos;
+}
+
 } // namespace
+
+bool isSecretSetting(std::string_view name) {
+    if (name == "database")
+        return true; // it may hold a password
+    for (const auto& setting : settings())
+        if (setting.secret && name == setting.name)
+            return true;
+    return false;
+}
 
 Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments,
                                        const std::map<std::string, std::string>& environment) {
@@ -270,6 +411,8 @@ Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments
         else
             flags.emplace_back(name, value);
     }
+    if (auto applied = applyCredentials(command.config, environment); !applied)
+        return applied.failure();
     if (configFile)
         if (auto applied = applyFile(command.config, *configFile); !applied)
             return applied.failure();
@@ -278,9 +421,21 @@ Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments
             if (auto applied = applyOne(command.config, setting.name, it->second, it->first);
                 !applied)
                 return applied.failure();
-    for (const auto& [name, value] : flags)
+    for (const auto& [name, value] : flags) {
         if (auto applied = applyOne(command.config, name, value, "--" + name); !applied)
             return applied.failure();
+        const Setting* setting = settingNamed(name);
+        if (setting->secret || (name == "database" && holdsPassword(value)))
+            command.warnings.push_back(
+                "--" + name +
+                " is seen by every user of this machine (ps shows the arguments "
+                "a program started with); use " +
+                (name == "database"
+                     ? std::string("a ~/.pgpass file or PGPASSWORD")
+                     : "--" + name + "-file, RAVO_SERVER_" +
+                           variableName(setting->name).substr(12) + " or a systemd credential") +
+                " instead");
+    }
 
     const auto& c = command.config;
     const int appleSettings = c.appleClientID.has_value() + c.appleTeamID.has_value() +
@@ -290,11 +445,12 @@ Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments
                        "and apple-private-key together"};
 
     if (words.size() >= 2 && words[0] == "user" && words[1] == "add") {
-        if (words.size() != 4 || words[3] != "--password-stdin" ||
-            words[2].find('@') == std::string::npos)
+        if (words.size() != 4 || words[3] != "--password-stdin")
             return Failure{"usage: ravo-server user add EMAIL --password-stdin"};
+        command.email = normalizedEmail(words[2]);
+        if (!looksLikeEmail(command.email))
+            return Failure{"\"" + words[2] + "\" is not an e-mail address"};
         command.kind = ServerCommand::Kind::userAdd;
-        command.email = words[2];
         return command;
     }
     if (!words.empty())

@@ -2,6 +2,8 @@
 
 #include "cloud/core/wire_records.h"
 #include "core/result.h"
+#include "server/net/client_address.h"
+#include "server/net/ip_network.h"
 
 #include <map>
 #include <optional>
@@ -10,6 +12,9 @@
 
 namespace ravo::server {
 
+// Who may use the responsiveness test's endpoints.
+enum class SpeedTestAccess { everyone, signedIn, off };
+
 struct ServerConfig {
     std::string listenHost = "127.0.0.1";
     int listenPort = 8470;
@@ -17,6 +22,9 @@ struct ServerConfig {
     std::optional<std::string> smtpURL; // smtp://host:port or smtps://host:port
     std::optional<std::string> smtpUser;
     std::optional<std::string> smtpPassword;
+    // Off only on purpose: without it mail to anything but loopback needs TLS.
+    bool smtpTls = true;
+    std::optional<std::string> smtpCAFile;
     std::string mailFrom = "ravo@localhost";
     std::string publicURL = "http://127.0.0.1:8470";
     std::string telegramAPI = "https://api.telegram.org";
@@ -34,6 +42,13 @@ struct ServerConfig {
     std::int64_t slowThresholdMs = 3000;
     std::int64_t checkMinuteSeconds = 60;
     std::optional<std::string> checkCAFile;
+    // Checks reach only global addresses, and these networks besides.
+    std::vector<IpNetwork> checkAllowNetworks;
+    ProxyTrust proxyTrust;
+    // Open connections at most; nothing: worked out from the file descriptors allowed.
+    std::optional<std::int64_t> maxConnections;
+    SpeedTestAccess speedTest = SpeedTestAccess::everyone;
+    std::int64_t speedTestMiBPerHour = 16 * 1024; // per client, down and up together
     bool checker = true;
     std::size_t maxBodyBytes = 256 * 1024;
     int threads = 2;
@@ -45,6 +60,8 @@ struct ServerCommand {
     enum class Kind { serve, userAdd, help, version } kind = Kind::serve;
     std::string email; // user add
     ServerConfig config;
+    // Said once at start: secrets given where `ps` shows them, and the like.
+    std::vector<std::string> warnings;
 };
 
 // Flags override RAVO_SERVER_* variables, which override the lines of `--config FILE`
@@ -53,5 +70,8 @@ Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments
                                        const std::map<std::string, std::string>& environment);
 
 std::string helpText();
+
+// Whether `--name VALUE` carries a secret, which main wipes from its arguments once read.
+bool isSecretSetting(std::string_view name);
 
 } // namespace ravo::server

@@ -1,6 +1,8 @@
 #include "server/core/smtp_mailer.h"
 
 #include "server/core/secrets.h"
+#include "server/net/ip_address.h"
+#include "server/net/ip_network.h"
 
 #include <curl/curl.h>
 
@@ -38,7 +40,29 @@ std::string oneLine(std::string text) {
 
 SmtpMailer::SmtpMailer(const ServerConfig& config)
     : url_(config.smtpURL.value_or("")), from_(config.mailFrom), user_(config.smtpUser),
-      password_(config.smtpPassword) {}
+      password_(config.smtpPassword), caFile_(config.smtpCAFile),
+      tlsRequired_(requiresTls(url_, config.smtpTls)) {}
+
+bool SmtpMailer::requiresTls(const std::string& url, bool tlsSetting) {
+    if (!tlsSetting)
+        return false;
+    const auto scheme = url.find("://");
+    std::string_view host =
+        std::string_view(url).substr(scheme == std::string::npos ? 0 : scheme + 3);
+    host = host.substr(0, host.find('/'));
+    if (const auto at = host.rfind('@'); at != std::string_view::npos)
+        host.remove_prefix(at + 1);
+    if (host.starts_with('['))
+        host = host.substr(0, host.find(']') + 1);
+    else
+        host = host.substr(0, host.find(':'));
+    if (host == "localhost")
+        return false;
+    const auto address = parseIpAddress(host);
+    static const IpNetwork loopback4 = parseIpNetwork("127.0.0.0/8").value();
+    static const IpNetwork loopback6 = parseIpNetwork("::1/128").value();
+    return !address || !(loopback4.contains(*address) || loopback6.contains(*address));
+}
 
 std::string SmtpMailer::compose(const std::string& from, const MailMessage& message) {
     char date[64];
@@ -76,7 +100,12 @@ Status SmtpMailer::send(const MailMessage& message) {
     curl_easy_setopt(curl, CURLOPT_READFUNCTION, readUpload);
     curl_easy_setopt(curl, CURLOPT_READDATA, &upload);
     curl_easy_setopt(curl, CURLOPT_UPLOAD, 1L);
-    curl_easy_setopt(curl, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_TRY));
+    // Required: a server that does not offer STARTTLS fails the mail instead of getting it in
+    // plain text. smtps:// is encrypted from the start either way.
+    curl_easy_setopt(curl, CURLOPT_USE_SSL,
+                     static_cast<long>(tlsRequired_ ? CURLUSESSL_ALL : CURLUSESSL_TRY));
+    if (caFile_)
+        curl_easy_setopt(curl, CURLOPT_CAINFO, caFile_->c_str());
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, 20L);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     if (user_)
@@ -86,6 +115,9 @@ Status SmtpMailer::send(const MailMessage& message) {
     const CURLcode result = curl_easy_perform(curl);
     curl_slist_free_all(recipients);
     curl_easy_cleanup(curl);
+    if (result == CURLE_USE_SSL_FAILED)
+        return Failure{"the mail server does not offer STARTTLS, and mail goes out encrypted "
+                       "(smtp-tls = off sends it in plain text)"};
     if (result != CURLE_OK)
         return Failure{std::string("the mail could not be sent: ") + curl_easy_strerror(result)};
     return success();

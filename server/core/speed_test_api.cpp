@@ -22,4 +22,19 @@ HttpResponse small() {
     return response;
 }
 
+std::optional<HttpResponse> admit(ApiContext& context, const HttpRequest& request) {
+    switch (context.config.speedTest) {
+    case SpeedTestAccess::everyone:
+        return std::nullopt;
+    case SpeedTestAccess::off:
+        return errorResponse(404, "not_found");
+    case SpeedTestAccess::signedIn:
+        break;
+    }
+    auto caller = authenticate(context, request);
+    if (auto* refused = std::get_if<HttpResponse>(&caller))
+        return *refused;
+    return std::nullopt;
+}
+
 } // namespace ravo::server::SpeedTestApi

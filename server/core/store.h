@@ -52,6 +52,21 @@ struct AppleAttempt {
     bool operator==(const AppleAttempt&) const = default;
 };
 
+// How an e-mail code fared: redeemed, wrong (and so one try fewer), or past using (used,
+// out of tries, expired or unknown).
+struct EmailVerification {
+    enum class Kind { redeemed, wrongCode, wrongVerifier, spent } kind = Kind::spent;
+    std::string email;      // redeemed
+    std::string deviceName; // redeemed
+};
+
+// An attempt counted against a limit kept in the database, so that it holds however many
+// processes answer: the attempts in the window so far, this one included.
+struct AttemptCount {
+    std::int64_t count = 0;
+    TimePoint windowStart;
+};
+
 // One site whose slot has come, claimed by this process.
 struct DueCheck {
     std::int64_t siteKey = 0;
@@ -107,11 +122,28 @@ public:
 
     virtual Status addEmailAttempt(const EmailAttempt& attempt) = 0;
     virtual Result<std::optional<EmailAttempt>> emailAttempt(const std::string& id) = 0;
-    virtual Status updateEmailAttempt(const EmailAttempt& attempt) = 0;
+    // Redeems the attempt when both hashes match, or takes one of its `maxTries` tries, in
+    // one conditional statement: parallel guesses cannot get more tries nor redeem twice.
+    virtual Result<EmailVerification> verifyEmailCode(const std::string& id,
+                                                      const std::string& codeHash,
+                                                      const std::string& codeChallenge,
+                                                      int maxTries, TimePoint now) = 0;
 
     virtual Status addAppleAttempt(const AppleAttempt& attempt) = 0;
     virtual Result<std::optional<AppleAttempt>> appleAttempt(const std::string& id) = 0;
-    virtual Status updateAppleAttempt(const AppleAttempt& attempt) = 0;
+    // Apple's callback: gives an open attempt its account and code, once. False when the
+    // attempt is unknown, used, expired or already had its callback.
+    virtual Result<bool> completeAppleAttempt(const std::string& id, const std::string& email,
+                                              const std::string& codeHash, TimePoint now) = 0;
+    // Marks a completed attempt used and hands it over, once, whatever comes after.
+    virtual Result<std::optional<AppleAttempt>> redeemAppleAttempt(const std::string& id,
+                                                                   TimePoint now) = 0;
+
+    // Counts one attempt under `key` in a window of `window` that starts with its first.
+    virtual Result<AttemptCount> countAttempt(const std::string& key, std::chrono::seconds window,
+                                              TimePoint now) = 0;
+    // Gives one counted attempt back (it went well).
+    virtual Status forgiveAttempt(const std::string& key) = 0;
 
     virtual Result<std::vector<cloud::CloudSite>> sites(const std::string& accountID) = 0;
     // Replaces the account's whole list at once; statuses of removed sites go with them.

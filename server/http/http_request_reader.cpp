@@ -12,8 +12,26 @@ namespace ravo::server {
 
 namespace http = boost::beast::http;
 
+namespace {
+
+bool equalsNoCase(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
+           });
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+    const auto first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+} // namespace
+
 HttpRequest requestFromMessage(const http::request<http::string_body>& message,
-                               const std::string& peer) {
+                               const std::string& client) {
     HttpRequest request;
     request.method = std::string(message.method_string());
     const std::string target(message.target());
@@ -28,12 +46,37 @@ HttpRequest requestFromMessage(const http::request<http::string_body>& message,
         request.headers[name] = std::string(field.value());
     }
     request.body = message.body();
-    request.clientAddress = peer;
+    request.clientAddress = client;
     return request;
 }
 
+std::string clientOf(const IpAddress& peer, const http::fields& fields, const ProxyTrust& trust) {
+    if (trust.proxies.empty())
+        return toString(peer);
+    const boost::beast::string_view name =
+        trust.header == ForwardedHeader::forwarded ? "Forwarded" : "X-Forwarded-For";
+    std::string joined;
+    for (auto [at, end] = fields.equal_range(name); at != end; ++at) {
+        if (!joined.empty())
+            joined += ", ";
+        joined.append(at->value().data(), at->value().size());
+    }
+    return toString(clientAddress(peer, joined, trust));
+}
+
+bool hasBadFraming(const http::fields& fields, unsigned version) {
+    const auto [first, end] = fields.equal_range(http::field::transfer_encoding);
+    if (first == end)
+        return false;
+    return std::next(first) != end ||
+           !equalsNoCase(
+               withoutBlanks(std::string_view(first->value().data(), first->value().size())),
+               "chunked") ||
+           fields.count(http::field::content_length) != 0 || version < 11;
+}
+
 std::variant<HttpRequest, int> readHttpRequest(std::string_view bytes, const HttpLimits& limits,
-                                               const std::string& peer) {
+                                               const IpAddress& peer, const ProxyTrust& trust) {
     const auto refusal = [](const boost::system::error_code& error) {
         return error == http::error::body_limit     ? 413
                : error == http::error::header_limit ? 431
@@ -47,8 +90,11 @@ std::variant<HttpRequest, int> readHttpRequest(std::string_view bytes, const Htt
     const std::size_t used = header.put(boost::asio::buffer(bytes.data(), bytes.size()), error);
     if (error || !header.is_header_done())
         return error ? refusal(error) : 400;
+    if (hasBadFraming(header.get(), header.get().version()))
+        return 400;
     if (header.content_length().value_or(0) > limits.maxBodyBytes)
         return 413;
+    const std::string client = clientOf(peer, header.get(), trust);
     http::request_parser<http::string_body> whole(std::move(header));
     whole.body_limit(limits.maxBodyBytes);
     bytes.remove_prefix(used);
@@ -66,7 +112,7 @@ std::variant<HttpRequest, int> readHttpRequest(std::string_view bytes, const Htt
         whole.put_eof(error);
     if (error || !whole.is_done())
         return error ? refusal(error) : 400;
-    return requestFromMessage(whole.get(), peer);
+    return requestFromMessage(whole.get(), client);
 }
 
 } // namespace ravo::server

@@ -26,10 +26,18 @@ public:
     Result<bool> deleteDevice(const std::string& accountID, const std::string& deviceID) override;
     Status addEmailAttempt(const EmailAttempt& attempt) override;
     Result<std::optional<EmailAttempt>> emailAttempt(const std::string& id) override;
-    Status updateEmailAttempt(const EmailAttempt& attempt) override;
+    Result<EmailVerification> verifyEmailCode(const std::string& id, const std::string& codeHash,
+                                              const std::string& codeChallenge, int maxTries,
+                                              TimePoint now) override;
     Status addAppleAttempt(const AppleAttempt& attempt) override;
     Result<std::optional<AppleAttempt>> appleAttempt(const std::string& id) override;
-    Status updateAppleAttempt(const AppleAttempt& attempt) override;
+    Result<bool> completeAppleAttempt(const std::string& id, const std::string& email,
+                                      const std::string& codeHash, TimePoint now) override;
+    Result<std::optional<AppleAttempt>> redeemAppleAttempt(const std::string& id,
+                                                           TimePoint now) override;
+    Result<AttemptCount> countAttempt(const std::string& key, std::chrono::seconds window,
+                                      TimePoint now) override;
+    Status forgiveAttempt(const std::string& key) override;
 
     // How long an interval's minute lasts: 60, or less for trial runs.
     void setMinuteSeconds(double seconds) { minuteSeconds_ = seconds; }

@@ -219,7 +219,8 @@ Status SqlStore::pruneHistory(TimePoint now, int historyDays) {
              {"DELETE FROM hourly_stats WHERE hour < ?", moment - kept},
              {"DELETE FROM incidents WHERE ended_at < ?", moment - kept},
              {"DELETE FROM email_attempts WHERE expires_at < ?", moment - 86400},
-             {"DELETE FROM apple_attempts WHERE expires_at < ?", moment - 86400}})
+             {"DELETE FROM apple_attempts WHERE expires_at < ?", moment - 86400},
+             {"DELETE FROM attempt_counters WHERE window_start < ?", moment - 86400}})
         if (auto done = (*db)->execute(sql, {before}); !done)
             return done;
     return success();

@@ -27,8 +27,9 @@ using ravo::testing::RecordingNotifications;
 class WebsiteMonitorTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(server.start({"--check-minute", "1", "--check-timeout", "1",
-                                              "--telegram-api", "http://127.0.0.1:9/"}));
+        ASSERT_NO_FATAL_FAILURE(
+            server.start({"--check-minute", "1", "--check-timeout", "1", "--check-allow-networks",
+                          "127.0.0.1/32", "--telegram-api", "http://127.0.0.1:9/"}));
         settings.setValue(CloudAccount::kServerKey, server.origin());
         settings.setValue(SiteListSettings::kIntervalKey, 1);
         account = std::make_unique<CloudAccount>(settings, secrets, transport);

@@ -24,6 +24,7 @@ start_targets "$http_port"
 port=$(free_port)
 database=sqlite:$work/ravo.db
 "$bin/ravo-server" --listen "127.0.0.1:$port" --database "$database" --check-minute 1 \
+    --check-allow-networks 127.0.0.1/32 \
     --smtp "smtp://127.0.0.1:$smtp_port" --mail-from ravo@example.org >"$work/server.log" 2>&1 &
 server=$!
 api=http://127.0.0.1:$port/api/v1

@@ -26,6 +26,7 @@ telegram=$!
 port=$(free_port)
 database=sqlite:$work/ravo.db
 "$bin/ravo-server" --listen "127.0.0.1:$port" --database "$database" --check-minute 1 \
+    --check-allow-networks 127.0.0.1/32 \
     --check-timeout 2 --check-ca-file "$certs/ca.pem" --slow-threshold-ms 1500 \
     --telegram-api "http://127.0.0.1:$telegram_port" >"$work/server.log" 2>&1 &
 server=$!

@@ -22,6 +22,7 @@ start_server() { # name -> pid; the API on its own port, in $work/<name>.port
     port=$(free_port)
     echo "$port" >"$work/$1.port"
     "$bin/ravo-server" --listen "127.0.0.1:$port" --database "$database" --check-minute 1 \
+        --check-allow-networks 127.0.0.1/32 \
         --telegram-api "http://127.0.0.1:$telegram_port" >"$work/$1.log" 2>&1 &
     echo $!
 }

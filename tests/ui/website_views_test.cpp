@@ -75,7 +75,8 @@ std::unique_ptr<app::AppController> makeController(const ravo::testing::Temporar
 class WebsiteViewsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(server.start({"--check-minute", "1", "--check-timeout", "1"}));
+        ASSERT_NO_FATAL_FAILURE(server.start({"--check-minute", "1", "--check-timeout", "1",
+                                              "--check-allow-networks", "127.0.0.1/32"}));
         settings.setValue(cloud::CloudAccount::kServerKey, server.origin());
         settings.setValue("websiteCheckIntervalMinutes", 1);
         controller = makeController(home, settings, notifications, std::chrono::milliseconds(300));

@@ -1,0 +1,27 @@
+#include "server/core/email_address.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace ravo::server {
+
+std::string normalizedEmail(std::string_view email) {
+    const auto first = email.find_first_not_of(" \t\r\n");
+    const auto last = email.find_last_not_of(" \t\r\n");
+    std::string text(first == std::string_view::npos ? std::string_view()
+                                                     : email.substr(first, last - first + 1));
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+bool looksLikeEmail(std::string_view email) {
+    const auto at = email.find('@');
+    return email.size() <= 254 && at != std::string_view::npos && at > 0 && at + 1 < email.size() &&
+           email.find('@', at + 1) == std::string_view::npos &&
+           std::none_of(email.begin(), email.end(), [](unsigned char c) {
+               return c <= ' ' || c == '<' || c == '>' || c == ',' || c == ';' || c == 127;
+           });
+}
+
+} // namespace ravo::server

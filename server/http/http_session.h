@@ -1,0 +1,30 @@
+#pragma once
+
+#include "server/http/http_server.h"
+
+#include <boost/asio/ip/tcp.hpp>
+
+#include <memory>
+
+namespace ravo::server {
+
+// What every connection of one server uses.
+struct HttpShared {
+    RequestHandler handler;
+    HttpLimits limits;
+    HttpStreams streams;
+    ProxyTrust trust;
+};
+
+// Where a connection reports that it has ended; kept alive by its connections.
+class HttpSessionOwner {
+public:
+    virtual ~HttpSessionOwner() = default;
+    virtual const HttpShared& shared() const = 0;
+    virtual void sessionEnded() = 0;
+};
+
+// Serves one accepted connection until it closes.
+void startHttpSession(boost::asio::ip::tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner);
+
+} // namespace ravo::server
