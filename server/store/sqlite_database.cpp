@@ -2,7 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 namespace ravo::server {
 
@@ -37,6 +39,16 @@ std::optional<std::string> columnText(sqlite3_stmt* statement, int column) {
     }
 }
 
+// Waits for another connection's write in short steps: SQLite's own timeout sleeps up to
+// 100 ms a step, which a burst of small writes turns into long waits for everyone.
+int waitForWriter(void*, int attempts) {
+    constexpr int kGiveUpAfter = 40000; // about 10 s of the steps below
+    if (attempts >= kGiveUpAfter)
+        return 0;
+    std::this_thread::sleep_for(std::chrono::microseconds(attempts < 20 ? 50 : 250));
+    return 1;
+}
+
 } // namespace
 
 Result<std::unique_ptr<SqliteDatabase>> SqliteDatabase::open(const std::filesystem::path& file) {
@@ -48,7 +60,7 @@ Result<std::unique_ptr<SqliteDatabase>> SqliteDatabase::open(const std::filesyst
         sqlite3_close(db);
         return Failure{"cannot open the database " + file.string() + ": " + message};
     }
-    sqlite3_busy_timeout(db, 10000);
+    sqlite3_busy_handler(db, waitForWriter, nullptr);
     std::unique_ptr<SqliteDatabase> database(new SqliteDatabase(db));
     if (auto done = database->script(
             "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON");

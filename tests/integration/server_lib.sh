@@ -2,8 +2,11 @@
 
 free_port() { python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])'; }
 
+# $from, when set, is the loopback address the call comes from; the answer's headers are
+# left in $work/headers.
 call() { # method path [body] [token] -> prints "<status> <body>"; needs $api and $work
-    local args=(-s -o "$work/body" -w '%{http_code}' -X "$1" "$api/$2")
+    local args=(-s -o "$work/body" -D "$work/headers" -w '%{http_code}' -X "$1" "$api/$2")
+    [ -n "${from:-}" ] && args+=(--interface "$from")
     [ -n "${3:-}" ] && args+=(-H 'Content-Type: application/json' --data-binary "$3")
     [ -n "${4:-}" ] && args+=(-H "Authorization: Bearer $4")
     local status
