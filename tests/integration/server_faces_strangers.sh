@@ -106,15 +106,17 @@ login victim@example.org 'a good long password' 127.0.2.1 | crowd >"$work/crowd"
 # An unknown address answers as late as a wrong password: nobody learns who has an account.
 printf 'another good password\n' | "$bin/ravo-server" user add known@example.org --password-stdin \
     --database "$database" >/dev/null
-for n in 1 2 3 4 5; do
+# (Within 10 % on a quiet machine, bench/measure_server_sign_in.sh; here other tests may
+# share the cores, so only a difference of several times fails.)
+for n in 1 2 3 4 5 6 7; do
     login known@example.org "wrong $n" "127.0.3.$n" | crowd
     login "nobody$n@example.org" "wrong $n" "127.0.4.$n" | crowd
 done >"$work/crowd"
 jq -s -e 'def median: sort | .[length / 2 | floor];
     ([.[range(0; length; 2)].seconds] | median) as $known |
     ([.[range(1; length; 2)].seconds] | median) as $unknown |
-    all(.[]; .status == 401) and $unknown > $known * 0.5 and $unknown < $known * 2' \
-    "$work/crowd" >/dev/null || fail "timing tells unknown addresses apart: $(cat "$work/crowd")"
+    all(.[]; .status == 401) and $unknown > $known * 0.25 and $unknown < $known * 4' \
+    "$work/crowd" >/dev/null || fail "timing tells unknown addresses apart: $(jq -c -s 'map(.seconds)' "$work/crowd")"
 
 # --- Mailed codes: five tries each, however many arrive at once; redeemed once.
 pkce() { python3 -c 'import base64,hashlib,secrets

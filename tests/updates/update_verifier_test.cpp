@@ -21,8 +21,8 @@ std::string fromHex(const std::string& hex) {
 
 // Every vector of Wycheproof's Ed25519 suite gets its expected verdict from our verifier.
 TEST(UpdateVerifier, GivesEveryWycheproofVectorItsVerdict) {
-    std::ifstream file(RAVO_SHARED_VECTORS "/wycheproof_ed25519_test.json");
-    ASSERT_TRUE(file.good()) << "the vectors are beside the repository, in shared/vectors";
+    std::ifstream file(RAVO_ED25519_VECTORS "/wycheproof_ed25519_test.json");
+    ASSERT_TRUE(file.good()) << "the vectors are in tests/fixtures/ed25519";
     const auto suite = nlohmann::json::parse(file);
     int checked = 0;
     for (const auto& group : suite.at("testGroups")) {
