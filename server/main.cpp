@@ -54,16 +54,23 @@ std::map<std::string, std::string> environment() {
     return variables;
 }
 
-// The database address without its password, for the log.
-std::string redactedDatabase(const std::string& database) {
+// The database address without its password (user:password@ or ?password=), for the log.
+std::string redactedDatabase(std::string database) {
     const auto scheme = database.find("://");
-    const auto at = database.find('@');
-    if (scheme == std::string::npos || at == std::string::npos)
-        return database;
-    const auto colon = database.find(':', scheme + 3);
-    if (colon == std::string::npos || colon > at)
-        return database;
-    return database.substr(0, colon) + ":***" + database.substr(at);
+    const auto query = database.find('?');
+    const auto at = database.rfind('@', query);
+    if (scheme != std::string::npos && at != std::string::npos && at > scheme) {
+        const auto colon = database.find(':', scheme + 3);
+        if (colon != std::string::npos && colon < at)
+            database = database.substr(0, colon) + ":***" + database.substr(at);
+    }
+    for (auto password = database.find("password="); password != std::string::npos;
+         password = database.find("password=", password + 1)) {
+        const auto end = database.find('&', password);
+        database.replace(password + 9,
+                         (end == std::string::npos ? database.size() : end) - password - 9, "***");
+    }
+    return database;
 }
 
 int fail(const std::string& message) {
@@ -168,6 +175,7 @@ int serve(Store& store, const ServerConfig& config) {
     std::unique_ptr<HttpServer> server;
     HttpLimits limits;
     limits.maxBodyBytes = config.maxBodyBytes;
+    limits.maxConnectionsPerClient = static_cast<std::size_t>(config.maxConnectionsPerClient);
     limits.maxConnections = config.maxConnections ? static_cast<std::size_t>(*config.maxConnections)
                                                   : defaultMaxConnections(config);
     TransferBudget::Limits budget;

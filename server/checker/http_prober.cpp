@@ -1,6 +1,9 @@
 #include "server/checker/http_prober.h"
 
+#include "server/net/interface_addresses.h"
 #include "server/net/ip_address.h"
+
+#include <algorithm>
 
 #include <curl/curl.h>
 #include <openssl/asn1.h>
@@ -15,6 +18,7 @@ namespace ravo::server {
 struct HttpProber::Transfer {
     CURL* easy = nullptr;
     const ProbeOptions* options = nullptr;
+    const std::vector<IpAddress>* ownAddresses = nullptr;
     bool refusedAddress = false; // a connection was not made: the address is not for checks
     DueCheck check;
     TimePoint startedAt;
@@ -51,8 +55,11 @@ std::optional<TimePoint> leafCertificateExpiry(CURL* easy) {
 curl_socket_t openSocket(void* data, curlsocktype purpose, curl_sockaddr* address) {
     auto* transfer = static_cast<HttpProber::Transfer*>(data);
     const auto ip = addressOf(&address->addr);
+    const auto& own = *transfer->ownAddresses;
+    const bool reachable =
+        ip && isGlobalAddress(*ip) && std::find(own.begin(), own.end(), *ip) == own.end();
     if (purpose != CURLSOCKTYPE_IPCXN || !ip ||
-        !(isGlobalAddress(*ip) || anyContains(transfer->options->allowNetworks, *ip))) {
+        !(reachable || anyContains(transfer->options->allowNetworks, *ip))) {
         transfer->refusedAddress = true;
         return CURL_SOCKET_BAD;
     }
@@ -170,7 +177,13 @@ void HttpProber::start(const DueCheck& check) {
     CURL* easy = curl_easy_init();
     auto* transfer = new Transfer;
     transfer->easy = easy;
+    if (const auto now = std::chrono::steady_clock::now();
+        now - ownAddressesAt_ > std::chrono::minutes(1)) {
+        ownAddresses_ = interfaceAddresses();
+        ownAddressesAt_ = now;
+    }
     transfer->options = &options_;
+    transfer->ownAddresses = &ownAddresses_;
     transfer->check = check;
     transfer->startedAt = Clock::now();
     transfer->searchLimit = options_.keywordSearchBytes;

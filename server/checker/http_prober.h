@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/core/store.h"
+#include "server/net/ip_address.h"
 #include "server/net/ip_network.h"
 
 #include <chrono>
@@ -45,6 +46,9 @@ public:
 
 private:
     ProbeOptions options_;
+    // This machine's own addresses, looked up again now and then: interfaces come and go.
+    std::vector<IpAddress> ownAddresses_;
+    std::chrono::steady_clock::time_point ownAddressesAt_{};
     void* multi_;
     std::unordered_set<Transfer*> transfers_;
 };

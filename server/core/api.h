@@ -24,6 +24,7 @@ struct ApiContext {
     std::function<TimePoint()> now = [] { return Clock::now(); };
     // Sign-in attempts per client, in this process: the first, cheap line.
     RateLimiter perClient{30, std::chrono::minutes(10)};
+    RateLimiter mailsPerClient{5, std::chrono::hours(1)};
     PasswordTiming passwordTiming{};
 };
 
@@ -36,6 +37,7 @@ struct StoredLimit {
 };
 inline constexpr StoredLimit kPasswordFailures{"password", 10, std::chrono::minutes(15)};
 inline constexpr StoredLimit kSignInMails{"mail", 10, std::chrono::hours(1)};
+inline constexpr StoredLimit kSignInMailsPerDay{"mail-day", 20, std::chrono::hours(24)};
 inline constexpr StoredLimit kTelegramTests{"telegram-test", 5, std::chrono::hours(1)};
 
 // Counts one attempt; the answer to give instead when it is over the limit or the store is

@@ -42,7 +42,7 @@ bool challengeAcceptable(const std::string& method, const std::string& challenge
 
 // The per-client line every sign-in request meets first.
 std::optional<HttpResponse> clientLimited(ApiContext& context, const HttpRequest& request) {
-    const auto decision = context.perClient.take(request.clientAddress, context.now());
+    const auto decision = context.perClient.take(clientKey(request.clientAddress), context.now());
     if (decision.allowed)
         return std::nullopt;
     return rateLimitedResponse(decision.retryAfter);
@@ -82,7 +82,15 @@ HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
         return errorResponse(400, "invalid_email");
     if (!challengeAcceptable(start->codeChallengeMethod, start->codeChallenge))
         return errorResponse(400, "invalid_code_challenge");
+    // Mail is what a stranger could make this server send to anyone: a few per client, a few
+    // per address an hour and a day (which also caps the guesses at its codes).
+    if (const auto mails =
+            context.mailsPerClient.take(clientKey(request.clientAddress), context.now());
+        !mails.allowed)
+        return rateLimitedResponse(mails.retryAfter);
     if (auto refused = refusedByLimit(context, kSignInMails, email))
+        return *refused;
+    if (auto refused = refusedByLimit(context, kSignInMailsPerDay, email))
         return *refused;
 
     const std::string code = Secrets::sixDigitCode();
@@ -147,6 +155,12 @@ HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request) {
         return *refused;
     const auto& login = std::get<cloud::PasswordLoginRequest>(decoded);
     const std::string email = normalizedEmail(login.email);
+    if (!looksLikeEmail(email)) {
+        // No account has such an address; the answer still takes as long as any.
+        HttpResponse refused = errorResponse(401, "invalid_credentials");
+        refused.delay = context.passwordTiming.typical().value_or(std::chrono::milliseconds(50));
+        return refused;
+    }
     // Every try counts against the address before any work, so parallel guesses cannot
     // overrun the limit; one that succeeds is given back. Unknown addresses count alike.
     if (auto refused = refusedByLimit(context, kPasswordFailures, email))

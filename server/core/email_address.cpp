@@ -10,8 +10,12 @@ std::string normalizedEmail(std::string_view email) {
     const auto last = email.find_last_not_of(" \t\r\n");
     std::string text(first == std::string_view::npos ? std::string_view()
                                                      : email.substr(first, last - first + 1));
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : static_cast<char>(c);
+    });
+    // example.org. is example.org: the root's dot names the same domain.
+    while (text.size() > 1 && text.back() == '.' && text.find('@') != std::string::npos)
+        text.pop_back();
     return text;
 }
 

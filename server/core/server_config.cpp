@@ -241,6 +241,12 @@ const std::vector<Setting>& settings() {
              c.maxConnections = connections;
              return success();
          }},
+        {"max-connections-per-client",
+         "open connections one client (an address, an IPv6 /64) may hold; trusted proxies are "
+         "not counted (default 64)",
+         [](ServerConfig& c, const std::string& v) {
+             return setNumber(c.maxConnectionsPerClient, v, 1, 1'000'000);
+         }},
         {"speedtest", "public, signed-in or off: who may run the speed test (default public)",
          [](ServerConfig& c, const std::string& v) -> Status {
              if (v == "public")
@@ -356,9 +362,10 @@ Status applyCredentials(ServerConfig& config,
 
 bool holdsPassword(const std::string& databaseURL) {
     const auto scheme = databaseURL.find("://");
-    const auto at = databaseURL.find('@');
-    return scheme != std::string::npos && at != std::string::npos &&
-           databaseURL.substr(scheme + 3, at - scheme - 3).find(':') != std::string::npos;
+    const auto at = databaseURL.rfind('@');
+    return databaseURL.find("password=") != std::string::npos ||
+           (scheme != std::string::npos && at != std::string::npos && at > scheme &&
+            databaseURL.substr(scheme + 3, at - scheme - 3).find(':') != std::string::npos);
 }
 
 } // namespace

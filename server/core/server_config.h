@@ -47,6 +47,7 @@ struct ServerConfig {
     ProxyTrust proxyTrust;
     // Open connections at most; nothing: worked out from the file descriptors allowed.
     std::optional<std::int64_t> maxConnections;
+    std::int64_t maxConnectionsPerClient = 64;
     SpeedTestAccess speedTest = SpeedTestAccess::everyone;
     std::int64_t speedTestMiBPerHour = 16 * 1024; // per client, down and up together
     bool checker = true;

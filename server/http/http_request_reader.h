@@ -32,7 +32,6 @@ bool hasBadFraming(const boost::beast::http::fields& fields, unsigned version);
 // One request read from `bytes` the way the front end reads it from a connection (the
 // header under its limit, then the body under its own), or the status it is refused with.
 std::variant<HttpRequest, int> readHttpRequest(std::string_view bytes, const HttpLimits& limits,
-                                               const IpAddress& peer,
-                                               const ProxyTrust& trust = {});
+                                               const IpAddress& peer, const ProxyTrust& trust = {});
 
 } // namespace ravo::server

@@ -9,6 +9,7 @@
 #include <boost/asio/strand.hpp>
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace ravo::server {
 
@@ -62,9 +63,12 @@ public:
 
     const HttpShared& shared() const override { return shared_; }
 
-    void sessionEnded() override {
-        asio::post(strand_, [self = shared_from_this()] {
+    void sessionEnded(const std::string& peerKey) override {
+        asio::post(strand_, [self = shared_from_this(), peerKey] {
             --self->open_;
+            if (const auto found = self->perPeer_.find(peerKey);
+                found != self->perPeer_.end() && --found->second == 0)
+                self->perPeer_.erase(found);
             if (self->waitingForRoom_ && self->open_ < self->shared_.limits.maxConnections) {
                 self->waitingForRoom_ = false;
                 self->accept();
@@ -107,11 +111,28 @@ private:
             return;
         }
         backoffFor_ = kFirstBackoff;
-        if (!error) {
-            ++open_;
-            startHttpSession(std::move(socket), shared_from_this());
-        }
+        if (!error)
+            admit(std::move(socket));
         accept();
+    }
+
+    // One client may not take every connection: past its share, it is hung up on at once.
+    void admit(tcp::socket socket) {
+        const IpAddress peer = peerOf(socket);
+        std::string key;
+        if (!anyContains(shared_.trust.proxies, peer)) {
+            key = clientKey(peer);
+            if (perPeer_[key] >= shared_.limits.maxConnectionsPerClient) {
+                quietLog(key + " holds " + std::to_string(perPeer_[key]) +
+                         " connections (max-connections-per-client); closing more");
+                boost::system::error_code ignored;
+                socket.close(ignored);
+                return;
+            }
+            ++perPeer_[key];
+        }
+        ++open_;
+        startHttpSession(std::move(socket), shared_from_this(), std::move(key));
     }
 
     void quietLog(const std::string& message) {
@@ -128,6 +149,7 @@ private:
     asio::steady_timer backoff_;
     HttpShared shared_;
     std::size_t open_ = 0;
+    std::unordered_map<std::string, std::size_t> perPeer_; // untrusted peers' open connections
     bool waitingForRoom_ = false;
     bool closed_ = false;
     std::chrono::milliseconds backoffFor_ = kFirstBackoff;

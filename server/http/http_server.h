@@ -19,11 +19,15 @@ namespace ravo::server {
 struct HttpLimits {
     std::size_t maxBodyBytes = 256 * 1024;
     std::size_t maxHeaderBytes = 16 * 1024;
-    // A client that has not sent its whole request by then is let go.
+    // A client that has not sent a request's head, or its whole body, by then is let go.
+    std::chrono::seconds headerTimeout{10};
     std::chrono::seconds requestTimeout{30};
     std::chrono::seconds idleTimeout{60};
     // Past this many open connections new ones wait in the kernel's queue.
     std::size_t maxConnections = 1024;
+    // One client (an address, an IPv6 /64) holds at most this many; more are closed at
+    // once. Trusted proxies are not counted: their clients are many.
+    std::size_t maxConnectionsPerClient = 64;
 };
 
 // Paths the front end serves itself because they stream: an endless download of zeros,

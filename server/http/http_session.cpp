@@ -44,6 +44,8 @@ const std::array<char, kChunkBytes>& zeros() {
     return chunk;
 }
 
+} // namespace
+
 IpAddress peerOf(const tcp::socket& socket) {
     beast::error_code error;
     const auto endpoint = socket.remote_endpoint(error);
@@ -60,15 +62,18 @@ IpAddress peerOf(const tcp::socket& socket) {
     return v6;
 }
 
+namespace {
+
 class Session : public std::enable_shared_from_this<Session> {
 public:
-    Session(tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner)
+    Session(tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner, std::string peerKey)
         : owner_(std::move(owner)), shared_(owner_->shared()), peer_(peerOf(socket)),
-          stream_(std::move(socket)), timer_(stream_.get_executor()) {}
+          peerKey_(std::move(peerKey)), stream_(std::move(socket)), timer_(stream_.get_executor()) {
+    }
 
     ~Session() {
         endTransfer();
-        owner_->sessionEnded();
+        owner_->sessionEnded(peerKey_);
     }
 
     void start() { read(); }
@@ -92,6 +97,7 @@ private:
             return onRead(headerError);
         const auto& header = header_->get();
         client_ = clientOf(peer_, header, shared_.trust);
+        clientKey_ = clientKey(client_);
         if (hasBadFraming(header, header.version()))
             return onRead(http::error::bad_transfer_encoding);
         const auto& streams = shared_.streams;
@@ -125,7 +131,7 @@ private:
         }
         if (!streams.budget)
             return std::nullopt;
-        const auto decision = streams.budget->begin(client_, Clock::now());
+        const auto decision = streams.budget->begin(clientKey_, Clock::now());
         if (!decision.allowed)
             return rateLimitedResponse(decision.retryAfter);
         transferOpen_ = true;
@@ -134,13 +140,13 @@ private:
 
     void endTransfer() {
         if (transferOpen_ && shared_.streams.budget)
-            shared_.streams.budget->end(client_);
+            shared_.streams.budget->end(clientKey_);
         transferOpen_ = false;
     }
 
     std::uint64_t allowance(std::uint64_t wanted) {
         const auto& budget = shared_.streams.budget;
-        return budget ? budget->take(client_, wanted, Clock::now()) : wanted;
+        return budget ? budget->take(clientKey_, wanted, Clock::now()) : wanted;
     }
 
     void discardUpload() {
@@ -251,7 +257,9 @@ private:
     std::shared_ptr<HttpSessionOwner> owner_;
     const HttpShared& shared_;
     IpAddress peer_;
+    std::string peerKey_;
     std::string client_;
+    std::string clientKey_; // what its limits count under
     beast::tcp_stream stream_;
     asio::steady_timer timer_;
     beast::flat_buffer buffer_;
@@ -265,8 +273,9 @@ private:
 
 } // namespace
 
-void startHttpSession(tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner) {
-    std::make_shared<Session>(std::move(socket), std::move(owner))->start();
+void startHttpSession(tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner,
+                      std::string peerKey) {
+    std::make_shared<Session>(std::move(socket), std::move(owner), std::move(peerKey))->start();
 }
 
 } // namespace ravo::server

@@ -21,10 +21,14 @@ class HttpSessionOwner {
 public:
     virtual ~HttpSessionOwner() = default;
     virtual const HttpShared& shared() const = 0;
-    virtual void sessionEnded() = 0;
+    virtual void sessionEnded(const std::string& peerKey) = 0;
 };
 
-// Serves one accepted connection until it closes.
-void startHttpSession(boost::asio::ip::tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner);
+// The peer's address as the connection shows it ("::" when it cannot be read).
+IpAddress peerOf(const boost::asio::ip::tcp::socket& socket);
+
+// Serves one accepted connection until it closes; `peerKey` is handed back at the end.
+void startHttpSession(boost::asio::ip::tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner,
+                      std::string peerKey);
 
 } // namespace ravo::server

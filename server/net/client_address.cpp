@@ -98,4 +98,9 @@ std::string clientKey(const IpAddress& client) {
     return toString(network) + "/64";
 }
 
+std::string clientKey(std::string_view client) {
+    const auto address = parseIpAddress(client);
+    return address ? clientKey(*address) : std::string(client);
+}
+
 } // namespace ravo::server

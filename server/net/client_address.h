@@ -33,5 +33,8 @@ IpAddress clientAddress(const IpAddress& peer, std::string_view headerValue,
 // The key limits are counted under: an IPv4 address, or an IPv6 address's /64 (one
 // subscriber's network, which a client can roam freely).
 std::string clientKey(const IpAddress& client);
+// The same for a client given as text (a request's client address); text that is not an
+// address is its own key.
+std::string clientKey(std::string_view client);
 
 } // namespace ravo::server

@@ -112,11 +112,6 @@ CREATE TABLE IF NOT EXISTS attempt_counters (
     count BIGINT NOT NULL
 );
 CREATE INDEX IF NOT EXISTS attempt_counters_age ON attempt_counters (window_start);
--- Addresses were once kept as typed: fold them to the one account each stands for, unless
--- two spellings of one address exist, which are left for the operator.
-UPDATE accounts SET email = lower(email) WHERE email <> lower(email) AND NOT EXISTS
-    (SELECT 1 FROM accounts other WHERE lower(other.email) = lower(accounts.email)
-     AND other.id <> accounts.id);
 )sql";
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "server/store/sql_store.h"
 
+#include "server/core/email_address.h"
 #include "server/core/secrets.h"
 #include "server/store/postgres_database.h"
 #include "server/store/sql_schema.h"
@@ -82,14 +83,39 @@ Status SqlStore::migrate() {
     if (!db)
         return db.failure();
     const auto& connection = *db;
-    if (connection->dialect() == SqlDialect::sqlite)
-        return connection->script(storeSchema(SqlDialect::sqlite));
+    if (connection->dialect() == SqlDialect::sqlite) {
+        if (auto created = connection->script(storeSchema(SqlDialect::sqlite)); !created)
+            return created;
+        return foldAccountAddresses(*connection);
+    }
     // Processes that start together must not create the same tables at once.
     if (auto locked = connection->script("SELECT pg_advisory_lock(74211)"); !locked)
         return locked;
     auto created = connection->script(storeSchema(SqlDialect::postgres));
+    if (created)
+        created = foldAccountAddresses(*connection);
     connection->script("SELECT pg_advisory_unlock(74211)");
     return created;
+}
+
+// Addresses were once kept as typed: each becomes the one spelling sign-in looks up, unless
+// another account already has that spelling, which is left for the operator.
+Status SqlStore::foldAccountAddresses(SqlDatabase& db) {
+    auto rows = db.query("SELECT id, email FROM accounts WHERE email <> lower(email) OR "
+                         "email LIKE '%.' OR email LIKE ' %' OR email LIKE '% '");
+    if (!rows)
+        return rows.failure();
+    for (const auto& row : *rows) {
+        const std::string folded = normalizedEmail(row.text(1));
+        if (folded == row.text(1))
+            continue;
+        if (auto done = db.execute("UPDATE accounts SET email = ? WHERE id = ? AND NOT EXISTS "
+                                   "(SELECT 1 FROM accounts other WHERE other.email = ?)",
+                                   {folded, row.text(0), folded});
+            !done)
+            return done;
+    }
+    return success();
 }
 
 Result<Account> SqlStore::accountForEmail(const std::string& email, bool create) {

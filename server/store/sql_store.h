@@ -65,6 +65,7 @@ public:
 private:
     explicit SqlStore(std::unique_ptr<SqlPool> pool);
     Status migrate();
+    Status foldAccountAddresses(SqlDatabase& db);
     // " FOR UPDATE SKIP LOCKED" where several processes may claim at once.
     const char* skipLocked() const;
 

@@ -97,6 +97,10 @@ for _ in $(seq 30); do [ "$(attempt 127.0.0.9 198.51.100.1)" = 401 ] || fail "li
     fail "the client's own claim was taken over the proxy's"
 for n in $(seq 30); do [ "$(attempt 127.0.0.3 "203.0.113.$n")" = 401 ] || fail "limited too soon"; done
 [ "$(attempt 127.0.0.3 203.0.113.99)" = 429 ] || fail "an untrusted peer chose its address"
+# An IPv6 client roams its /64 freely, so the /64 is what counts.
+for n in $(seq 30); do [ "$(attempt 127.0.0.9 "2001:db8:5:5::$n")" = 401 ] || fail "limited too soon"; done
+[ "$(attempt 127.0.0.9 2001:db8:5:5:ffff::1)" = 429 ] || fail "a /64 got past the limit"
+[ "$(attempt 127.0.0.9 2001:db8:5:6::1)" = 401 ] || fail "the next /64 was limited"
 
 # --- The speed test: budgets per client, and who may use it.
 streams() { # count -> statuses of that many endless downloads held open at once, sorted
@@ -123,6 +127,17 @@ token=$(database=sqlite:$work/signed.db password_token "$bin" runner@example.org
 expect "$(call GET speedtest/config "" "$token")" 200
 start_server closed --speedtest off
 expect "$(call GET speedtest/config)" 404
+
+# --- One client cannot take every connection: past its share it is hung up on; others are
+# served.
+start_server shared --max-connections-per-client 4
+hold_connections 10
+from=127.0.0.5
+expect "$(call GET me)" 401
+from=''
+curl -s -o /dev/null --max-time 2 "$api/me" && fail "a client past its share was served"
+release_connections
+expect "$(call GET me)" 401
 
 # --- At its cap, new connections wait in the kernel's queue; nothing spins; room comes back.
 start_server capped --max-connections 8
@@ -155,6 +170,14 @@ touch "$work/old.db"
 chmod 644 "$work/old.db"
 start_server old
 [ "$(stat -c %a "$work/old.db")" = 600 ] || fail "an old database stays readable by others"
+
+# --- Addresses kept as typed by an older version are folded to the one sign-in looks up.
+printf 'correct horse battery\n' | "$bin/ravo-server" user add one@example.org --password-stdin \
+    --database "sqlite:$work/fold.db" >/dev/null
+python3 -c "import sqlite3, sys; db = sqlite3.connect(sys.argv[1])
+db.execute(\"UPDATE accounts SET email = 'One@Example.ORG.'\"); db.commit()" "$work/fold.db"
+start_server fold
+expect "$(call POST auth/token '{"email":"one@example.org","password":"correct horse battery","device_name":"x"}')" 200
 
 # --- Secrets: a flag's value is wiped from the arguments and the operator told why.
 printf '123456:from-a-file-from-a-file-from-a-file\n' >"$work/bot-token"

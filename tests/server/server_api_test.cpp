@@ -40,7 +40,7 @@ protected:
 
     HttpResponse call(const std::string& method, const std::string& path,
                       const std::string& body = "", const std::string& token = "") {
-        HttpRequest request{method, "/api/v1/" + path, "", {}, body, "192.0.2.7"};
+        HttpRequest request{method, "/api/v1/" + path, "", {}, body, client};
         if (!token.empty())
             request.headers["authorization"] = "Bearer " + token;
         return handleApi(context, request);
@@ -54,6 +54,7 @@ protected:
                 {"interval_minutes", 5}};
     }
 
+    std::string client = "192.0.2.7"; // where the calls come from
     std::string signIn(const std::string& email) {
         const std::string verifier = Secrets::randomToken(40);
         const std::string challenge = Secrets::base64url(sha256Bytes(verifier));
@@ -194,18 +195,44 @@ TEST_F(ServerApiTest, DeletingTheAccountTakesItsSitesAndDevices) {
     EXPECT_TRUE(store->sites(account)->empty());
 }
 
-TEST_F(ServerApiTest, SignInIsLimitedPerAddressAndPerClient) {
-    const json start = {{"email", "ada@example.org"},
-                        {"code_challenge", std::string(43, 'a')},
-                        {"code_challenge_method", "S256"}};
+TEST_F(ServerApiTest, SignInMailIsLimitedPerAddressAndPerClient) {
+    const auto start = [](const std::string& email) {
+        return json{{"email", email},
+                    {"code_challenge", std::string(43, 'a')},
+                    {"code_challenge_method", "S256"}}
+            .dump();
+    };
+    // From a client each: the address gets ten mails an hour.
     int limited = 0;
-    for (int i = 0; i < 12; ++i)
-        limited += call("POST", "auth/email/start", start.dump()).status == 429;
+    for (int i = 0; i < 12; ++i) {
+        client = "198.51.100." + std::to_string(i + 1);
+        limited += call("POST", "auth/email/start", start("ada@example.org")).status == 429;
+    }
     EXPECT_EQ(limited, 2);
     EXPECT_EQ(mail.sent.size(), 10u);
+    // One client mailing many addresses gets five an hour, counted by its IPv6 network.
+    for (int i = 0; i < 6; ++i) {
+        client = "2001:db8:7:7::" + std::to_string(i + 1);
+        EXPECT_EQ(call("POST", "auth/email/start", start("u" + std::to_string(i) + "@example.org"))
+                      .status,
+                  i < 5 ? 200 : 429)
+            << i;
+    }
     // After the hour the address may ask again.
     now += std::chrono::hours(1);
-    EXPECT_EQ(call("POST", "auth/email/start", start.dump()).status, 200);
+    EXPECT_EQ(call("POST", "auth/email/start", start("ada@example.org")).status, 200);
+}
+
+TEST_F(ServerApiTest, WhatCannotBeAnAddressIsNeverCounted) {
+    // A megabyte of "address" would otherwise become a counter row.
+    const std::string huge = std::string(300'000, 'a') + "@example.org";
+    for (int i = 0; i < 12; ++i) {
+        client = "198.51.100." + std::to_string(i + 1);
+        const auto answer =
+            call("POST", "auth/token", json{{"email", huge}, {"password", "x"}}.dump());
+        EXPECT_EQ(answer.status, 401);
+        EXPECT_GT(answer.delay.count(), 0);
+    }
 }
 
 TEST_F(ServerApiTest, FailuresAreClearAndSayNothingOfOtherAccounts) {
