@@ -129,6 +129,10 @@ void AppController::start() {
             return; // nothing else starts until this build is replaced
         }
     }
+    startMonitoring();
+}
+
+void AppController::startMonitoring() {
     if (services_.systemMonitor)
         services_.systemMonitor->start();
     if (watchdog_) {
@@ -144,10 +148,12 @@ void AppController::start() {
     refreshLoop_->start();
     runLoopIteration();
     if (auto* watcher = services_.sleepWake) {
-        connect(watcher, &SleepWakeWatcher::didWake, this, &AppController::afterWake);
-        connect(watcher, &SleepWakeWatcher::screensDidWake, this, &AppController::afterWake);
-        connect(watcher, &SleepWakeWatcher::sessionDidBecomeActive, this,
-                &AppController::afterWake);
+        connect(watcher, &SleepWakeWatcher::didWake, this, &AppController::afterWake,
+                Qt::UniqueConnection);
+        connect(watcher, &SleepWakeWatcher::screensDidWake, this, &AppController::afterWake,
+                Qt::UniqueConnection);
+        connect(watcher, &SleepWakeWatcher::sessionDidBecomeActive, this, &AppController::afterWake,
+                Qt::UniqueConnection);
     }
 }
 
@@ -175,6 +181,21 @@ void AppController::applyUpdateState(bool required) {
     if (!stored && !required)
         return;
     GroupSettings::write(GroupSettings::kUpdateRequired, required);
+    if (!required && paused_) {
+        // A newer manifest, or this build replaced in place: monitoring resumes now.
+        paused_ = false;
+        if (auto* monitor = services_.systemMonitor; monitor && monitor->isSuspended())
+            monitor->setSuspended(false);
+        qCInfo(lcApp) << "This version is supported again; monitoring resumes";
+        if (services_.notifications)
+            services_.notifications->post({"update-required", "updates", "Ravo is monitoring again",
+                                           "This version is supported again.",
+                                           "software-update-available", ""},
+                                          [](const std::string&) {});
+        startMonitoring();
+        emit pausedChanged();
+        return;
+    }
     if (!required || paused_)
         return;
     // Metrics, the watchdog, website checks and the refresh loop stop; the hooks, the limits

@@ -143,6 +143,8 @@ public:
     // Null without a transport.
     updates::UpdateChecker* updateChecker() const { return updateChecker_.get(); }
     // A release below whose minimum build this one is: monitoring pauses until the update.
+    // Metrics, the watchdog, website checks and the refresh loop; again after a pause.
+    void startMonitoring();
     void applyUpdateState(bool required);
     bool isPaused() const { return paused_; }
 

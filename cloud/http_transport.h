@@ -18,11 +18,14 @@ struct HttpCall {
     QList<QPair<QByteArray, QByteArray>> headers;
     QByteArray body;
     std::chrono::milliseconds timeout{20000};
+    // An answer longer than this is cut off as it arrives, whatever it says its length is.
+    qint64 maxBytes = 4 * 1024 * 1024;
 };
 
 struct HttpAnswer {
     int status = 0; // 0: not an HTTP answer
     QByteArray body;
+    bool tooLarge = false; // cut off at the call's maxBytes; the body is empty
 };
 
 // Sends one complete request; nothing when it could not be sent or answered at all.

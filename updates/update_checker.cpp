@@ -21,6 +21,11 @@ std::optional<ReleaseManifest> cachedManifest(const QSettings& defaults) {
     return stored.is_discarded() ? std::nullopt : ReleaseManifest::fromJson(stored);
 }
 
+bool isOlder(const ReleaseManifest& offered, const ReleaseManifest& known) {
+    return offered.build < known.build ||
+           (offered.build == known.build && offered.publishedAt < known.publishedAt);
+}
+
 } // namespace
 
 UpdateChecker::UpdateChecker(QSettings& defaults, std::shared_ptr<cloud::HttpTransport> transport,
@@ -62,6 +67,10 @@ QCoro::Task<> UpdateChecker::check() {
     const auto answer = co_await transport_->send(std::move(call));
     if (!self)
         co_return;
+    if (answer && answer->tooLarge) {
+        setError("The release server's answer is too large to be release information.");
+        co_return;
+    }
     if (!answer || answer->status == 0) {
         qCInfo(lcUpdates) << "The release server cannot be reached";
         co_return; // offline is not an error worth showing; the last manifest stands
@@ -79,6 +88,15 @@ QCoro::Task<> UpdateChecker::check() {
         co_return;
     }
     const auto& manifest = std::get<ReleaseManifest>(verified);
+    // A correctly signed but older manifest, replayed, must not lift a required update or
+    // offer an older release: the newest one accepted stands.
+    if (const auto known = cachedManifest(defaults_); known && isOlder(manifest, *known)) {
+        setError(std::string(kOlderReleaseText));
+        qCWarning(lcUpdates).noquote()
+            << "Ignored the release server's manifest for build" << manifest.build
+            << "published before the one accepted, build" << known->build;
+        co_return;
+    }
     defaults_.setValue(kManifestKey, QString::fromStdString(manifest.toJson().dump()));
     setError(std::nullopt);
     setDecision(manifest);
@@ -107,7 +125,8 @@ QCoro::Task<Result<std::filesystem::path>> UpdateChecker::download(std::filesyst
     const ReleaseManifest manifest = *decision_.manifest;
     QPointer<UpdateChecker> self(this);
     const QUrl url(QString::fromStdString(manifest.downloadURL));
-    cloud::HttpCall call{"GET", url, {}, {}, std::chrono::milliseconds(600'000)};
+    // A release is larger than an answer of the API, and is held in memory to be checked.
+    cloud::HttpCall call{"GET", url, {}, {}, std::chrono::milliseconds(600'000), 1ll << 30};
     const auto answer = co_await transport_->send(std::move(call));
     if (!self)
         co_return Failure{"Ravo is quitting."};

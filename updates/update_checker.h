@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 class QSettings;
 class QTimer;
@@ -31,6 +32,9 @@ class UpdateChecker : public QObject {
     Q_OBJECT
 public:
     static constexpr const char* kManifestKey = "lastVerifiedUpdateManifest";
+    static constexpr std::string_view kOlderReleaseText =
+        "The release server offered an older release than one it published before, so it "
+        "was ignored.";
 
     struct Options {
         long long currentBuild = 0;

@@ -65,16 +65,39 @@ refused "The update information is unreadable." "$work/garbled.json"
 printf '{"payload": ' >"$work/cut.json"
 refused "The update information is unreadable." "$work/cut.json"
 
+# Signed with openssl as anyone with the key could: build numbers past what Ravo can hold
+# are unreadable, never wrapped into small ones.
+openssl_signed() { # manifest-file -> envelope on stdout
+    openssl pkeyutl -sign -inkey "$work/release.pem" -rawin -in "$1" -out "$1.sig"
+    jq -n --arg payload "$(base64 -w0 "$1")" --arg signature "$(base64 -w0 "$1.sig")" \
+        '{payload: $payload, signature: $signature}'
+}
+for huge in 9223372036854775808 18446744073709551615 -1; do
+    manifest 22 "$huge" https://downloads.example.org/ravo-1.22.tar.gz >"$work/huge-manifest.json"
+    openssl_signed "$work/huge-manifest.json" >"$work/huge.json"
+    refused "The update information is unreadable." "$work/huge.json"
+    release sign --key "$work/release.pem" "$work/huge-manifest.json" >/dev/null 2>&1 &&
+        fail "minimumBuild $huge was signed"
+done
+
+# An envelope Ravo would not read (past 4 MiB) is not written.
+python3 - "$work/manifest.json" >"$work/long-manifest.json" <<'PY'
+import json, sys
+manifest = json.load(open(sys.argv[1]))
+manifest["notes"] = "Quieter alerts. " * 220000
+print(json.dumps(manifest))
+PY
+status=0
+signed=$(release sign --key "$work/release.pem" "$work/long-manifest.json" 2>&1) || status=$?
+[ "$status" = 1 ] && [[ "$signed" == "The signed envelope would be "*" bytes, and Ravo reads at most 4194304 of one: shorten the notes." ]] ||
+    fail "an envelope Ravo refuses was written ($status): ${signed:0:200}"
+
 # ravo-release will not sign an http link; signed anyway with openssl, the app refuses it.
 manifest 21 8 http://downloads.example.org/ravo-1.21.tar.gz >"$work/insecure-manifest.json"
 status=0
 signed=$(release sign --key "$work/release.pem" "$work/insecure-manifest.json" 2>&1) || status=$?
 [ "$status" = 1 ] && [ "$signed" = "The update download link isn't secure." ] ||
     fail "an http link was signed: $signed"
-openssl pkeyutl -sign -inkey "$work/release.pem" -rawin -in "$work/insecure-manifest.json" \
-    -out "$work/insecure.sig"
-jq -n --arg payload "$(base64 -w0 "$work/insecure-manifest.json")" \
-    --arg signature "$(base64 -w0 "$work/insecure.sig")" \
-    '{payload: $payload, signature: $signature}' >"$work/insecure.json"
+openssl_signed "$work/insecure-manifest.json" >"$work/insecure.json"
 refused "The update download link isn't secure." "$work/insecure.json"
 echo "releases signed and served: ok"

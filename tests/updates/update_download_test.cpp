@@ -13,8 +13,11 @@
 #include <QSslKey>
 #include <QSslServer>
 #include <QSslSocket>
+#include <QTcpServer>
 
 #include <gtest/gtest.h>
+
+#include <sys/resource.h>
 
 #include <nlohmann/json.hpp>
 
@@ -149,6 +152,77 @@ TEST_F(UpdateDownloadTest, ACertificateThisComputerDoesNotTrustIsNoDownload) {
     const auto saved = download(*checker, folder);
     ASSERT_FALSE(saved.ok());
     EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
+// A release server that answers with zeros, as fast as they are taken, up to 400 MB: the
+// answer of a broken or hostile server to the manifest request.
+class FloodingServer {
+public:
+    explicit FloodingServer(QByteArray head) : head_(std::move(head)) {
+        server_.listen(QHostAddress::LocalHost);
+        QObject::connect(&server_, &QTcpServer::newConnection, &server_, [this] { accept(); });
+    }
+    QUrl url() const {
+        return QUrl(QString("http://127.0.0.1:%1/latest").arg(server_.serverPort()));
+    }
+    qint64 sent = 0;
+
+private:
+    void accept() {
+        while (QTcpSocket* socket = server_.nextPendingConnection()) {
+            QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
+                if (!socket->readAll().contains("\r\n\r\n"))
+                    return;
+                socket->write(head_);
+                more(socket);
+            });
+            QObject::connect(socket, &QTcpSocket::bytesWritten, socket,
+                             [this, socket] { more(socket); });
+            QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        }
+    }
+    void more(QTcpSocket* socket) {
+        static const QByteArray chunk(1 << 20, '\0');
+        while (socket->bytesToWrite() < (4 << 20) && sent < kTotal) {
+            socket->write(chunk);
+            sent += chunk.size();
+        }
+        if (sent >= kTotal && socket->bytesToWrite() == 0)
+            socket->disconnectFromHost();
+    }
+    static constexpr qint64 kTotal = 400ll << 20;
+    QTcpServer server_;
+    QByteArray head_;
+};
+
+long peakResidentKiB() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+TEST(ReleaseServerAnswers, AreCutOffAtFourMebibytesWhateverTheySayOfTheirLength) {
+    const std::pair<const char*, QByteArray> heads[] = {
+        {"says its length", "HTTP/1.1 200 OK\r\nContent-Length: 419430400\r\n\r\n"},
+        {"says nothing", "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n"}};
+    for (const auto& [why, head] : heads) {
+        testing::TemporaryHome home;
+        QSettings settings(QString::fromStdString((home.path() / "ravo.conf").string()),
+                           QSettings::IniFormat);
+        FloodingServer server(head);
+        UpdateChecker::Options options;
+        options.currentBuild = 5;
+        options.manifest = [&server] { return server.url(); };
+        UpdateChecker checker(settings, std::make_shared<cloud::NetworkTransport>(), options);
+        const long before = peakResidentKiB();
+        QCoro::waitFor(checker.check());
+        EXPECT_LT(peakResidentKiB() - before, 32 * 1024) << why;
+        EXPECT_LT(server.sent, 64ll << 20) << why;
+        EXPECT_EQ(checker.lastError(),
+                  "The release server's answer is too large to be release information.")
+            << why;
+        EXPECT_EQ(checker.decision().kind, UpdateDecision::Kind::upToDate) << why;
+    }
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "updates/release_tool/release_signer.h"
 #include "updates/update_checker.h"
 
+#include <QCoro/QCoroTask>
 #include <QSettings>
 #include <QTest>
 
@@ -37,12 +38,13 @@ protected:
         settings.setValue("cloudServer", server.origin());
         settings.setValue(connectivity::ProbeAddress::kSettingsKey, "127.0.0.1:1");
     }
-    void publish(long long build, long long minimumBuild, const std::filesystem::path& key) {
+    void publish(long long build, long long minimumBuild, const std::filesystem::path& key,
+                 const std::string& publishedAt = "2026-11-22T09:00:00Z") {
         const std::string manifest = nlohmann::json{
             {"version", "0." + std::to_string(build)},
             {"build", build},
             {"minimumBuild", minimumBuild},
-            {"publishedAt", "2026-11-22T09:00:00Z"},
+            {"publishedAt", publishedAt},
             {"downloadURL", "https://ravo.example.org/ravo.tar.gz"},
             {"sha256", "00"},
             {"notes", "Safer alerts."}}.dump();
@@ -124,6 +126,34 @@ TEST_F(UpdatePauseTest, AMinimumAboveThisBuildPausesMonitoringAndTheNextStartSta
     EXPECT_FALSE(next->connectionWatchdog()->isRunning());
     EXPECT_FALSE(next->websiteMonitor()->isRunning());
     next->stop();
+}
+
+TEST_F(UpdatePauseTest, AnOlderSignedReleaseIsRefusedAndANewerOneResumesAtOnce) {
+    publish(9, 7, home.path() / "release.pem");
+    auto controller = makeController();
+    controller->start();
+    auto* checker = controller->updateChecker();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return controller->isPaused(); }, 5000));
+
+    // Replayed: an older manifest, correctly signed, that would lift the requirement.
+    publish(8, 3, home.path() / "release.pem", "2026-11-01T09:00:00Z");
+    QCoro::waitFor(checker->check());
+    EXPECT_EQ(checker->lastError(), std::string(UpdateChecker::kOlderReleaseText));
+    EXPECT_EQ(checker->decision().kind, UpdateDecision::Kind::required);
+    EXPECT_EQ(checker->decision().manifest->build, 9);
+    EXPECT_TRUE(controller->isPaused());
+
+    // The same build republished later without the requirement: monitoring resumes now.
+    publish(9, 3, home.path() / "release.pem", "2026-11-23T09:00:00Z");
+    QCoro::waitFor(checker->check());
+    EXPECT_EQ(checker->lastError(), std::nullopt);
+    EXPECT_EQ(checker->decision().kind, UpdateDecision::Kind::available);
+    EXPECT_FALSE(controller->isPaused());
+    EXPECT_FALSE(monitor->isSuspended());
+    EXPECT_TRUE(controller->connectionWatchdog()->isRunning());
+    EXPECT_TRUE(controller->websiteMonitor()->isRunning());
+    EXPECT_FALSE(GroupSettings::readBool(GroupSettings::kUpdateRequired));
+    controller->stop();
 }
 
 TEST_F(UpdatePauseTest, AReleaseSignedWithAnotherKeyIsNeverActedOn) {

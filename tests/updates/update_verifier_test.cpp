@@ -135,6 +135,21 @@ TEST_F(SignedManifestTest, EveryFaultHasItsOwnErrorAndNeverAManifest) {
               "The downloaded update is damaged or was tampered with.");
 }
 
+TEST(ReleaseManifest, BuildNumbersPastWhatRavoHoldsAreUnreadable) {
+    auto withMinimum = [](nlohmann::json minimum) {
+        return nlohmann::json{{"version", "2.1"},           {"build", 210},
+                              {"minimumBuild", minimum},    {"publishedAt", "2026-11-20T09:00:00Z"},
+                              {"downloadURL", "https://x"}, {"sha256", "00"}};
+    };
+    for (const auto& minimum :
+         {nlohmann::json(9223372036854775808ull), nlohmann::json(18446744073709551615ull),
+          nlohmann::json(-1), nlohmann::json(1.5), nlohmann::json("200")})
+        EXPECT_FALSE(ReleaseManifest::fromJson(withMinimum(minimum))) << minimum;
+    const auto largest = ReleaseManifest::fromJson(withMinimum(9223372036854775807ll));
+    ASSERT_TRUE(largest);
+    EXPECT_EQ(UpdateDecision::decide(largest, 5).kind, UpdateDecision::Kind::required);
+}
+
 TEST(UpdateDecision, FollowsTheRunningBuild) {
     ReleaseManifest release{"2.1", 210, 200, {}, "https://x", "", {}};
     using Kind = UpdateDecision::Kind;

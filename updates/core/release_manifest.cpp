@@ -2,6 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
+#include <limits>
+
 namespace ravo::updates {
 
 namespace {
@@ -12,11 +15,19 @@ const std::string* text(const nlohmann::json& json, const char* key) {
                                                      : nullptr;
 }
 
+// A build number: whole, not negative, and within what a long long holds (a larger one
+// would wrap and compare as anything).
 std::optional<long long> whole(const nlohmann::json& json, const char* key) {
     const auto found = json.find(key);
     if (found == json.end() || !found->is_number_integer())
         return std::nullopt;
-    return found->get<long long>();
+    if (found->is_number_unsigned())
+        return found->get<std::uint64_t>() <=
+                       static_cast<std::uint64_t>(std::numeric_limits<long long>::max())
+                   ? std::optional(static_cast<long long>(found->get<std::uint64_t>()))
+                   : std::nullopt;
+    const auto value = found->get<long long>();
+    return value >= 0 ? std::optional(value) : std::nullopt;
 }
 
 } // namespace

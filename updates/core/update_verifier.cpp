@@ -15,8 +15,6 @@ namespace ravo::updates::UpdateVerifier {
 
 namespace {
 
-constexpr std::size_t kEnvelopeLimit = 4 * 1024 * 1024;
-
 struct KeyFree {
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
 };

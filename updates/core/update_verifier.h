@@ -12,6 +12,9 @@
 // The signature is checked before anything in the payload is read.
 namespace ravo::updates::UpdateVerifier {
 
+// The largest envelope read: an answer past it is refused unread.
+inline constexpr std::size_t kEnvelopeLimit = 4 * 1024 * 1024;
+
 // The key releases are signed with, unless the build names another (RAVO_UPDATE_PUBLIC_KEY).
 std::string_view defaultPublicKey();
 

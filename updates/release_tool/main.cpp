@@ -58,6 +58,18 @@ int sign(const std::string& key, const std::string& manifestPath) {
     const auto envelope = ReleaseSigner::envelope(key, *manifest);
     if (!envelope)
         return failed(envelope.error());
+    // What goes out is what the app will accept, checked as the app checks it.
+    if (envelope->size() > UpdateVerifier::kEnvelopeLimit)
+        return failed("The signed envelope would be " + std::to_string(envelope->size()) +
+                      " bytes, and Ravo reads at most " +
+                      std::to_string(UpdateVerifier::kEnvelopeLimit) +
+                      " of one: shorten the notes.");
+    const auto publicKey = ReleaseSigner::publicKeyOf(key);
+    if (!publicKey)
+        return failed(publicKey.error());
+    const auto verified = UpdateVerifier::manifest(*envelope, *publicKey);
+    if (const auto* error = std::get_if<UpdateError>(&verified))
+        return failed("Ravo would refuse this envelope: " + std::string(text(*error)));
     std::cout << *envelope;
     return 0;
 }
