@@ -9,6 +9,7 @@
 
 #include <QFileSystemWatcher>
 #include <QSettings>
+#include <QThread>
 #include <QTimer>
 #include <QUuid>
 
@@ -35,7 +36,16 @@ SettingsSync::SettingsSync(QSettings& defaults, SyncedSettingsSource* source, Op
       enabled_(defaults.value(kEnabledKey, false).toBool()),
       lastSynced_(storedDate(defaults, kSyncedAtKey)),
       pendingUpload_(new connectivity::ContinuousTimer(this)), poll_(new QTimer(this)),
-      settle_(new QTimer(this)), watcher_(new QFileSystemWatcher(this)) {
+      settle_(new QTimer(this)), retry_(new QTimer(this)), watcher_(new QFileSystemWatcher(this)) {
+    // A lock held elsewhere is never waited on: the same step is tried again shortly.
+    retry_->setSingleShot(true);
+    retry_->setInterval(options_.busyRetry);
+    connect(retry_, &QTimer::timeout, this, [this] {
+        if (retryingUpload_)
+            upload();
+        else
+            synchronizeOnce();
+    });
     connect(pendingUpload_, &connectivity::ContinuousTimer::timeout, this, &SettingsSync::upload);
     poll_->setInterval(options_.pollInterval);
     poll_->setTimerType(Qt::VeryCoarseTimer);
@@ -93,17 +103,21 @@ void SettingsSync::start() {
 }
 
 void SettingsSync::stop() {
+    // A change waiting to go up goes now rather than not at all (quitting within the two
+    // seconds after it, say). A busy lock gets a few short tries.
+    if (running_ && (pendingUpload_->isActive() || retryingUpload_)) {
+        pendingUpload_->stop();
+        for (int attempt = 0; attempt < kTriesAtStop && !upload(); ++attempt)
+            QThread::msleep(100);
+    }
     running_ = false;
+    retry_->stop();
+    retryingUpload_ = false;
     poll_->stop();
     settle_->stop();
     const QStringList watched = watcher_->files() + watcher_->directories();
     if (!watched.isEmpty())
         watcher_->removePaths(watched);
-    // A change waiting to go up goes now rather than not at all.
-    if (pendingUpload_->isActive()) {
-        pendingUpload_->stop();
-        upload();
-    }
 }
 
 void SettingsSync::watch() {
@@ -157,7 +171,10 @@ void SettingsSync::synchronizeOnce() {
         watch(); // the client may have made the folder or replaced the file
         const auto text = SyncedFolder::read(folder());
         if (!text) {
-            setError(text.error());
+            if (SyncedFolder::isBusy(text.failure()))
+                retry_->start(); // someone else writes: look again in a moment
+            else
+                setError(text.error());
             break;
         }
         std::optional<SyncedSettingsFile> remote;
@@ -206,21 +223,50 @@ void SettingsSync::sourceChanged() {
         pendingUpload_->start(options_.uploadDelay);
 }
 
-void SettingsSync::upload() {
+bool SettingsSync::upload() {
+    retryingUpload_ = false;
     if (!running_)
-        return;
+        return true;
     const auto changedAt = localChangedAt();
     if (!changedAt)
-        return;
-    const SyncedSettingsFile file{*changedAt, deviceID(), source_->syncedSettings()};
-    if (const Status written = SyncedFolder::write(folder(), file.encode()); !written) {
-        setError(written.error());
-        qCWarning(lcSync).noquote()
-            << "Settings upload failed:" << QString::fromStdString(written.error());
-        return;
+        return true;
+    // The file as it is now decides: one that cannot be read, or a newer Ravo's, is never
+    // replaced; one newer than this change is applied instead of being overwritten.
+    const auto current = SyncedFolder::read(folder());
+    if (!current)
+        return uploadFailed(current.failure());
+    if (current->has_value()) {
+        const auto remote = SyncedSettingsFile::decode(**current, options_.now());
+        if (!remote) {
+            setError(remote.error());
+            qCWarning(lcSync).noquote()
+                << "Settings not uploaded:" << QString::fromStdString(remote.error());
+            return true;
+        }
+        if (remote->updatedAt > *changedAt) {
+            QTimer::singleShot(0, this, &SettingsSync::synchronizeOnce);
+            return true;
+        }
     }
+    const SyncedSettingsFile file{*changedAt, deviceID(), source_->syncedSettings()};
+    const std::string text = file.encode(current->value_or(""));
+    if (const Status written = SyncedFolder::write(folder(), text); !written)
+        return uploadFailed(written.failure());
     lastKnown_ = file.settings;
     markSynced();
+    return true;
+}
+
+bool SettingsSync::uploadFailed(const Failure& failure) {
+    if (SyncedFolder::isBusy(failure)) {
+        retryingUpload_ = true;
+        retry_->start();
+        return false;
+    }
+    setError(failure.message);
+    qCWarning(lcSync).noquote() << "Settings upload failed:"
+                                << QString::fromStdString(failure.message);
+    return true;
 }
 
 void SettingsSync::markSynced() {

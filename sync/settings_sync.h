@@ -45,6 +45,7 @@ public:
         // How often the file is read again when no change was noticed.
         std::chrono::milliseconds pollInterval{30'000};
         std::function<TimePoint()> now = Clock::now;
+        std::chrono::milliseconds busyRetry{500};
     };
 
     SettingsSync(QSettings& defaults, SyncedSettingsSource* source, Options options,
@@ -78,7 +79,9 @@ signals:
 
 private:
     void watch();
-    void upload();
+    // False when the folder was busy (a retry is set).
+    bool upload();
+    bool uploadFailed(const Failure& failure);
     void markSynced();
     void setError(std::optional<std::string> error);
     std::optional<TimePoint> localChangedAt() const;
@@ -97,6 +100,9 @@ private:
     connectivity::ContinuousTimer* pendingUpload_;
     QTimer* poll_;
     QTimer* settle_;
+    QTimer* retry_;
+    bool retryingUpload_ = false;
+    static constexpr int kTriesAtStop = 10;
     QFileSystemWatcher* watcher_;
 };
 

@@ -1,11 +1,9 @@
 #include "sync/core/synced_folder.h"
 
-#include "core/atomic_file.h"
-
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ravo::sync::SyncedFolder {
@@ -15,58 +13,155 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kLargestFile = 1024 * 1024;
+constexpr const char* kSubfolder = "Ravo";
+constexpr const char* kFileName = "settings.json";
+constexpr const char* kLockName = ".settings.json.lock";
+constexpr const char* kNotAFile =
+    "Ravo/settings.json in the sync folder is not a plain file (a link, or something else), so "
+    "Ravo leaves it alone. Remove it to sync again.";
 
-// flock on a file beside the settings, released when this goes.
-class FolderLock {
+class Descriptor {
 public:
-    FolderLock(const fs::path& folder, int operation) {
-        fd_ = ::open((folder / ".settings.json.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-        if (fd_ < 0)
-            return;
-        while (::flock(fd_, operation) != 0 && errno == EINTR) {
-        }
-    }
-    ~FolderLock() {
+    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    ~Descriptor() {
         if (fd_ >= 0)
             ::close(fd_);
     }
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return fd_; }
+    explicit operator bool() const { return fd_ >= 0; }
 
 private:
-    int fd_ = -1;
+    int fd_;
 };
+
+bool isPlainFile(int fd) {
+    struct stat status {};
+    return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// Ravo/ inside the folder, never through a link; made when `create` and missing.
+Result<std::optional<int>> openSubfolder(const fs::path& folder, bool create) {
+    std::error_code error;
+    if (!fs::is_directory(folder, error))
+        return Failure{"The sync folder " + folder.string() + " is not there."};
+    const Descriptor base(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!base)
+        return Failure{"The sync folder " + folder.string() + " cannot be opened."};
+    if (create && ::mkdirat(base.get(), kSubfolder, 0700) != 0 && errno != EEXIST)
+        return Failure{"Cannot make " + (folder / kSubfolder).string() + "."};
+    const int fd =
+        ::openat(base.get(), kSubfolder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd >= 0)
+        return std::optional(fd);
+    if (errno == ENOENT)
+        return std::optional<int>();
+    return Failure{"Ravo in the sync folder is not a plain folder (a link, or a file), so Ravo "
+                   "leaves it alone."};
+}
+
+// flock on a file beside the settings, without waiting: someone else's lock is "busy".
+Result<std::unique_ptr<Descriptor>> lock(int folder, int operation) {
+    auto fd = std::make_unique<Descriptor>(
+        ::openat(folder, kLockName, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+    if (!*fd || !isPlainFile(fd->get()))
+        return Failure{"The lock beside the synced settings file is not a plain file."};
+    int locked;
+    while ((locked = ::flock(fd->get(), operation | LOCK_NB)) != 0 && errno == EINTR) {
+    }
+    if (locked != 0)
+        return Failure{std::string(kBusy)};
+    return fd;
+}
 
 } // namespace
 
 fs::path settingsFile(const fs::path& folder) {
-    return folder / "Ravo" / "settings.json";
+    return folder / kSubfolder / kFileName;
+}
+
+bool isBusy(const Failure& failure) {
+    return failure.message == kBusy;
 }
 
 Result<std::optional<std::string>> read(const fs::path& folder) {
-    std::error_code error;
-    if (!fs::is_directory(folder, error))
-        return Failure{"The sync folder " + folder.string() + " is not there."};
-    const fs::path file = settingsFile(folder);
-    if (!fs::exists(file, error))
+    auto subfolder = openSubfolder(folder, false);
+    if (!subfolder)
+        return subfolder.failure();
+    if (!*subfolder)
         return std::optional<std::string>{};
-    const FolderLock lock(file.parent_path(), LOCK_SH);
-    auto text = readFile(file, kLargestFile);
-    if (!text)
-        return Failure{"The synced settings file cannot be read."};
-    return std::optional<std::string>(std::move(*text));
+    const Descriptor directory(**subfolder);
+    // A pipe opened without O_NONBLOCK would wait for a writer; fstat then refuses it.
+    const Descriptor file(
+        ::openat(directory.get(), kFileName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file) {
+        if (errno == ENOENT)
+            return std::optional<std::string>{};
+        return Failure{errno == ELOOP ? kNotAFile : "The synced settings file cannot be read."};
+    }
+    if (!isPlainFile(file.get()))
+        return Failure{kNotAFile};
+    const auto held = lock(directory.get(), LOCK_SH);
+    if (!held)
+        return held.failure();
+    std::string text;
+    char buffer[16384];
+    for (;;) {
+        const ssize_t got = ::read(file.get(), buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return Failure{"The synced settings file cannot be read."};
+        if (got == 0)
+            break;
+        text.append(buffer, static_cast<std::size_t>(got));
+        if (text.size() > kLargestFile)
+            return Failure{
+                "The synced settings file is too large to be Ravo's and was left alone."};
+    }
+    return std::optional<std::string>(std::move(text));
 }
 
 Status write(const fs::path& folder, const std::string& text) {
-    std::error_code error;
-    if (!fs::is_directory(folder, error))
-        return Failure{"The sync folder " + folder.string() + " is not there."};
-    const fs::path file = settingsFile(folder);
-    fs::create_directories(file.parent_path(), error);
-    if (error)
-        return Failure{"Cannot make " + file.parent_path().string() + ": " + error.message()};
-    const FolderLock lock(file.parent_path(), LOCK_EX);
-    return writeFileAtomically(file, text, fs::perms::owner_read | fs::perms::owner_write);
+    auto subfolder = openSubfolder(folder, true);
+    if (!subfolder)
+        return subfolder.failure();
+    if (!*subfolder)
+        return Failure{"Cannot make " + (folder / kSubfolder).string() + "."};
+    const Descriptor directory(**subfolder);
+    const auto held = lock(directory.get(), LOCK_EX);
+    if (!held)
+        return held.failure();
+    // Whatever sits at the name now is replaced only when it is a plain file.
+    struct stat status {};
+    if (::fstatat(directory.get(), kFileName, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        !S_ISREG(status.st_mode))
+        return Failure{kNotAFile};
+    const std::string temporary = std::string(".") + kFileName + "." + std::to_string(::getpid());
+    ::unlinkat(directory.get(), temporary.c_str(), 0);
+    const Descriptor out(::openat(directory.get(), temporary.c_str(),
+                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!out)
+        return Failure{"Cannot write in " + (folder / kSubfolder).string() + "."};
+    std::size_t written = 0;
+    while (written < text.size()) {
+        const ssize_t put = ::write(out.get(), text.data() + written, text.size() - written);
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0) {
+            ::unlinkat(directory.get(), temporary.c_str(), 0);
+            return Failure{"Cannot write in " + (folder / kSubfolder).string() + "."};
+        }
+        written += static_cast<std::size_t>(put);
+    }
+    // rename replaces the name itself, never what a link there points to.
+    if (::fsync(out.get()) != 0 ||
+        ::renameat(directory.get(), temporary.c_str(), directory.get(), kFileName) != 0) {
+        ::unlinkat(directory.get(), temporary.c_str(), 0);
+        return Failure{"Cannot replace " + settingsFile(folder).string() + "."};
+    }
+    return success();
 }
 
 std::vector<fs::path> candidates(const fs::path& home) {

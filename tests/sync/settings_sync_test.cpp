@@ -10,6 +10,9 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace ravo::sync {
 namespace {
@@ -109,6 +112,116 @@ TEST_F(SettingsSyncTest, ABrokenFileChangesNothingAndIsNotOverwritten) {
     ASSERT_TRUE(SyncedFolder::write(shared, newer.encode()).ok());
     ASSERT_TRUE(QTest::qWaitFor([&] { return first.applied == 1; }, 3000));
     EXPECT_TRUE(first.settings.connectionAlerts);
+    EXPECT_EQ(first.sync->lastError(), std::nullopt);
+}
+
+std::string contents(const std::filesystem::path& path) {
+    std::ifstream in(path);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// What sits in the folder when a local change comes: the change goes up only over a file
+// this Ravo can read, that is not newer than the change, and keeps what it does not know.
+TEST_F(SettingsSyncTest, ALocalChangeNeverDestroysAFileItCannotOwn) {
+    SyncedSettingsFile newerChange{first.now + 1h, "other", SyncedSettings::factoryDefaults()};
+    newerChange.settings.tracksSessions = true;
+    const std::string newerRavo =
+        R"({"updatedAt": "2026-11-22T11:00:00Z", "deviceID": "x", "settings": {"version": 2}})";
+    const struct {
+        std::string file;
+        std::optional<std::string> error; // nothing: the file is taken, not overwritten
+    } cases[] = {
+        {"{\"updatedAt\": \"half a fi",
+         "The synced settings file is not valid JSON and was left alone."},
+        {newerRavo, std::string(SyncedSettingsFile::kNewerText)},
+        {newerChange.encode(), std::nullopt},
+    };
+    for (const auto& [text, error] : cases) {
+        testing::TemporaryFolder place;
+        const auto folderHere = place / "Shared";
+        std::filesystem::create_directories(folderHere / "Ravo");
+        Computer computer(place.path(), folderHere);
+        computer.sync->start();
+        std::ofstream(SyncedFolder::settingsFile(folderHere)) << text;
+        computer.change([](auto& s) { s.desktopAlerts = false; });
+        if (error) {
+            ASSERT_TRUE(QTest::qWaitFor([&] { return computer.sync->lastError() == error; }, 3000))
+                << text;
+            EXPECT_EQ(contents(SyncedFolder::settingsFile(folderHere)), text);
+            EXPECT_FALSE(computer.settings.desktopAlerts);
+        } else {
+            // Newer than the change: taken instead of being overwritten by older settings.
+            ASSERT_TRUE(QTest::qWaitFor([&] { return computer.applied == 1; }, 3000));
+            EXPECT_TRUE(computer.settings.tracksSessions);
+            EXPECT_EQ(contents(SyncedFolder::settingsFile(folderHere)), text);
+        }
+    }
+}
+
+TEST_F(SettingsSyncTest, KeysOfANewerRavoSurviveAnOlderOnesChange) {
+    std::filesystem::create_directories(shared / "Ravo");
+    std::ofstream(SyncedFolder::settingsFile(shared))
+        << R"({"updatedAt": "2026-11-22T10:00:00Z", "deviceID": "x", "note": "kept",
+              "settings": {"version": 1, "metricOrder": ["cpu"], "enabledMetrics": ["cpu"],
+                           "desktopAlerts": true, "connectionAlerts": true,
+                           "latencyMonitoring": true, "tracksSessions": false,
+                           "panelColour": "teal"}})";
+    first.sync->start();
+    first.change([](auto& s) { s.connectionAlerts = false; });
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return file()->find("\"connectionAlerts\": false") != std::string::npos; }, 3000));
+    EXPECT_NE(file()->find("\"panelColour\": \"teal\""), std::string::npos) << *file();
+    EXPECT_NE(file()->find("\"note\": \"kept\""), std::string::npos);
+}
+
+TEST_F(SettingsSyncTest, QuittingRightAfterAChangeStillSendsIt) {
+    first.sync->start();
+    first.change([](auto& s) { s.latencyMonitoring = false; });
+    first.sync->stop(); // well within the upload delay
+    ASSERT_TRUE(file().has_value());
+    EXPECT_NE(file()->find("\"latencyMonitoring\": false"), std::string::npos);
+}
+
+// flock(1) holding the folder's lock, as another Ravo or a script would; let go when this is.
+struct LockHolder {
+    explicit LockHolder(const std::filesystem::path& lockFile) {
+        pid = fork();
+        if (pid == 0) {
+            setpgid(0, 0);
+            execlp("flock", "flock", "-o", lockFile.c_str(), "sleep", "30",
+                   static_cast<char*>(nullptr));
+            _exit(127);
+        }
+    }
+    ~LockHolder() { release(); }
+    void release() {
+        if (pid <= 0)
+            return;
+        kill(-pid, SIGTERM);
+        waitpid(pid, nullptr, 0);
+        pid = -1;
+    }
+    pid_t pid = -1;
+};
+
+TEST_F(SettingsSyncTest, AFolderLockedElsewhereIsTriedAgainNotWaitedFor) {
+    const SyncedSettingsFile older{first.now - 1h, "other", SyncedSettings::factoryDefaults()};
+    ASSERT_TRUE(SyncedFolder::write(shared, older.encode()).ok());
+    LockHolder holder(shared / "Ravo" / ".settings.json.lock");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !SyncedFolder::read(shared).ok(); }, 3000));
+    first.sync->start();
+    const auto before = std::chrono::steady_clock::now();
+    first.change([](auto& s) { s.desktopAlerts = false; });
+    QTest::qWait(800); // the upload came due while the lock was held
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 2s) << "the event loop was held up";
+    holder.release();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            const auto now = SyncedFolder::read(shared);
+            return now.ok() && *now &&
+                   (*now)->find("\"desktopAlerts\": false") != std::string::npos;
+        },
+        3000));
     EXPECT_EQ(first.sync->lastError(), std::nullopt);
 }
 
