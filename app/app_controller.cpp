@@ -102,6 +102,11 @@ bool AppController::asksClaudeCodeForUsage() const {
 }
 
 void AppController::start() {
+    // Another process's change to the settings file reaches this instance at once, whether
+    // or not it could hand the change over directly.
+    if (!settingsWatcher_)
+        settingsWatcher_ = std::make_unique<SettingsFileWatcher>(
+            *defaults_, [this](const std::string& key) { reloadSetting(key); });
     if (started_)
         return;
     started_ = true;
@@ -497,7 +502,7 @@ void AppController::reloadSetting(const std::string& key) {
     } else if (name == sync::SettingsSync::kFolderKey) {
         settingsSync_->setFolder(defaults_->value(name).toString().toStdString());
     }
-    qCInfo(lcApp).noquote() << "Setting changed from the terminal:" << name;
+    qCInfo(lcApp).noquote() << "Setting changed outside this Ravo:" << name;
 }
 
 bool AppController::isSignInCallback(const std::string& url) {

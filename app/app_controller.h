@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/cloud_services.h"
+#include "app/settings_file_watcher.h"
 #include "cloud/website_monitor.h"
 #include "core/user_notifications.h"
 #include "sessions/core/agent_session.h"
@@ -192,6 +193,7 @@ private:
     std::unique_ptr<connectivity::ConnectionWatchdog> watchdog_;
     std::unique_ptr<connectivity::SpeedTest> speedTest_;
     std::unique_ptr<sync::SettingsSync> settingsSync_;
+    std::unique_ptr<SettingsFileWatcher> settingsWatcher_;
     std::unique_ptr<updates::UpdateChecker> updateChecker_;
     bool paused_ = false;
     std::unique_ptr<cloud::AlertNotifier> alertNotifier_;

@@ -35,6 +35,7 @@ SettingsSync::SettingsSync(QSettings& defaults, SyncedSettingsSource* source, Op
     : QObject(parent), defaults_(defaults), source_(source), options_(std::move(options)),
       enabled_(defaults.value(kEnabledKey, false).toBool()),
       lastSynced_(storedDate(defaults, kSyncedAtKey)),
+      changedAt_(storedDate(defaults, kChangedAtKey)),
       pendingUpload_(new connectivity::ContinuousTimer(this)), poll_(new QTimer(this)),
       settle_(new QTimer(this)), retry_(new QTimer(this)), watcher_(new QFileSystemWatcher(this)) {
     // A lock held elsewhere is never waited on: the same step is tried again shortly.
@@ -86,7 +87,9 @@ std::string SettingsSync::deviceID() {
 }
 
 std::optional<TimePoint> SettingsSync::localChangedAt() const {
-    return storedDate(defaults_, kChangedAtKey);
+    // This instance's own last change, not the file's: another process may have dated a
+    // change there that these settings in memory do not hold yet.
+    return changedAt_;
 }
 
 void SettingsSync::start() {
@@ -217,8 +220,8 @@ void SettingsSync::sourceChanged() {
     if (lastKnown_ && now == *lastKnown_)
         return;
     lastKnown_ = now;
-    defaults_.setValue(kChangedAtKey,
-                       QString::fromStdString(toIso8601(wholeSeconds(options_.now()))));
+    changedAt_ = wholeSeconds(options_.now());
+    defaults_.setValue(kChangedAtKey, QString::fromStdString(toIso8601(*changedAt_)));
     if (running_)
         pendingUpload_->start(options_.uploadDelay);
 }

@@ -96,6 +96,7 @@ private:
     bool resyncRequested_ = false;
     std::optional<SyncedSettings> lastKnown_;
     std::optional<TimePoint> lastSynced_;
+    std::optional<TimePoint> changedAt_;
     std::optional<std::string> lastError_;
     connectivity::ContinuousTimer* pendingUpload_;
     QTimer* poll_;
