@@ -207,8 +207,10 @@ void AppController::applyUpdateState(bool required) {
     // observers and the update checker go on.
     paused_ = true;
     if (auto* monitor = services_.systemMonitor) {
-        if (!monitor->isSuspended())
-            monitor->setSuspended(true);
+        std::string reason = "Paused until Ravo is updated";
+        if (updateChecker_ && updateChecker_->decision().manifest)
+            reason += " to " + updateChecker_->decision().manifest->version;
+        monitor->setSuspended(true, reason);
         monitor->stop();
     }
     if (watchdog_)

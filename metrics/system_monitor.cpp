@@ -200,7 +200,8 @@ const std::set<SystemMetric>& SystemMonitor::missingSources() const {
     return *missingSources_;
 }
 
-void SystemMonitor::setSuspended(bool suspended) {
+void SystemMonitor::setSuspended(bool suspended, std::string reason) {
+    suspendedReason_ = suspended ? std::move(reason) : std::string();
     if (suspended == isSuspended_)
         return;
     isSuspended_ = suspended;

@@ -74,7 +74,10 @@ public:
     const std::set<SystemMetric>& missingSources() const;
 
     bool isSuspended() const { return isSuspended_; }
-    void setSuspended(bool suspended);
+    // While suspended, views show `reason` instead of the last figures, which would go
+    // stale in plain sight.
+    void setSuspended(bool suspended, std::string reason = {});
+    const std::string& suspendedReason() const { return suspendedReason_; }
     bool isOnline() const { return isOnline_; }
     const std::optional<HardwareInfo>& hardware() const { return hardware_; }
     const std::set<SystemMetric>& readyDetails() const { return readyDetails_; }
@@ -109,6 +112,7 @@ private:
     bool userChoseMetrics_ = false;
     mutable std::optional<std::set<SystemMetric>> missingSources_;
     bool isSuspended_ = false;
+    std::string suspendedReason_;
     bool isOnline_ = false;
     std::optional<HardwareInfo> hardware_;
     bool hardwareRequested_ = false;

@@ -246,6 +246,26 @@ TEST_F(DashboardLayoutTest, KeysMoveBetweenSectionsAndOpenOnlyASession) {
     EXPECT_EQ(press(empty, DashboardKey::enter, {6, 0}), DashboardAction{});
 }
 
+TEST_F(DashboardLayoutTest, PausedForAnUpdateItSaysSoInsteadOfStaleFigures) {
+    for (const auto& [width, height] : {std::pair{80, 24}, std::pair{200, 60}}) {
+        DashboardFrame frame = busyFrame(width, height, 2);
+        frame.paused = "Paused until Ravo is updated to 0.9";
+        const auto screen = layoutDashboard(frame, DashboardView{}, FormatLocale{});
+        const std::string text = screenText(screen.grid);
+        EXPECT_NE(text.find("Paused until Ravo is updated to 0.9."), std::string::npos) << text;
+        EXPECT_EQ(text.find("75%"), std::string::npos) << "a stale figure shows: " << text;
+        EXPECT_NE(text.find("project-1"), std::string::npos) << "sessions go on: " << text;
+    }
+    DashboardFrame frame = busyFrame(80, 24, 0);
+    frame.paused = "Paused until Ravo is updated to 0.9";
+    frame.color = false;
+    const std::string plain = renderDashboard(frame, FormatLocale{});
+    EXPECT_NE(plain.find("Paused until Ravo is updated to 0.9. The figures resume"),
+              std::string::npos)
+        << plain;
+    EXPECT_EQ(plain.find("75%"), std::string::npos) << plain;
+}
+
 TEST_F(DashboardLayoutTest, HelpAndATooSmallTerminalAreDrawnInsideTheScreen) {
     auto frame = busyFrame(80, 24, 1);
     DashboardView view;

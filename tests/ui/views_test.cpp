@@ -246,6 +246,25 @@ TEST_F(ViewsTest, TheCombinedItemsOverviewHasTheMachineTheLimitsAndTheSessions) 
     testing::saveScreenshot(*popover, "overview-popover");
 }
 
+TEST_F(ViewsTest, PausedForAnUpdateTheViewsSaySoInsteadOfTheLastFigures) {
+    monitor->setSuspended(true, "Paused until Ravo is updated to 0.9");
+    auto overview = inPopover(new OverviewView(controller.get()));
+    auto detail = inPopover(new MetricDetailView(monitor.get(), metrics::SystemMetric::memory));
+    for (auto* popover : {overview.get(), detail.get()}) {
+        const std::string text = visibleText(*popover);
+        EXPECT_NE(text.find("Paused until Ravo is updated to 0.9."), std::string::npos) << text;
+        EXPECT_EQ(text.find("75%"), std::string::npos) << "a stale figure: " << text;
+    }
+    // Resumed, the figures come back in the views already open.
+    monitor->setSuspended(false);
+    QTest::qWait(5);
+    for (auto* popover : {overview.get(), detail.get()}) {
+        const std::string text = visibleText(*popover);
+        EXPECT_EQ(text.find("Paused"), std::string::npos) << text;
+        EXPECT_NE(text.find("75%"), std::string::npos) << text;
+    }
+}
+
 TEST_F(ViewsTest, EmptyStatesSayWhy) {
     // A machine with neither a GPU nor a readable sensor.
     auto source = std::make_unique<metrics::testing::RecordedCounterSource>(&calls);

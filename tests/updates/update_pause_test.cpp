@@ -107,6 +107,7 @@ TEST_F(UpdatePauseTest, AMinimumAboveThisBuildPausesMonitoringAndTheNextStartSta
     EXPECT_TRUE(controller->connectionWatchdog()->isRunning());
     ASSERT_TRUE(QTest::qWaitFor([&] { return controller->isPaused(); }, 5000));
     EXPECT_TRUE(monitor->isSuspended());
+    EXPECT_EQ(monitor->suspendedReason(), "Paused until Ravo is updated to 0.9");
     EXPECT_FALSE(controller->connectionWatchdog()->isRunning());
     EXPECT_FALSE(controller->websiteMonitor()->isRunning());
     EXPECT_TRUE(GroupSettings::readBool(GroupSettings::kUpdateRequired));

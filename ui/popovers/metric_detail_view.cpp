@@ -71,10 +71,25 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric,
     auto* keepCurrent = new VisibleRefresh(this, [this] { refresh(); });
     connect(monitor_, &SystemMonitor::readingChanged, keepCurrent, &VisibleRefresh::request);
     connect(monitor_, &SystemMonitor::hardwareChanged, keepCurrent, &VisibleRefresh::request);
+    connect(monitor_, &SystemMonitor::isSuspendedChanged, keepCurrent, &VisibleRefresh::request);
     refresh();
 }
 
 void MetricDetailView::refresh() {
+    // Paused for an update: what it waits for, not the last figures as if live.
+    const bool paused = monitor_->isSuspended();
+    emptyNote_->setText(QString::fromStdString(monitor_->suspendedReason()) + ".");
+    emptyNote_->setVisible(paused);
+    value_->setVisible(!paused);
+    sparkline_->setVisible(!paused);
+    if (secondSparkline_)
+        secondSparkline_->setVisible(!paused);
+    if (paused) {
+        fillForm(rows_, {});
+        if (cores_)
+            clearLayout(cores_);
+        return;
+    }
     const SystemReading reading = monitor_->reading().value_or(SystemReading{});
     const MetricSummary summary = summarizeForLine(reading, metric_, locale_);
     const QColor color = Theme::levelColor(summary.level, palette());

@@ -26,6 +26,10 @@ OverviewView::OverviewView(app::AppController* controller, QWidget* parent)
     machine_->setHorizontalSpacing(12);
     machine_->setVerticalSpacing(4);
     layout->addLayout(machine_);
+    paused_ = mutedLabel({});
+    paused_->setWordWrap(true);
+    paused_->setVisible(false);
+    layout->addWidget(paused_);
     layout->addWidget(separator());
     usage_ = new UsageView(controller);
     layout->addWidget(usage_);
@@ -35,6 +39,7 @@ OverviewView::OverviewView(app::AppController* controller, QWidget* parent)
         connect(monitor, &SystemMonitor::enabledMetricsChanged, keepCurrent,
                 &VisibleRefresh::request);
         connect(monitor, &SystemMonitor::metricOrderChanged, keepCurrent, &VisibleRefresh::request);
+        connect(monitor, &SystemMonitor::isSuspendedChanged, keepCurrent, &VisibleRefresh::request);
     }
     refresh();
 }
@@ -43,7 +48,11 @@ void OverviewView::refresh() {
     SystemMonitor* monitor = controller_->systemMonitor();
     if (!monitor)
         return;
-    const auto metrics = monitor->visibleMetrics();
+    // Paused for an update: what it waits for instead of figures that no longer move.
+    const bool paused = monitor->isSuspended();
+    paused_->setText(QString::fromStdString(monitor->suspendedReason()) + ".");
+    paused_->setVisible(paused);
+    const auto metrics = paused ? std::vector<SystemMetric>{} : monitor->visibleMetrics();
     const SystemReading reading = monitor->reading().value_or(SystemReading{});
     if (metrics != shown_) {
         shown_ = metrics;

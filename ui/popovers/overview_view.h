@@ -8,6 +8,7 @@
 #include <vector>
 
 class QGridLayout;
+class QLabel;
 
 namespace ravo::app {
 class AppController;
@@ -32,6 +33,7 @@ private:
     metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
     QGridLayout* machine_;
     std::vector<metrics::SystemMetric> shown_;
+    QLabel* paused_;
     UsageView* usage_;
 };
 

@@ -8,6 +8,8 @@ namespace ravo::ui {
 DashboardFrame readDashboardFrame(const app::AppController& controller) {
     const metrics::SystemMonitor* monitor = controller.systemMonitor();
     DashboardFrame frame;
+    if (monitor->isSuspended())
+        frame.paused = monitor->suspendedReason();
     frame.reading = monitor->reading();
     frame.metrics = monitor->visibleMetrics();
     for (auto metric : frame.metrics)

@@ -75,6 +75,12 @@ Block machineBlock(const DashboardFrame& frame, const DashboardView& view, int w
                    const FormatLocale& locale) {
     Block block{DashboardSection::machine, "Machine", {}, {}};
     const bool focused = view.focus == DashboardSection::machine;
+    if (frame.paused) {
+        block.lines.push_back({{{0, *frame.paused + ".", {Tone::warning}}}});
+        block.lines.push_back(
+            {{{0, "The figures resume once it is installed (Settings → General).", {Tone::dim}}}});
+        return block;
+    }
     if (frame.metrics.empty()) {
         block.lines.push_back(
             {{{0, "No metrics are enabled. Turn them on in Ravo's settings.", {Tone::dim}}}});

@@ -89,13 +89,15 @@ std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& loc
     const std::string reset = frame.color ? "\x1b[0m" : "";
     const std::string bold = frame.color ? "\x1b[1m" : "";
     std::string text = bold + "Ravo" + reset + "  " + (frame.online ? "online" : "offline");
-    if (frame.reading)
+    if (frame.reading && !frame.paused)
         text += "  " + toIso8601(frame.reading->date);
     text += "\n\n";
-    if (frame.metrics.empty())
+    if (frame.paused)
+        text += *frame.paused + ". The figures resume once it is installed.\n";
+    else if (frame.metrics.empty())
         text += "No metrics are enabled. Turn them on in Ravo's settings.\n";
     const int sparkWidth = std::max(0, frame.width - kTextNameWidth - kTextValueWidth - 1);
-    for (SystemMetric metric : frame.metrics) {
+    for (SystemMetric metric : frame.paused ? std::vector<SystemMetric>{} : frame.metrics) {
         const MetricSummary summary =
             summarizeForLine(frame.reading.value_or(SystemReading{}), metric, locale);
         const std::string value = summary.value.empty() ? "—" : summary.value;

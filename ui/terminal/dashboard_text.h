@@ -16,6 +16,8 @@ namespace ravo::ui {
 struct DashboardFrame {
     std::optional<metrics::SystemReading> reading;
     std::vector<metrics::SystemMetric> metrics; // enabled, in the user's order
+    // Set while monitoring waits for an update: shown instead of the machine's figures.
+    std::optional<std::string> paused;
     std::map<metrics::SystemMetric, std::vector<double>> history;
     std::map<metrics::RateSeries, std::vector<double>> rateHistory;
     bool online = false;

@@ -91,9 +91,10 @@ void SystemTrayItems::redraw() {
         connection_.watchdog && !paused ? connection_.watchdog->state() : std::nullopt;
     for (auto& item : items_) {
         const auto content = TrayIconContent::forMetric(reading, item->metric, connection);
-        item->icon->setToolTip(paused ? QString("Paused until Ravo is updated (Settings → General)")
-                                      : QString::fromStdString(TrayIconContent::tooltip(
-                                            reading, item->metric, connection)));
+        item->icon->setToolTip(
+            paused ? QString::fromStdString(monitor_->suspendedReason()) + " (Settings → General)"
+                   : QString::fromStdString(
+                         TrayIconContent::tooltip(reading, item->metric, connection)));
         if (item->drawn == content)
             continue; // the same picture: trays repaint on every setIcon
         item->drawn = content;
