@@ -2,6 +2,8 @@
 #include "app/platform/single_instance.h"
 #include "app/settings_keys.h"
 #include "app/settings_values.h"
+#include "sync/core/synced_folder.h"
+#include "sync/core/synced_settings_file.h"
 #include "sync/settings_sync.h"
 
 #include <QSettings>
@@ -11,6 +13,23 @@
 namespace ravo::app {
 
 namespace {
+
+// What stands in the way of syncing, as the Sync tab would say it; nothing when all is well.
+std::optional<std::string> syncProblem(const QSettings& settings) {
+    if (!settings.value(sync::SettingsSync::kEnabledKey, false).toBool())
+        return std::nullopt;
+    const std::filesystem::path folder =
+        settings.value(sync::SettingsSync::kFolderKey).toString().toStdString();
+    if (folder.empty())
+        return "Choose the folder your sync client keeps (settingsSyncFolder).";
+    const auto text = sync::SyncedFolder::read(folder);
+    if (!text)
+        return text.error();
+    if (!*text)
+        return std::nullopt;
+    const auto file = sync::SyncedSettingsFile::decode(**text, Clock::now());
+    return file ? std::nullopt : std::optional(file.error());
+}
 
 int unknown(const std::string& name) {
     std::cerr << "Unknown setting " << name << ". `ravo settings list` shows them all.\n";
@@ -28,6 +47,8 @@ int runSettingsCommand(const SettingsRequest& request) {
             line += SettingKeys::read(key, *settings);
             std::cout << line << "\n    " << key.meaning << (key.synced ? " (synced)" : "") << "\n";
         }
+        if (const auto problem = syncProblem(*settings))
+            std::cout << "\nSettings sync: " << *problem << "\n";
         return 0;
     }
     const SettingKey* key = SettingKeys::find(request.key);

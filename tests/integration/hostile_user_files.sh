@@ -63,4 +63,21 @@ before=$(sha256sum "$settings")
 if "$bin/ravo" statusline install >/dev/null 2>"$work/error"; then fail "wrote a read-only file"; fi
 grep -q "permission denied" "$work/error" || fail "no reason given: $(cat "$work/error")"
 [ "$(sha256sum "$settings")" = "$before" ] || fail "the read-only file changed"
+
+# A synced folder shared with others: a link and a pipe at the settings file's name are
+# named in `ravo settings list`, which neither follows nor waits on them.
+shared=$work/Shared
+mkdir -p "$shared/Ravo"
+echo "my own notes" >"$work/notes.txt"
+ln -s "$work/notes.txt" "$shared/Ravo/settings.json"
+"$bin/ravo" settings set settingsSyncFolder "$shared" >/dev/null
+"$bin/ravo" settings set iCloudSettingsSyncEnabled on >/dev/null
+"$bin/ravo" settings list >"$work/list"
+grep -q '^Settings sync: Ravo/settings.json in the sync folder is not a plain file' "$work/list" ||
+    fail "the link was not named: $(tail -3 "$work/list")"
+rm "$shared/Ravo/settings.json"
+mkfifo "$shared/Ravo/settings.json"
+timeout 10 "$bin/ravo" settings list >"$work/list" || fail "settings list hung on a pipe"
+grep -q '^Settings sync: .*not a plain file' "$work/list" || fail "the pipe was not named"
+[ "$(cat "$work/notes.txt")" = "my own notes" ] || fail "the link's target changed"
 echo "hostile and unusual user files: refused with reasons, links and modes kept, nothing lost"
