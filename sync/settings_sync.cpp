@@ -7,9 +7,12 @@
 #include "sync/core/synced_settings_file.h"
 #include "sync/synced_settings_source.h"
 
+#include <QCoreApplication>
 #include <QFileSystemWatcher>
+#include <QPointer>
 #include <QSettings>
 #include <QThread>
+#include <QThreadPool>
 #include <QTimer>
 #include <QUuid>
 
@@ -26,6 +29,31 @@ std::optional<TimePoint> storedDate(const QSettings& defaults, const char* key) 
 // Dates go into the file to the second, so two computers changing in the same second tie.
 TimePoint wholeSeconds(TimePoint time) {
     return std::chrono::floor<std::chrono::seconds>(time);
+}
+
+// The upload as one step on a pool thread. The file as it is now decides: one that cannot
+// be read, or a newer Ravo's, is never replaced; one newer than this change is taken
+// instead of being overwritten; keys this version does not know are kept.
+UploadOutcome uploadFile(const fs::path& folder, const SyncedSettingsFile& file, TimePoint now) {
+    const auto failedWith = [](const Failure& failure) {
+        return UploadOutcome{SyncedFolder::isBusy(failure) ? UploadOutcome::Kind::busy
+                                                           : UploadOutcome::Kind::failed,
+                             failure.message};
+    };
+    const auto current = SyncedFolder::read(folder);
+    if (!current)
+        return failedWith(current.failure());
+    if (current->has_value()) {
+        const auto remote = SyncedSettingsFile::decode(**current, now);
+        if (!remote)
+            return {UploadOutcome::Kind::failed, remote.error()};
+        if (remote->updatedAt > file.updatedAt)
+            return {UploadOutcome::Kind::newerThere, {}};
+    }
+    if (const Status written = SyncedFolder::write(folder, file.encode(current->value_or("")));
+        !written)
+        return failedWith(written.failure());
+    return {};
 }
 
 } // namespace
@@ -107,15 +135,23 @@ void SettingsSync::start() {
 
 void SettingsSync::stop() {
     // A change waiting to go up goes now rather than not at all (quitting within the two
-    // seconds after it, say). A busy lock gets a few short tries.
-    if (running_ && (pendingUpload_->isActive() || retryingUpload_)) {
+    // seconds after it, say): here, on this thread, with a few short tries past a busy lock.
+    if (running_ && changedAt_ && (pendingUpload_->isActive() || retryingUpload_ || wantUpload_)) {
         pendingUpload_->stop();
-        for (int attempt = 0; attempt < kTriesAtStop && !upload(); ++attempt)
+        const SyncedSettingsFile file{*changedAt_, deviceID(), source_->syncedSettings()};
+        for (int attempt = 0; attempt < kTriesAtStop; ++attempt) {
+            const UploadOutcome outcome = uploadFile(folder(), file, options_.now());
+            if (outcome.kind != UploadOutcome::Kind::busy) {
+                if (outcome.kind == UploadOutcome::Kind::written)
+                    markSynced();
+                break;
+            }
             QThread::msleep(100);
+        }
     }
     running_ = false;
     retry_->stop();
-    retryingUpload_ = false;
+    retryingUpload_ = wantUpload_ = wantSync_ = false;
     poll_->stop();
     settle_->stop();
     const QStringList watched = watcher_->files() + watcher_->directories();
@@ -161,56 +197,91 @@ Status SettingsSync::setFolder(const fs::path& chosen) {
     return success();
 }
 
+template <typename Work, typename Done> void SettingsSync::offThread(Work work, Done done) {
+    ioRunning_ = true;
+    QPointer<SettingsSync> self(this);
+    QThreadPool::globalInstance()->start(
+        [self, work = std::move(work), done = std::move(done)]() mutable {
+            auto result = work();
+            // Back on the application's thread; the sync may be gone by then.
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(),
+                [self, done = std::move(done), result = std::move(result)]() mutable {
+                    if (!self)
+                        return;
+                    self->ioRunning_ = false;
+                    done(*self, std::move(result));
+                },
+                Qt::QueuedConnection);
+        });
+}
+
 void SettingsSync::synchronizeOnce() {
     if (!running_)
         return;
-    if (isSynchronizing_) {
-        resyncRequested_ = true;
+    if (ioRunning_) {
+        wantSync_ = true;
         return;
     }
-    isSynchronizing_ = true;
-    do {
-        resyncRequested_ = false;
-        watch(); // the client may have made the folder or replaced the file
-        const auto text = SyncedFolder::read(folder());
-        if (!text) {
-            if (SyncedFolder::isBusy(text.failure()))
-                retry_->start(); // someone else writes: look again in a moment
-            else
-                setError(text.error());
-            break;
+    watch(); // the client may have made the folder or replaced the file
+    offThread([folder = folder()] { return SyncedFolder::read(folder); },
+              [](SettingsSync& self, Result<std::optional<std::string>> text) {
+                  self.afterRead(std::move(text));
+              });
+}
+
+void SettingsSync::afterRead(Result<std::optional<std::string>> text) {
+    if (!running_)
+        return;
+    if (!text) {
+        if (SyncedFolder::isBusy(text.failure()))
+            retry_->start(); // someone else writes: look again in a moment
+        else
+            setError(text.error());
+        return next();
+    }
+    std::optional<SyncedSettingsFile> remote;
+    if (text->has_value()) {
+        auto decoded = SyncedSettingsFile::decode(**text, options_.now());
+        if (!decoded) {
+            // The local settings stay as they are, and the file is not overwritten.
+            setError(decoded.error());
+            qCWarning(lcSync).noquote() << QString::fromStdString(decoded.error());
+            return next();
         }
-        std::optional<SyncedSettingsFile> remote;
-        if (text->has_value()) {
-            auto decoded = SyncedSettingsFile::decode(**text, options_.now());
-            if (!decoded) {
-                // The local settings stay as they are, and the file is not overwritten.
-                setError(decoded.error());
-                qCWarning(lcSync).noquote() << QString::fromStdString(decoded.error());
-                break;
-            }
-            remote = std::move(decoded).value();
-        }
-        const SyncedSettings local = source_->syncedSettings();
-        switch (SettingsSyncPolicy::decide(local, localChangedAt(), remote)) {
-        case SettingsSyncPolicy::Action::apply:
-            isApplying_ = true;
-            source_->applySyncedSettings(remote->settings);
-            lastKnown_ = remote->settings;
-            isApplying_ = false;
-            markSynced();
-            qCInfo(lcSync) << "Applied settings from the sync folder";
-            break;
-        case SettingsSyncPolicy::Action::upload:
-            upload();
-            break;
-        case SettingsSyncPolicy::Action::nothing:
-            lastKnown_ = local;
-            markSynced();
-            break;
-        }
-    } while (resyncRequested_);
-    isSynchronizing_ = false;
+        remote = std::move(decoded).value();
+    }
+    const SyncedSettings local = source_->syncedSettings();
+    switch (SettingsSyncPolicy::decide(local, localChangedAt(), remote)) {
+    case SettingsSyncPolicy::Action::apply:
+        isApplying_ = true;
+        source_->applySyncedSettings(remote->settings);
+        lastKnown_ = remote->settings;
+        isApplying_ = false;
+        markSynced();
+        qCInfo(lcSync) << "Applied settings from the sync folder";
+        break;
+    case SettingsSyncPolicy::Action::upload:
+        wantUpload_ = true;
+        break;
+    case SettingsSyncPolicy::Action::nothing:
+        lastKnown_ = local;
+        markSynced();
+        break;
+    }
+    next();
+}
+
+void SettingsSync::next() {
+    if (!running_ || ioRunning_)
+        return;
+    if (wantUpload_) {
+        wantUpload_ = false;
+        upload();
+    } else if (wantSync_) {
+        wantSync_ = false;
+        synchronizeOnce();
+    }
 }
 
 void SettingsSync::sourceChanged() {
@@ -226,50 +297,44 @@ void SettingsSync::sourceChanged() {
         pendingUpload_->start(options_.uploadDelay);
 }
 
-bool SettingsSync::upload() {
+void SettingsSync::upload() {
     retryingUpload_ = false;
-    if (!running_)
-        return true;
-    const auto changedAt = localChangedAt();
-    if (!changedAt)
-        return true;
-    // The file as it is now decides: one that cannot be read, or a newer Ravo's, is never
-    // replaced; one newer than this change is applied instead of being overwritten.
-    const auto current = SyncedFolder::read(folder());
-    if (!current)
-        return uploadFailed(current.failure());
-    if (current->has_value()) {
-        const auto remote = SyncedSettingsFile::decode(**current, options_.now());
-        if (!remote) {
-            setError(remote.error());
-            qCWarning(lcSync).noquote()
-                << "Settings not uploaded:" << QString::fromStdString(remote.error());
-            return true;
-        }
-        if (remote->updatedAt > *changedAt) {
-            QTimer::singleShot(0, this, &SettingsSync::synchronizeOnce);
-            return true;
-        }
+    if (!running_ || !changedAt_)
+        return;
+    if (ioRunning_) {
+        wantUpload_ = true;
+        return;
     }
-    const SyncedSettingsFile file{*changedAt, deviceID(), source_->syncedSettings()};
-    const std::string text = file.encode(current->value_or(""));
-    if (const Status written = SyncedFolder::write(folder(), text); !written)
-        return uploadFailed(written.failure());
-    lastKnown_ = file.settings;
-    markSynced();
-    return true;
+    SyncedSettingsFile file{*changedAt_, deviceID(), source_->syncedSettings()};
+    offThread(
+        [folder = folder(), file, now = options_.now()] { return uploadFile(folder, file, now); },
+        [sent = file.settings](SettingsSync& self, UploadOutcome outcome) {
+            self.afterUpload(outcome, sent);
+        });
 }
 
-bool SettingsSync::uploadFailed(const Failure& failure) {
-    if (SyncedFolder::isBusy(failure)) {
+void SettingsSync::afterUpload(const UploadOutcome& outcome, const SyncedSettings& sent) {
+    if (!running_)
+        return;
+    switch (outcome.kind) {
+    case UploadOutcome::Kind::written:
+        lastKnown_ = sent;
+        markSynced();
+        break;
+    case UploadOutcome::Kind::busy:
         retryingUpload_ = true;
         retry_->start();
-        return false;
+        break;
+    case UploadOutcome::Kind::newerThere:
+        wantSync_ = true; // taken instead of being overwritten
+        break;
+    case UploadOutcome::Kind::failed:
+        setError(outcome.error);
+        qCWarning(lcSync).noquote()
+            << "Settings not uploaded:" << QString::fromStdString(outcome.error);
+        break;
     }
-    setError(failure.message);
-    qCWarning(lcSync).noquote() << "Settings upload failed:"
-                                << QString::fromStdString(failure.message);
-    return true;
+    next();
 }
 
 void SettingsSync::markSynced() {

@@ -23,6 +23,13 @@ class ContinuousTimer;
 namespace ravo::sync {
 
 class SyncedSettingsSource;
+struct SyncedSettingsFile;
+
+// How an upload went, decided on the pool thread from the file as it was.
+struct UploadOutcome {
+    enum class Kind { written, busy, failed, newerThere } kind = Kind::written;
+    std::string error; // failed: the user's explanation
+};
 
 // Keeps the synced settings the same on the user's computers through Ravo/settings.json in a
 // folder that a sync client shares. A local change goes up two seconds after the last of a
@@ -79,9 +86,13 @@ signals:
 
 private:
     void watch();
-    // False when the folder was busy (a retry is set).
-    bool upload();
-    bool uploadFailed(const Failure& failure);
+    // The file is read and written on a pool thread, one step at a time; what comes back is
+    // handled here. A step asked for while one runs follows it.
+    void upload();
+    void afterRead(Result<std::optional<std::string>> text);
+    void afterUpload(const UploadOutcome& outcome, const SyncedSettings& sent);
+    void next();
+    template <typename Work, typename Done> void offThread(Work work, Done done);
     void markSynced();
     void setError(std::optional<std::string> error);
     std::optional<TimePoint> localChangedAt() const;
@@ -92,8 +103,9 @@ private:
     bool enabled_;
     bool running_ = false;
     bool isApplying_ = false;
-    bool isSynchronizing_ = false;
-    bool resyncRequested_ = false;
+    bool ioRunning_ = false;
+    bool wantSync_ = false;
+    bool wantUpload_ = false;
     std::optional<SyncedSettings> lastKnown_;
     std::optional<TimePoint> lastSynced_;
     std::optional<TimePoint> changedAt_;

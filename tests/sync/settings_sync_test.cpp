@@ -100,8 +100,12 @@ TEST_F(SettingsSyncTest, ABrokenFileChangesNothingAndIsNotOverwritten) {
     std::ofstream(SyncedFolder::settingsFile(shared)) << "{\"updatedAt\": \"half a fi";
     first.change([](auto& s) { s.connectionAlerts = false; });
     first.sync->start();
-    EXPECT_EQ(first.sync->lastError(),
-              "The synced settings file is not valid JSON and was left alone.");
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            return first.sync->lastError() ==
+                   "The synced settings file is not valid JSON and was left alone.";
+        },
+        3000));
     QTest::qWait(400);
     EXPECT_EQ(file(), "{\"updatedAt\": \"half a fi");
     EXPECT_FALSE(first.settings.connectionAlerts);
