@@ -17,13 +17,15 @@ QCoro::Task<std::optional<HttpAnswer>> NetworkTransport::send(HttpCall call) {
                          QNetworkRequest::ManualRedirectPolicy);
     std::unique_ptr<QNetworkReply> reply(
         manager_.sendCustomRequest(request, call.method, call.body));
-    // Never more than the limit in memory: Qt stops reading past its buffer, and the reply
-    // is dropped as soon as it says or shows that it is longer.
-    reply->setReadBufferSize(call.maxBytes + 1);
+    // Never more than the limit in memory: Qt holds a small buffer, the body is taken from
+    // it as it comes, and the reply is dropped as soon as it says or shows it is longer.
+    reply->setReadBufferSize(64 * 1024);
     bool tooLarge = false;
+    QByteArray body;
     QNetworkReply* raw = reply.get();
-    const auto cutOff = [raw, &tooLarge] {
+    const auto cutOff = [raw, &tooLarge, &body] {
         tooLarge = true;
+        body = QByteArray();
         raw->abort();
     };
     QObject::connect(raw, &QNetworkReply::metaDataChanged, raw, [raw, &call, cutOff] {
@@ -31,18 +33,20 @@ QCoro::Task<std::optional<HttpAnswer>> NetworkTransport::send(HttpCall call) {
         if (length.isValid() && length.toLongLong() > call.maxBytes)
             cutOff();
     });
-    QObject::connect(raw, &QNetworkReply::downloadProgress, raw,
-                     [&call, cutOff](qint64 received, qint64) {
-                         if (received > call.maxBytes)
-                             cutOff();
-                     });
+    QObject::connect(raw, &QNetworkReply::readyRead, raw, [raw, &call, &body, &tooLarge, cutOff] {
+        if (tooLarge)
+            return;
+        body += raw->readAll();
+        if (body.size() > call.maxBytes)
+            cutOff();
+    });
     co_await raw;
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (tooLarge)
         co_return HttpAnswer{status.toInt(), {}, true};
     if (!status.isValid())
         co_return std::nullopt; // refused, timed out, TLS failed: no HTTP answer
-    co_return HttpAnswer{status.toInt(), reply->readAll()};
+    co_return HttpAnswer{status.toInt(), body + reply->readAll()};
 }
 
 } // namespace ravo::cloud

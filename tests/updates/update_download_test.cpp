@@ -182,8 +182,9 @@ private:
         }
     }
     void more(QTcpSocket* socket) {
-        static const QByteArray chunk(1 << 20, '\0');
-        while (socket->bytesToWrite() < (4 << 20) && sent < kTotal) {
+        // Little held here: the test measures what the client keeps.
+        static const QByteArray chunk(64 << 10, '\0');
+        while (socket->bytesToWrite() < (256 << 10) && sent < kTotal) {
             socket->write(chunk);
             sent += chunk.size();
         }
@@ -216,7 +217,7 @@ TEST(ReleaseServerAnswers, AreCutOffAtFourMebibytesWhateverTheySayOfTheirLength)
         UpdateChecker checker(settings, std::make_shared<cloud::NetworkTransport>(), options);
         const long before = peakResidentKiB();
         QCoro::waitFor(checker.check());
-        EXPECT_LT(peakResidentKiB() - before, 32 * 1024) << why;
+        EXPECT_LT(peakResidentKiB() - before, 12 * 1024) << why; // 8.4 MiB measured
         EXPECT_LT(server.sent, 64ll << 20) << why;
         EXPECT_EQ(checker.lastError(),
                   "The release server's answer is too large to be release information.")
