@@ -36,6 +36,10 @@ QCoro::Task<std::optional<HttpAnswer>> NetworkTransport::send(HttpCall call) {
     QObject::connect(raw, &QNetworkReply::readyRead, raw, [raw, &call, &body, &tooLarge, cutOff] {
         if (tooLarge)
             return;
+        // Room for the whole limit at once: growing by doubling would copy it, twice the
+        // memory for a moment. Pages not written to cost nothing.
+        if (body.capacity() < call.maxBytes + 65536 && call.maxBytes <= (64 << 20))
+            body.reserve(call.maxBytes + 65536);
         body += raw->readAll();
         if (body.size() > call.maxBytes)
             cutOff();

@@ -217,7 +217,9 @@ TEST(ReleaseServerAnswers, AreCutOffAtFourMebibytesWhateverTheySayOfTheirLength)
         UpdateChecker checker(settings, std::make_shared<cloud::NetworkTransport>(), options);
         const long before = peakResidentKiB();
         QCoro::waitFor(checker.check());
-        EXPECT_LT(peakResidentKiB() - before, 12 * 1024) << why; // 8.4 MiB measured
+        // 7 to 10 MiB on a quiet machine; more when the cores are busy and Qt's network thread
+        // reads ahead. A whole answer in memory would be 400 MB.
+        EXPECT_LT(peakResidentKiB() - before, 24 * 1024) << why;
         EXPECT_LT(server.sent, 64ll << 20) << why;
         EXPECT_EQ(checker.lastError(),
                   "The release server's answer is too large to be release information.")
