@@ -1,7 +1,7 @@
 #include "app/cloud_services.h"
 #include "app/commands.h"
-#include "app/settings_values.h"
 #include "cloud/cloud_account.h"
+#include "common/settings_values.h"
 
 #include <QCoreApplication>
 #include <QCoro/QCoroTask>
@@ -102,7 +102,7 @@ QCoro::Task<int> run(CloudAccount& account, AccountRequest request) {
 } // namespace
 
 int runAccountCommand(const AccountRequest& request) {
-    auto settings = openUserSettings();
+    auto settings = common::openUserSettings();
     const auto cloud = CloudServices::forThisComputer();
     CloudAccount account(*settings, cloud.secrets, cloud.transport);
     return QCoro::waitFor(run(account, request));

@@ -1,15 +1,15 @@
 #include "app/app_controller.h"
 
-#include "app/log_categories.h"
 #include "app/platform/cross_process_listener.h"
 #include "app/platform/login_item.h"
 #include "app/platform/session_window.h"
-#include "app/platform/sleep_wake_watcher.h"
 #include "app/session_link.h"
-#include "app/settings_values.h"
 #include "cloud/alert_notifier.h"
 #include "cloud/cloud_account.h"
 #include "cloud/telegram_settings.h"
+#include "common/log_categories.h"
+#include "common/settings_values.h"
+#include "common/sleep_wake_watcher.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
 #include "core/agent_detection.h"
@@ -53,7 +53,7 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
         snapshot_ = services_.refresher->snapshot(); // the last picture, shown at once
     launchAtLogin_ = services_.loginItem && services_.loginItem->isEnabled();
     codexHooksNeedApproval_ = GroupSettings::readBool(GroupSettings::kCodexHooksNeedApproval);
-    readsClaudeLimits_ = readBool(*defaults_, kClaudeStatusLineKey, true);
+    readsClaudeLimits_ = common::readBool(*defaults_, kClaudeStatusLineKey, true);
     if (services_.pathMonitor) {
         watchdog_ = std::make_unique<connectivity::ConnectionWatchdog>(
             *defaults_,
@@ -110,8 +110,8 @@ void AppController::start() {
     if (started_)
         return;
     started_ = true;
-    const bool firstStart =
-        services_.canManageLoginItem && !readBool(*defaults_, kLoginItemConfiguredKey, false);
+    const bool firstStart = services_.canManageLoginItem &&
+                            !common::readBool(*defaults_, kLoginItemConfiguredKey, false);
     if (firstStart) {
         setLaunchAtLogin(true);
         defaults_->setValue(kLoginItemConfiguredKey, true);
@@ -153,12 +153,12 @@ void AppController::startMonitoring() {
     refreshLoop_->start();
     runLoopIteration();
     if (auto* watcher = services_.sleepWake) {
-        connect(watcher, &SleepWakeWatcher::didWake, this, &AppController::afterWake,
+        connect(watcher, &common::SleepWakeWatcher::didWake, this, &AppController::afterWake,
                 Qt::UniqueConnection);
-        connect(watcher, &SleepWakeWatcher::screensDidWake, this, &AppController::afterWake,
+        connect(watcher, &common::SleepWakeWatcher::screensDidWake, this, &AppController::afterWake,
                 Qt::UniqueConnection);
-        connect(watcher, &SleepWakeWatcher::sessionDidBecomeActive, this, &AppController::afterWake,
-                Qt::UniqueConnection);
+        connect(watcher, &common::SleepWakeWatcher::sessionDidBecomeActive, this,
+                &AppController::afterWake, Qt::UniqueConnection);
     }
 }
 
@@ -455,8 +455,9 @@ sync::SyncedSettings AppController::syncedSettings() const {
             if (monitor->enabledMetrics().contains(metric))
                 settings.enabledMetrics.emplace_back(metrics::rawValue(metric));
     }
-    settings.desktopAlerts = alertNotifier_ ? alertNotifier_->desktopEnabled()
-                                            : readBool(*defaults_, "desktopAlertsEnabled", true);
+    settings.desktopAlerts = alertNotifier_
+                                 ? alertNotifier_->desktopEnabled()
+                                 : common::readBool(*defaults_, "desktopAlertsEnabled", true);
     if (watchdog_) {
         settings.connectionAlerts = watchdog_->alertsEnabled();
         settings.latencyMonitoring = watchdog_->latencyMonitoringEnabled();
@@ -488,19 +489,19 @@ void AppController::reloadSetting(const std::string& key) {
         monitor && (name == metrics::MetricSettings::kOrderKey ||
                     name == metrics::MetricSettings::kEnabledKey)) {
         monitor->setMetricOrder(metrics::MetricSettings::metricOrder(
-            readStringList(*defaults_, metrics::MetricSettings::kOrderKey)));
+            common::readStringList(*defaults_, metrics::MetricSettings::kOrderKey)));
         monitor->setEnabledMetrics(metrics::MetricSettings::enabledMetrics(
-            readStringList(*defaults_, metrics::MetricSettings::kEnabledKey)));
+            common::readStringList(*defaults_, metrics::MetricSettings::kEnabledKey)));
     } else if (name == cloud::AlertNotifier::kEnabledKey && alertNotifier_) {
-        alertNotifier_->setDesktopEnabled(readBool(*defaults_, name, true));
+        alertNotifier_->setDesktopEnabled(common::readBool(*defaults_, name, true));
     } else if (name == connectivity::ConnectionWatchdog::kAlertsKey && watchdog_) {
-        watchdog_->setAlertsEnabled(readBool(*defaults_, name, true));
+        watchdog_->setAlertsEnabled(common::readBool(*defaults_, name, true));
     } else if (name == connectivity::ConnectionWatchdog::kLatencyKey && watchdog_) {
-        watchdog_->setLatencyMonitoringEnabled(readBool(*defaults_, name, true));
+        watchdog_->setLatencyMonitoringEnabled(common::readBool(*defaults_, name, true));
     } else if (name == connectivity::ProbeAddress::kSettingsKey && watchdog_) {
         watchdog_->setProbeAddress(defaults_->value(name).toString().toStdString());
     } else if (name == sync::SettingsSync::kEnabledKey) {
-        settingsSync_->setEnabled(readBool(*defaults_, name, false));
+        settingsSync_->setEnabled(common::readBool(*defaults_, name, false));
     } else if (name == sync::SettingsSync::kFolderKey) {
         settingsSync_->setFolder(defaults_->value(name).toString().toStdString());
     }

@@ -47,11 +47,14 @@ class ClaudeUsageProbe;
 class UsageRefresher;
 } // namespace ravo::usage
 
+namespace ravo::common {
+class SleepWakeWatcher;
+}
+
 namespace ravo::app {
 
 class CrossProcessListener;
 class LoginItem;
-class SleepWakeWatcher;
 
 // Owns and wires the long-lived coordinators, runs the 2-minute refresh loop and reacts to
 // the hook's announcements, to wake-ups and to the settings' switches.
@@ -68,7 +71,7 @@ public:
         std::chrono::milliseconds connectionSettledInterval{60'000};
         std::chrono::milliseconds connectionUnsettledInterval{20'000};
         LoginItem* loginItem = nullptr;
-        SleepWakeWatcher* sleepWake = nullptr;
+        common::SleepWakeWatcher* sleepWake = nullptr;
         CrossProcessListener* listener = nullptr;
         std::function<bool()> isCodexAvailable;
         std::function<QCoro::Task<std::optional<bool>>()> checkCodexTrust;

@@ -6,7 +6,7 @@
 #include "app/platform/linux/dbus_sleep_wake_watcher.h"
 #include "app/platform/linux/freedesktop_notifications.h"
 #include "app/platform/linux/xdg_autostart_login_item.h"
-#include "app/settings_values.h"
+#include "common/settings_values.h"
 #include "connectivity/platform/linux/route_path_monitor.h"
 #include "core/paths.h"
 #include "metrics/platform/platform_counter_source.h"
@@ -46,7 +46,7 @@ bool AppServices::isInstalledCopy(const fs::path& executable) {
 }
 
 AppServices::AppServices(QObject* parent)
-    : QObject(parent), settings_(openUserSettings()),
+    : QObject(parent), settings_(common::openUserSettings()),
       sleepWake_(new DBusSleepWakeWatcher(QDBusConnection::sessionBus(),
                                           QDBusConnection::systemBus(), this)),
       pathMonitor_(new connectivity::RoutePathMonitor(QStringLiteral("/proc"), this)),

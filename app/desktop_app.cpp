@@ -1,9 +1,9 @@
 #include "app/app_controller.h"
 #include "app/app_services.h"
 #include "app/commands.h"
-#include "app/log_categories.h"
 #include "app/log_file.h"
 #include "app/platform/single_instance.h"
+#include "common/log_categories.h"
 #include "core/paths.h"
 #include "ui/color_scheme.h"
 #include "ui/color_scheme_watcher.h"
@@ -28,7 +28,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
     QApplication::setDesktopFileName("io.halvorsund.Ravo");
     QApplication::setQuitOnLastWindowClosed(false); // quitting is an explicit action
     QApplication::setWindowIcon(QIcon::fromTheme("ravo", QIcon(":/ravo.svg")));
-    installCoreLogSink();
+    common::installCoreLogSink();
     // The log stays where the session puts stderr, and goes to the file the About section
     // links to.
     const LogFile log(paths::logFile().value_or("/dev/null"), LogFile::Mode::besideStderr);

@@ -1,6 +1,6 @@
 #include "app/command_line.h"
 #include "app/commands.h"
-#include "app/log_categories.h"
+#include "common/log_categories.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -39,19 +39,19 @@ int main(int argc, char** argv) {
         return 2;
     case Command::Kind::status: {
         QCoreApplication application(argc, argv);
-        installCoreLogSink();
+        ravo::common::installCoreLogSink();
         quietLogUnlessAsked();
         return runStatusCommand(command.json);
     }
     case Command::Kind::statusLine: {
         QCoreApplication application(argc, argv);
-        installCoreLogSink();
+        ravo::common::installCoreLogSink();
         quietLogUnlessAsked();
         return runStatusLineCommand(command.arguments.front());
     }
     case Command::Kind::hooks: {
         QCoreApplication application(argc, argv);
-        installCoreLogSink();
+        ravo::common::installCoreLogSink();
         quietLogUnlessAsked();
         return runHooksCommand(command.arguments.front());
     }
@@ -63,7 +63,7 @@ int main(int argc, char** argv) {
     case Command::Kind::speedTest: {
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName("Ravo");
-        installCoreLogSink();
+        ravo::common::installCoreLogSink();
         quietLogUnlessAsked();
         switch (command.kind) {
         case Command::Kind::account:
@@ -83,7 +83,7 @@ int main(int argc, char** argv) {
             return runDesktop(argc, argv, url);
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName("Ravo");
-        installCoreLogSink();
+        ravo::common::installCoreLogSink();
         return runTerminalDashboard();
     }
     }

@@ -1,7 +1,7 @@
 #include "app/commands.h"
 #include "app/platform/single_instance.h"
 #include "app/settings_keys.h"
-#include "app/settings_values.h"
+#include "common/settings_values.h"
 #include "sync/core/synced_folder.h"
 #include "sync/core/synced_settings_file.h"
 #include "sync/settings_sync.h"
@@ -39,7 +39,7 @@ int unknown(const std::string& name) {
 } // namespace
 
 int runSettingsCommand(const SettingsRequest& request) {
-    auto settings = openUserSettings();
+    auto settings = common::openUserSettings();
     if (request.action == "list") {
         for (const auto& key : SettingKeys::all()) {
             std::string line = key.name;

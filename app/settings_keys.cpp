@@ -1,6 +1,6 @@
 #include "app/settings_keys.h"
 
-#include "app/settings_values.h"
+#include "common/settings_values.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
 #include "core/group_settings.h"
@@ -98,9 +98,9 @@ std::string SettingKeys::read(const SettingKey& key, const QSettings& settings) 
     case Kind::flag:
         if (name == GroupSettings::kTracksSessions)
             return GroupSettings::readBool(key.name) ? "true" : "false";
-        return readBool(settings, name, flagDefault(key.name)) ? "true" : "false";
+        return common::readBool(settings, name, flagDefault(key.name)) ? "true" : "false";
     case Kind::metrics: {
-        const auto stored = readStringList(settings, name);
+        const auto stored = common::readStringList(settings, name);
         if (name == metrics::MetricSettings::kOrderKey)
             return joined(
                 metrics::MetricSettings::toStored(metrics::MetricSettings::metricOrder(stored)));
@@ -134,7 +134,7 @@ Status SettingKeys::write(const SettingKey& key, const std::string& value, QSett
             return Failure{std::string(key.name) +
                            " takes metric names separated by commas: cpu, gpu, memory, disk, "
                            "network, temperature."};
-        writeStringList(settings, name, *names);
+        common::writeStringList(settings, name, *names);
         return success();
     }
     case Kind::text:

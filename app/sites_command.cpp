@@ -1,10 +1,10 @@
 #include "app/cloud_services.h"
 #include "app/commands.h"
-#include "app/settings_values.h"
 #include "cloud/cloud_account.h"
 #include "cloud/core/site_url.h"
 #include "cloud/site_list_settings.h"
 #include "cloud/websites_status_reader.h"
+#include "common/settings_values.h"
 
 #include <QCoro/QCoroTask>
 #include <QUuid>
@@ -92,7 +92,7 @@ QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest re
 } // namespace
 
 int runSitesCommand(const SitesRequest& request) {
-    auto settings = openUserSettings();
+    auto settings = common::openUserSettings();
     const auto cloud = CloudServices::forThisComputer();
     CloudAccount account(*settings, cloud.secrets, cloud.transport);
     return QCoro::waitFor(run(account, *settings, request));

@@ -1,5 +1,5 @@
 #include "app/commands.h"
-#include "app/settings_values.h"
+#include "common/settings_values.h"
 #include "connectivity/core/speed_test_parser.h"
 #include "connectivity/core/speed_test_text.h"
 #include "connectivity/speed_test.h"
@@ -14,7 +14,7 @@ namespace ravo::app {
 
 int runSpeedTestCommand(const SpeedTestRequest& request) {
     using connectivity::SpeedTest;
-    auto settings = openUserSettings();
+    auto settings = common::openUserSettings();
     SpeedTest speedTest(*settings);
     std::optional<QString> server;
     if (request.server) {

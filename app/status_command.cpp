@@ -1,8 +1,8 @@
 #include "app/cloud_services.h"
 #include "app/commands.h"
-#include "app/settings_values.h"
 #include "app/status_report.h"
 #include "cloud/websites_status_reader.h"
+#include "common/settings_values.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/core/connection_evaluator.h"
 #include "connectivity/core/network_probe.h"
@@ -33,7 +33,7 @@ int runStatusCommand(bool json) {
     sampler.sample(SampleRequest::all());
     const auto started = std::chrono::steady_clock::now();
     StatusReport report;
-    auto settings = openUserSettings();
+    auto settings = common::openUserSettings();
     // The probe waits on the network; it runs while the rest is read.
     const auto probeAddress = connectivity::ConnectionWatchdog::storedProbeAddress(*settings);
     auto probe = std::async(std::launch::async, [probeAddress] {

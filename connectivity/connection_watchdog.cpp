@@ -1,7 +1,7 @@
 #include "connectivity/connection_watchdog.h"
 
-#include "app/log_categories.h"
-#include "app/settings_values.h"
+#include "common/log_categories.h"
+#include "common/settings_values.h"
 #include "connectivity/continuous_timer.h"
 #include "connectivity/core/connection_notice.h"
 #include "connectivity/core/connection_text.h"
@@ -44,8 +44,8 @@ ProbeAddress ConnectionWatchdog::storedProbeAddress(const QSettings& defaults) {
 ConnectionWatchdog::ConnectionWatchdog(QSettings& defaults, Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), services_(std::move(services)),
       timer_(new ContinuousTimer(this)), alive_(std::make_shared<Alive>(Alive{this})),
-      alertsEnabled_(app::readBool(defaults, kAlertsKey, true)),
-      latencyMonitoringEnabled_(app::readBool(defaults, kLatencyKey, true)),
+      alertsEnabled_(common::readBool(defaults, kAlertsKey, true)),
+      latencyMonitoringEnabled_(common::readBool(defaults, kLatencyKey, true)),
       probeAddress_(storedProbeAddress(defaults)) {
     if (!services_.probe)
         services_.probe = [](const ProbeAddress& address) {

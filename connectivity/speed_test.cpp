@@ -1,6 +1,6 @@
 #include "connectivity/speed_test.h"
 
-#include "app/log_categories.h"
+#include "common/log_categories.h"
 #include "connectivity/core/speed_test_parser.h"
 #include "usage/child_process_group.h"
 

@@ -1,8 +1,8 @@
 #include "metrics/system_monitor.h"
 
-#include "app/log_categories.h"
-#include "app/platform/sleep_wake_watcher.h"
-#include "app/settings_values.h"
+#include "common/log_categories.h"
+#include "common/settings_values.h"
+#include "common/sleep_wake_watcher.h"
 #include "connectivity/network_path_monitor.h"
 #include "metrics/core/counter_math.h"
 #include "metrics/core/metric_settings.h"
@@ -30,11 +30,11 @@ template <typename T> std::vector<T> toVector(const std::deque<T>& list) {
 SystemMonitor::SystemMonitor(QSettings* defaults, Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), services_(std::move(services)),
       loop_(new QTimer(this)) {
-    const auto storedMetrics = app::readStringList(*defaults_, MetricSettings::kEnabledKey);
+    const auto storedMetrics = common::readStringList(*defaults_, MetricSettings::kEnabledKey);
     userChoseMetrics_ = storedMetrics.has_value();
     enabledMetrics_ = MetricSettings::enabledMetrics(storedMetrics);
     metricOrder_ =
-        MetricSettings::metricOrder(app::readStringList(*defaults_, MetricSettings::kOrderKey));
+        MetricSettings::metricOrder(common::readStringList(*defaults_, MetricSettings::kOrderKey));
     // Half a second of slack lets the system bundle wake-ups; Qt's coarse timers take 5%.
     loop_->setTimerType(Qt::CoarseTimer);
     loop_->setInterval(kIntervalMs);
@@ -48,9 +48,9 @@ void SystemMonitor::start() {
         return;
     started_ = true;
     if (auto* watcher = services_.sleepWake) {
-        connect(watcher, &app::SleepWakeWatcher::screensDidSleep, this,
+        connect(watcher, &common::SleepWakeWatcher::screensDidSleep, this,
                 &SystemMonitor::cancelSampling);
-        connect(watcher, &app::SleepWakeWatcher::screensDidWake, this,
+        connect(watcher, &common::SleepWakeWatcher::screensDidWake, this,
                 &SystemMonitor::resumeSampling);
     }
     if (auto* path = services_.pathMonitor) {
@@ -166,8 +166,8 @@ void SystemMonitor::setEnabledMetrics(std::set<SystemMetric> metrics) {
         return;
     enabledMetrics_ = std::move(metrics);
     userChoseMetrics_ = true;
-    app::writeStringList(*defaults_, MetricSettings::kEnabledKey,
-                         MetricSettings::toStored(enabledMetrics_));
+    common::writeStringList(*defaults_, MetricSettings::kEnabledKey,
+                            MetricSettings::toStored(enabledMetrics_));
     emit enabledMetricsChanged();
 }
 
@@ -176,8 +176,8 @@ void SystemMonitor::setMetricOrder(std::vector<SystemMetric> order) {
     if (order == metricOrder_)
         return;
     metricOrder_ = std::move(order);
-    app::writeStringList(*defaults_, MetricSettings::kOrderKey,
-                         MetricSettings::toStored(metricOrder_));
+    common::writeStringList(*defaults_, MetricSettings::kOrderKey,
+                            MetricSettings::toStored(metricOrder_));
     emit metricOrderChanged();
 }
 

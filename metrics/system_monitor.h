@@ -19,7 +19,7 @@
 class QSettings;
 class QTimer;
 
-namespace ravo::app {
+namespace ravo::common {
 class SleepWakeWatcher;
 }
 namespace ravo::connectivity {
@@ -39,7 +39,7 @@ public:
     struct Services {
         std::unique_ptr<SystemSampler> sampler;
         connectivity::NetworkPathMonitor* pathMonitor = nullptr;
-        app::SleepWakeWatcher* sleepWake = nullptr;
+        common::SleepWakeWatcher* sleepWake = nullptr;
         HardwareLoader loadHardware;
         SteadyNow steadyNow = std::chrono::steady_clock::now;
     };

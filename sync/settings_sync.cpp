@@ -1,6 +1,6 @@
 #include "sync/settings_sync.h"
 
-#include "app/log_categories.h"
+#include "common/log_categories.h"
 #include "connectivity/continuous_timer.h"
 #include "sync/core/settings_sync_policy.h"
 #include "sync/core/synced_folder.h"

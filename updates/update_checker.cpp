@@ -1,7 +1,7 @@
 #include "updates/update_checker.h"
 
-#include "app/log_categories.h"
 #include "cloud/http_transport.h"
+#include "common/log_categories.h"
 #include "core/atomic_file.h"
 #include "core/json_parse.h"
 #include "updates/core/update_verifier.h"

@@ -1,6 +1,6 @@
 #include "usage/claude_usage_probe.h"
 
-#include "app/settings_values.h"
+#include "common/settings_values.h"
 #include "core/agent_detection.h"
 #include "core/json_parse.h"
 #include "usage/claude_usage_command.h"
@@ -20,7 +20,7 @@ ClaudeUsageProbe::ClaudeUsageProbe(QSettings* defaults, std::filesystem::path ho
     : QObject(parent), defaults_(defaults), home_(std::move(home)), runner_(runProcess) {}
 
 bool ClaudeUsageProbe::isEnabled() const {
-    return app::readBool(*defaults_, kEnabledKey, false);
+    return common::readBool(*defaults_, kEnabledKey, false);
 }
 
 void ClaudeUsageProbe::setEnabled(bool enabled) {

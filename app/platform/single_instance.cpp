@@ -1,6 +1,6 @@
 #include "app/platform/single_instance.h"
 
-#include "app/log_categories.h"
+#include "common/log_categories.h"
 #include "core/private_folder.h"
 
 #include <QDir>

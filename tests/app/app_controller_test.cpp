@@ -1,6 +1,6 @@
 #include "app/app_controller.h"
 #include "app/platform/login_item.h"
-#include "app/platform/sleep_wake_watcher.h"
+#include "common/sleep_wake_watcher.h"
 #include "connectivity/connection_watchdog.h"
 #include "core/atomic_file.h"
 #include "core/group_settings.h"
@@ -85,7 +85,7 @@ protected:
     std::unique_ptr<usage::ClaudeUsageProbe> probe;
     FakeLoginItem loginItem;
     testing::RecordingNotifications notifications;
-    SleepWakeWatcher sleepWake;
+    common::SleepWakeWatcher sleepWake;
     TimePoint now = fromUnixSeconds(1'800'000'000);
     bool codexAvailable = false;
     std::optional<bool> trustAnswer = true;

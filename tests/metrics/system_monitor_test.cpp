@@ -1,5 +1,5 @@
-#include "app/platform/sleep_wake_watcher.h"
-#include "app/settings_values.h"
+#include "common/settings_values.h"
+#include "common/sleep_wake_watcher.h"
 #include "connectivity/network_path_monitor.h"
 #include "metrics/system_monitor.h"
 #include "tests/metrics/recorded_counter_source.h"
@@ -48,7 +48,7 @@ protected:
     std::optional<GPUUtilization> gpu = GPUUtilization{0.2, {}, {}};
     TemperatureReadings temperatures{{{"Tp01", 50}}, {}};
     FakePathMonitor path;
-    app::SleepWakeWatcher sleepWake;
+    common::SleepWakeWatcher sleepWake;
     int hardwareLoads = 0;
     std::chrono::steady_clock::time_point steadyNow{std::chrono::seconds(1000)};
 };
@@ -58,7 +58,7 @@ TEST_F(SystemMonitorTest, MissingSettingsEnableEverythingAndAnEmptyListNothing) 
     settings.setValue("enabledSystemMetrics", QStringList{});
     settings.sync();
     QSettings reread(settings.fileName(), QSettings::IniFormat);
-    EXPECT_EQ(app::readStringList(reread, "enabledSystemMetrics"), std::vector<std::string>{});
+    EXPECT_EQ(common::readStringList(reread, "enabledSystemMetrics"), std::vector<std::string>{});
     auto monitor = makeMonitor();
     EXPECT_TRUE(monitor->enabledMetrics().empty());
     EXPECT_EQ(monitor->currentRequest(), SampleRequest{});

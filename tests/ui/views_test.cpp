@@ -237,7 +237,7 @@ TEST_F(ViewsTest, AClosedPopoverCatchesUpAsItOpensAndStillClearsABottomPanel) {
 }
 
 TEST_F(ViewsTest, TheCombinedItemsOverviewHasTheMachineTheLimitsAndTheSessions) {
-    auto popover = inPopover(new OverviewView(controller.get()));
+    auto popover = inPopover(new OverviewView(monitor.get(), new UsageView(controller.get())));
     const std::string text = visibleText(*popover);
     for (const char* expected : {"Machine", "Processor", "Memory", "75%", "↓ 1.5 MB/s", "AI usage",
                                  "Week · Fable", "Agent sessions", "shop"})
@@ -248,7 +248,7 @@ TEST_F(ViewsTest, TheCombinedItemsOverviewHasTheMachineTheLimitsAndTheSessions) 
 
 TEST_F(ViewsTest, PausedForAnUpdateTheViewsSaySoInsteadOfTheLastFigures) {
     monitor->setSuspended(true, "Paused until Ravo is updated to 0.9");
-    auto overview = inPopover(new OverviewView(controller.get()));
+    auto overview = inPopover(new OverviewView(monitor.get(), new UsageView(controller.get())));
     auto detail = inPopover(new MetricDetailView(monitor.get(), metrics::SystemMetric::memory));
     for (auto* popover : {overview.get(), detail.get()}) {
         const std::string text = visibleText(*popover);

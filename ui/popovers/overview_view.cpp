@@ -1,6 +1,5 @@
 #include "ui/popovers/overview_view.h"
 
-#include "app/app_controller.h"
 #include "metrics/core/metric_summary.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/usage_view.h"
@@ -16,8 +15,8 @@ namespace ravo::ui {
 
 using namespace metrics;
 
-OverviewView::OverviewView(app::AppController* controller, QWidget* parent)
-    : QWidget(parent), controller_(controller) {
+OverviewView::OverviewView(SystemMonitor* monitor, UsageView* usage, QWidget* parent)
+    : QWidget(parent), monitor_(monitor), usage_(usage) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(10);
@@ -31,21 +30,22 @@ OverviewView::OverviewView(app::AppController* controller, QWidget* parent)
     paused_->setVisible(false);
     layout->addWidget(paused_);
     layout->addWidget(separator());
-    usage_ = new UsageView(controller);
     layout->addWidget(usage_);
-    if (auto* monitor = controller_->systemMonitor()) {
+    if (monitor_) {
         auto* keepCurrent = new VisibleRefresh(this, [this] { refresh(); });
-        connect(monitor, &SystemMonitor::readingChanged, keepCurrent, &VisibleRefresh::request);
-        connect(monitor, &SystemMonitor::enabledMetricsChanged, keepCurrent,
+        connect(monitor_, &SystemMonitor::readingChanged, keepCurrent, &VisibleRefresh::request);
+        connect(monitor_, &SystemMonitor::enabledMetricsChanged, keepCurrent,
                 &VisibleRefresh::request);
-        connect(monitor, &SystemMonitor::metricOrderChanged, keepCurrent, &VisibleRefresh::request);
-        connect(monitor, &SystemMonitor::isSuspendedChanged, keepCurrent, &VisibleRefresh::request);
+        connect(monitor_, &SystemMonitor::metricOrderChanged, keepCurrent,
+                &VisibleRefresh::request);
+        connect(monitor_, &SystemMonitor::isSuspendedChanged, keepCurrent,
+                &VisibleRefresh::request);
     }
     refresh();
 }
 
 void OverviewView::refresh() {
-    SystemMonitor* monitor = controller_->systemMonitor();
+    SystemMonitor* monitor = monitor_;
     if (!monitor)
         return;
     // Paused for an update: what it waits for instead of figures that no longer move.

@@ -10,8 +10,8 @@
 class QGridLayout;
 class QLabel;
 
-namespace ravo::app {
-class AppController;
+namespace ravo::metrics {
+class SystemMonitor;
 }
 
 namespace ravo::ui {
@@ -23,13 +23,14 @@ class UsageView;
 class OverviewView : public QWidget {
     Q_OBJECT
 public:
-    explicit OverviewView(app::AppController* controller, QWidget* parent = nullptr);
+    // The usage view (limits and sessions) is the caller's, shown below the machine.
+    OverviewView(metrics::SystemMonitor* monitor, UsageView* usage, QWidget* parent = nullptr);
 
     UsageView* usage() const { return usage_; }
     void refresh();
 
 private:
-    app::AppController* controller_;
+    metrics::SystemMonitor* monitor_;
     metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
     QGridLayout* machine_;
     std::vector<metrics::SystemMetric> shown_;

@@ -18,7 +18,9 @@ PlainDashboard::PlainDashboard(app::AppController* controller, TerminalSession* 
 }
 
 void PlainDashboard::redraw() {
-    DashboardFrame frame = readDashboardFrame(*controller_);
+    DashboardFrame frame = readDashboardFrame(
+        *controller_->systemMonitor(),
+        {controller_->snapshot(), controller_->tracksSessions(), controller_->sessions()});
     frame.width = terminal_->width();
     frame.color = false;
     terminal_->draw(renderDashboard(frame, locale_));

@@ -75,7 +75,9 @@ void TerminalDashboard::act(DashboardAction action) {
 }
 
 void TerminalDashboard::redraw() {
-    DashboardFrame frame = readDashboardFrame(*controller_);
+    DashboardFrame frame = readDashboardFrame(
+        *controller_->systemMonitor(),
+        {controller_->snapshot(), controller_->tracksSessions(), controller_->sessions()});
     for (const auto& [metric, values] : history_)
         frame.history[metric] = {values.begin(), values.end()};
     frame.rateHistory[RateSeries::networkIn] = {networkIn_.begin(), networkIn_.end()};

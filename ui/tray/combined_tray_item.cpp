@@ -16,7 +16,8 @@ using namespace metrics;
 
 CombinedTrayItem::CombinedTrayItem(app::AppController* controller, QMenu* menu, QObject* parent)
     : QObject(parent), controller_(controller), icon_(new TrayItem("ravo", "Ravo", this)),
-      view_(new OverviewView(controller)), popover_(new PopoverWindow(view_)) {
+      view_(new OverviewView(controller->systemMonitor(), new UsageView(controller))),
+      popover_(new PopoverWindow(view_)) {
     icon_->setContextMenu(menu);
     connect(icon_, &TrayItem::activated, this, [this] { popover_->toggleAt(icon_->anchor()); });
     connect(view_->usage(), &UsageView::settingsRequested, this, [this] {

@@ -1,6 +1,6 @@
 #include "ui/tray/status_notifier_item.h"
 
-#include "app/log_categories.h"
+#include "common/log_categories.h"
 #include "ui/tray/dbus_menu_exporter.h"
 #include "ui/tray/status_notifier_adaptor.h"
 

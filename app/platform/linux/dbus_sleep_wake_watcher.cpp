@@ -1,12 +1,12 @@
 #include "app/platform/linux/dbus_sleep_wake_watcher.h"
 
-#include "app/log_categories.h"
+#include "common/log_categories.h"
 
 namespace ravo::app {
 
 DBusSleepWakeWatcher::DBusSleepWakeWatcher(QDBusConnection session, QDBusConnection system,
                                            QObject* parent)
-    : SleepWakeWatcher(parent) {
+    : common::SleepWakeWatcher(parent) {
     if (system.isConnected()) {
         system.connect("org.freedesktop.login1", "/org/freedesktop/login1",
                        "org.freedesktop.login1.Manager", "PrepareForSleep", this,

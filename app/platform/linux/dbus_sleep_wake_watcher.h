@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/platform/sleep_wake_watcher.h"
+#include "common/sleep_wake_watcher.h"
 
 #include <QDBusConnection>
 #include <QElapsedTimer>
@@ -9,7 +9,7 @@ namespace ravo::app {
 
 // logind's PrepareForSleep on the system bus, the screensaver's ActiveChanged and
 // logind's session Unlock on the session bus.
-class DBusSleepWakeWatcher final : public SleepWakeWatcher {
+class DBusSleepWakeWatcher final : public common::SleepWakeWatcher {
     Q_OBJECT
 public:
     explicit DBusSleepWakeWatcher(QDBusConnection session = QDBusConnection::sessionBus(),

@@ -1,6 +1,6 @@
 #include "app/platform/session_window.h"
 
-#include "app/log_categories.h"
+#include "common/log_categories.h"
 
 #include <QGuiApplication>
 #include <QProcess>

@@ -20,9 +20,9 @@ TEST(DBusSleepWakeWatcher, ScreenSaverSignalsPauseAndResume) {
     ASSERT_TRUE(QDBusConnection::sessionBus().isConnected());
     DBusSleepWakeWatcher watcher(QDBusConnection::sessionBus(), QDBusConnection("none"));
     EXPECT_TRUE(watcher.isWatchingScreens());
-    QSignalSpy slept(&watcher, &SleepWakeWatcher::screensDidSleep);
-    QSignalSpy woke(&watcher, &SleepWakeWatcher::screensDidWake);
-    QSignalSpy active(&watcher, &SleepWakeWatcher::sessionDidBecomeActive);
+    QSignalSpy slept(&watcher, &common::SleepWakeWatcher::screensDidSleep);
+    QSignalSpy woke(&watcher, &common::SleepWakeWatcher::screensDidWake);
+    QSignalSpy active(&watcher, &common::SleepWakeWatcher::sessionDidBecomeActive);
 
     sendActiveChanged("/org/freedesktop/ScreenSaver", "org.freedesktop.ScreenSaver", true);
     ASSERT_TRUE(slept.wait(2000));
@@ -41,8 +41,8 @@ TEST(DBusSleepWakeWatcher, OneUnlockIsOneWakeWhicheverSourceSpeaksFirst) {
     ASSERT_TRUE(bus.registerService("org.freedesktop.login1"));
     // logind's signals come over the "system" connection; here both are the test bus.
     DBusSleepWakeWatcher watcher(bus, bus);
-    QSignalSpy woke(&watcher, &SleepWakeWatcher::screensDidWake);
-    QSignalSpy active(&watcher, &SleepWakeWatcher::sessionDidBecomeActive);
+    QSignalSpy woke(&watcher, &common::SleepWakeWatcher::screensDidWake);
+    QSignalSpy active(&watcher, &common::SleepWakeWatcher::sessionDidBecomeActive);
 
     sendActiveChanged("/org/freedesktop/ScreenSaver", "org.freedesktop.ScreenSaver", true);
     ASSERT_TRUE(bus.send(QDBusMessage::createSignal("/org/freedesktop/login1/session/_31",

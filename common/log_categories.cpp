@@ -1,4 +1,4 @@
-#include "app/log_categories.h"
+#include "common/log_categories.h"
 
 #include "core/log.h"
 
@@ -11,7 +11,7 @@ Q_LOGGING_CATEGORY(lcConnection, "io.halvorsund.Ravo.connection")
 Q_LOGGING_CATEGORY(lcSync, "io.halvorsund.Ravo.settingsSync")
 Q_LOGGING_CATEGORY(lcUpdates, "io.halvorsund.Ravo.updates")
 
-namespace ravo::app {
+namespace ravo::common {
 
 namespace {
 
@@ -54,4 +54,4 @@ void installCoreLogSink() {
     log::setSink(&forward);
 }
 
-} // namespace ravo::app
+} // namespace ravo::common

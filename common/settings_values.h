@@ -10,7 +10,7 @@
 
 // Typed reads of the user's settings file. The file is text, so a value may come back as a
 // string where a list or a boolean was written, or as garbage someone typed by hand.
-namespace ravo::app {
+namespace ravo::common {
 
 // The user's settings file, $XDG_CONFIG_HOME/ravo/ravo.conf.
 QString userSettingsPath();
@@ -25,4 +25,4 @@ void writeStringList(QSettings& settings, const QString& key,
 // Anything but a boolean (or its text) reads as `fallback`.
 bool readBool(const QSettings& settings, const QString& key, bool fallback);
 
-} // namespace ravo::app
+} // namespace ravo::common

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-namespace ravo::app {
+namespace ravo::common {
 
 // The machine's sleep, screen and session events. With no source of them nothing is
 // emitted, and whoever listens simply never pauses.
@@ -18,4 +18,4 @@ signals:
     void sessionDidBecomeActive();
 };
 
-} // namespace ravo::app
+} // namespace ravo::common

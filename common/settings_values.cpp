@@ -1,11 +1,11 @@
-#include "app/settings_values.h"
+#include "common/settings_values.h"
 
 #include "core/paths.h"
 
 #include <QStringList>
 #include <QVariant>
 
-namespace ravo::app {
+namespace ravo::common {
 
 QString userSettingsPath() {
     const auto config = paths::configHome().value_or("/tmp");
@@ -57,4 +57,4 @@ bool readBool(const QSettings& settings, const QString& key, bool fallback) {
     return fallback;
 }
 
-} // namespace ravo::app
+} // namespace ravo::common

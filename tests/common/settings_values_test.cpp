@@ -1,4 +1,4 @@
-#include "app/settings_values.h"
+#include "common/settings_values.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QFile>
@@ -24,22 +24,22 @@ TEST(SettingsValues, ListsReadBackWhicheverWayTheFileSpellsThem) {
                                                   "one=cpu\n"
                                                   "two=cpu, disk\n"
                                                   "blank=\n");
-    EXPECT_EQ(readStringList(settings, "absent"), std::nullopt);
-    EXPECT_EQ(readStringList(settings, "none"), std::vector<std::string>{});
-    EXPECT_EQ(readStringList(settings, "one"), std::vector<std::string>{"cpu"});
-    EXPECT_EQ(readStringList(settings, "two"), (std::vector<std::string>{"cpu", "disk"}));
-    EXPECT_EQ(readStringList(settings, "blank"), std::vector<std::string>{});
+    EXPECT_EQ(common::readStringList(settings, "absent"), std::nullopt);
+    EXPECT_EQ(common::readStringList(settings, "none"), std::vector<std::string>{});
+    EXPECT_EQ(common::readStringList(settings, "one"), std::vector<std::string>{"cpu"});
+    EXPECT_EQ(common::readStringList(settings, "two"), (std::vector<std::string>{"cpu", "disk"}));
+    EXPECT_EQ(common::readStringList(settings, "blank"), std::vector<std::string>{});
 }
 
 TEST(SettingsValues, BooleansAcceptTheirTextAndFallBackOnGarbage) {
     ravo::testing::TemporaryFolder folder;
     QSettings settings =
         settingsFromText(folder, "[General]\nyes=true\nno=false\nodd=maybe\nnumber=7\n");
-    EXPECT_TRUE(readBool(settings, "yes", false));
-    EXPECT_FALSE(readBool(settings, "no", true));
-    EXPECT_TRUE(readBool(settings, "odd", true));
-    EXPECT_FALSE(readBool(settings, "number", false));
-    EXPECT_TRUE(readBool(settings, "absent", true));
+    EXPECT_TRUE(common::readBool(settings, "yes", false));
+    EXPECT_FALSE(common::readBool(settings, "no", true));
+    EXPECT_TRUE(common::readBool(settings, "odd", true));
+    EXPECT_FALSE(common::readBool(settings, "number", false));
+    EXPECT_TRUE(common::readBool(settings, "absent", true));
 }
 
 TEST(SettingsValues, WrittenListsSurviveTheFile) {
@@ -47,14 +47,14 @@ TEST(SettingsValues, WrittenListsSurviveTheFile) {
     const QString path = QString::fromStdString((folder / "ravo.conf").string());
     {
         QSettings settings(path, QSettings::IniFormat);
-        writeStringList(settings, "single", {"gpu"});
-        writeStringList(settings, "empty", {});
-        writeStringList(settings, "pair", {"gpu", "cpu"});
+        common::writeStringList(settings, "single", {"gpu"});
+        common::writeStringList(settings, "empty", {});
+        common::writeStringList(settings, "pair", {"gpu", "cpu"});
     }
     QSettings reread(path, QSettings::IniFormat);
-    EXPECT_EQ(readStringList(reread, "single"), std::vector<std::string>{"gpu"});
-    EXPECT_EQ(readStringList(reread, "empty"), std::vector<std::string>{});
-    EXPECT_EQ(readStringList(reread, "pair"), (std::vector<std::string>{"gpu", "cpu"}));
+    EXPECT_EQ(common::readStringList(reread, "single"), std::vector<std::string>{"gpu"});
+    EXPECT_EQ(common::readStringList(reread, "empty"), std::vector<std::string>{});
+    EXPECT_EQ(common::readStringList(reread, "pair"), (std::vector<std::string>{"gpu", "cpu"}));
 }
 
 } // namespace

@@ -9,9 +9,9 @@ Q_DECLARE_LOGGING_CATEGORY(lcConnection)
 Q_DECLARE_LOGGING_CATEGORY(lcSync)
 Q_DECLARE_LOGGING_CATEGORY(lcUpdates)
 
-namespace ravo::app {
+namespace ravo::common {
 
 // Routes the core's log lines to the category of the same name.
 void installCoreLogSink();
 
-} // namespace ravo::app
+} // namespace ravo::common

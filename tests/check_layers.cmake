@@ -1,0 +1,20 @@
+# Fails when a file includes a layer above its own: the subsystems never include app/ or ui/,
+# and common/ (the Qt ground) includes nothing but core/ and itself.
+set(offenders "")
+foreach(folder metrics usage sessions connectivity cloud sync updates common)
+    file(GLOB_RECURSE files ${SOURCE_DIR}/${folder}/*.h ${SOURCE_DIR}/${folder}/*.cpp)
+    foreach(file IN LISTS files)
+        file(STRINGS ${file} lines REGEX "^[ \t]*#[ \t]*include[ \t]*\"(app|ui)/")
+        if(folder STREQUAL "common")
+            file(STRINGS ${file} lines REGEX
+                 "^[ \t]*#[ \t]*include[ \t]*\"(app|ui|metrics|usage|sessions|connectivity|cloud|sync|updates)/")
+        endif()
+        if(lines)
+            list(APPEND offenders "${file}: ${lines}")
+        endif()
+    endforeach()
+endforeach()
+if(offenders)
+    string(REPLACE ";" "\n" text "${offenders}")
+    message(FATAL_ERROR "Includes up the layers (see ARCHITECTURE.md):\n${text}")
+endif()
