@@ -155,8 +155,8 @@ public:
     // The settings that follow the user to other computers, gathered from their owners.
     sync::SyncedSettings syncedSettings() const override;
     void applySyncedSettings(const sync::SyncedSettings& settings) override;
-    // Another process (`ravo settings set`) stored a new value: read it and hand it to its
-    // owner, so it takes effect and syncs as if changed here.
+    // Another process (`ravo settings set`) stored a new value, and the file has been read
+    // again: hand it to its owner, so it takes effect and syncs as if changed here.
     void reloadSetting(const std::string& key);
     // Null when the controller was made without cloud services.
     cloud::AlertNotifier* alertNotifier() const { return alertNotifier_.get(); }

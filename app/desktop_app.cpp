@@ -113,9 +113,6 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
                          else
                              showUsage();
                      });
-    QObject::connect(
-        &instance, &SingleInstance::settingChanged, controller,
-        [controller](const QString& key) { controller->reloadSetting(key.toStdString()); });
     controller->start();
     if (!openURL.empty())
         controller->handleLink(openURL);

@@ -1,5 +1,4 @@
 #include "app/commands.h"
-#include "app/platform/single_instance.h"
 #include "app/settings_keys.h"
 #include "common/settings_values.h"
 #include "sync/core/synced_folder.h"
@@ -62,16 +61,13 @@ int runSettingsCommand(const SettingsRequest& request) {
         std::cerr << written.error() << "\n";
         return 1;
     }
-    settings->sync();
-    // A running Ravo applies the change at once, and syncs it like a change in its window.
-    if (SingleInstance().forwardToRunning("settings-changed " + QString::fromUtf8(key->name)))
-        return 0;
-    if (key->synced) {
+    // Every running Ravo sees the file change and applies it; the date is for a Ravo that
+    // starts later and syncs it then.
+    if (key->synced)
         settings->setValue(sync::SettingsSync::kChangedAtKey,
                            QString::fromStdString(
                                toIso8601(std::chrono::floor<std::chrono::seconds>(Clock::now()))));
-        settings->sync();
-    }
+    settings->sync();
     return 0;
 }
 

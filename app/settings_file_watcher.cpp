@@ -2,6 +2,7 @@
 
 #include "app/settings_keys.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QSettings>

@@ -1,5 +1,7 @@
 #include "core/atomic_file.h"
 
+#include "core/file_descriptor.h"
+
 #include <cctype>
 #include <cerrno>
 #include <cstring>
@@ -13,22 +15,6 @@ namespace ravo {
 namespace fs = std::filesystem;
 
 namespace {
-
-struct FileDescriptor {
-    int fd = -1;
-    explicit FileDescriptor(int f) : fd(f) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (fd >= 0)
-            ::close(fd);
-    }
-    int release() {
-        int f = fd;
-        fd = -1;
-        return f;
-    }
-};
 
 constexpr std::string_view kTemporarySuffix = ".tmp";
 

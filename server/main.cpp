@@ -54,25 +54,6 @@ std::map<std::string, std::string> environment() {
     return variables;
 }
 
-// The database address without its password (user:password@ or ?password=), for the log.
-std::string redactedDatabase(std::string database) {
-    const auto scheme = database.find("://");
-    const auto query = database.find('?');
-    const auto at = database.rfind('@', query);
-    if (scheme != std::string::npos && at != std::string::npos && at > scheme) {
-        const auto colon = database.find(':', scheme + 3);
-        if (colon != std::string::npos && colon < at)
-            database = database.substr(0, colon) + ":***" + database.substr(at);
-    }
-    for (auto password = database.find("password="); password != std::string::npos;
-         password = database.find("password=", password + 1)) {
-        const auto end = database.find('&', password);
-        database.replace(password + 9,
-                         (end == std::string::npos ? database.size() : end) - password - 9, "***");
-    }
-    return database;
-}
-
 int fail(const std::string& message) {
     std::fprintf(stderr, "ravo-server: %s\n", message.c_str());
     return 2;

@@ -73,8 +73,6 @@ SingleInstance::Claim SingleInstance::claim() {
                         emit showUsageRequested();
                     else if (line.startsWith(QLatin1String("open ")))
                         emit openRequested(line.mid(5));
-                    else if (line.startsWith(QLatin1String("settings-changed ")))
-                        emit settingChanged(line.mid(17));
                 }
             });
         }

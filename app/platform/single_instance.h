@@ -31,8 +31,6 @@ public:
 signals:
     void showUsageRequested();
     void openRequested(QString url);
-    // `ravo settings set` stored a new value for `key`.
-    void settingChanged(QString key);
 
 private:
     QString name_;

@@ -1,15 +1,14 @@
 #include "server/core/email_address.h"
 
+#include "core/trimmed.h"
+
 #include <algorithm>
 #include <cctype>
 
 namespace ravo::server {
 
 std::string normalizedEmail(std::string_view email) {
-    const auto first = email.find_first_not_of(" \t\r\n");
-    const auto last = email.find_last_not_of(" \t\r\n");
-    std::string text(first == std::string_view::npos ? std::string_view()
-                                                     : email.substr(first, last - first + 1));
+    std::string text = trimmed(email);
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : static_cast<char>(c);
     });

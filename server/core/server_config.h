@@ -72,6 +72,9 @@ Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments
 
 std::string helpText();
 
+// The database address without its password (user:password@ or ?password=), for the log.
+std::string redactedDatabase(std::string database);
+
 // Whether `--name VALUE` carries a secret, which main wipes from its arguments once read.
 bool isSecretSetting(std::string_view name);
 

@@ -1,5 +1,7 @@
 #include "server/http/http_request_reader.h"
 
+#include "core/trimmed.h"
+
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
@@ -19,13 +21,6 @@ bool equalsNoCase(std::string_view a, std::string_view b) {
                return std::tolower(static_cast<unsigned char>(x)) ==
                       std::tolower(static_cast<unsigned char>(y));
            });
-}
-
-std::string_view withoutBlanks(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 } // namespace
@@ -70,7 +65,7 @@ bool hasBadFraming(const http::fields& fields, unsigned version) {
         return false;
     return std::next(first) != end ||
            !equalsNoCase(
-               withoutBlanks(std::string_view(first->value().data(), first->value().size())),
+               trimmedView(std::string_view(first->value().data(), first->value().size())),
                "chunked") ||
            fields.count(http::field::content_length) != 0 || version < 11;
 }

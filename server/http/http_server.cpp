@@ -132,7 +132,7 @@ private:
             ++perPeer_[key];
         }
         ++open_;
-        startHttpSession(std::move(socket), shared_from_this(), std::move(key));
+        startHttpSession(std::move(socket), shared_from_this(), peer, std::move(key));
     }
 
     void quietLog(const std::string& message) {

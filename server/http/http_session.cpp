@@ -66,8 +66,9 @@ namespace {
 
 class Session : public std::enable_shared_from_this<Session> {
 public:
-    Session(tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner, std::string peerKey)
-        : owner_(std::move(owner)), shared_(owner_->shared()), peer_(peerOf(socket)),
+    Session(tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner, const IpAddress& peer,
+            std::string peerKey)
+        : owner_(std::move(owner)), shared_(owner_->shared()), peer_(peer),
           peerKey_(std::move(peerKey)), stream_(std::move(socket)), timer_(stream_.get_executor()) {
     }
 
@@ -274,8 +275,9 @@ private:
 } // namespace
 
 void startHttpSession(tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner,
-                      std::string peerKey) {
-    std::make_shared<Session>(std::move(socket), std::move(owner), std::move(peerKey))->start();
+                      const IpAddress& peer, std::string peerKey) {
+    std::make_shared<Session>(std::move(socket), std::move(owner), peer, std::move(peerKey))
+        ->start();
 }
 
 } // namespace ravo::server

@@ -27,8 +27,9 @@ public:
 // The peer's address as the connection shows it ("::" when it cannot be read).
 IpAddress peerOf(const boost::asio::ip::tcp::socket& socket);
 
-// Serves one accepted connection until it closes; `peerKey` is handed back at the end.
+// Serves one accepted connection from `peer` until it closes; `peerKey` is handed back at
+// the end.
 void startHttpSession(boost::asio::ip::tcp::socket socket, std::shared_ptr<HttpSessionOwner> owner,
-                      std::string peerKey);
+                      const IpAddress& peer, std::string peerKey);
 
 } // namespace ravo::server

@@ -1,19 +1,13 @@
 #include "server/net/client_address.h"
 
+#include "core/trimmed.h"
+
 #include <algorithm>
 #include <cctype>
 
 namespace ravo::server {
 
 namespace {
-
-std::string_view trimmedHop(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos)
-        return {};
-    const auto last = text.find_last_not_of(" \t");
-    return text.substr(first, last - first + 1);
-}
 
 bool startsWithNoCase(std::string_view text, std::string_view prefix) {
     return text.size() >= prefix.size() &&
@@ -46,9 +40,9 @@ std::optional<IpAddress> hostOf(std::string_view node) {
 std::optional<IpAddress> forwardedFor(std::string_view element) {
     while (!element.empty()) {
         const auto semicolon = element.find(';');
-        const std::string_view pair = trimmedHop(element.substr(0, semicolon));
+        const std::string_view pair = trimmedView(element.substr(0, semicolon));
         if (startsWithNoCase(pair, "for="))
-            return hostOf(trimmedHop(pair.substr(4)));
+            return hostOf(trimmedView(pair.substr(4)));
         if (semicolon == std::string_view::npos)
             break;
         element.remove_prefix(semicolon + 1);
@@ -65,7 +59,7 @@ std::vector<std::optional<IpAddress>> forwardedAddresses(std::string_view value,
     // commas only garbles entries that could not be addresses anyway.
     for (;;) {
         const auto comma = value.find(',');
-        const std::string_view entry = trimmedHop(value.substr(0, comma));
+        const std::string_view entry = trimmedView(value.substr(0, comma));
         hops.push_back(header == ForwardedHeader::forwarded ? forwardedFor(entry) : hostOf(entry));
         if (comma == std::string_view::npos)
             break;
@@ -76,7 +70,7 @@ std::vector<std::optional<IpAddress>> forwardedAddresses(std::string_view value,
 
 IpAddress clientAddress(const IpAddress& peer, std::string_view headerValue,
                         const ProxyTrust& trust) {
-    if (!anyContains(trust.proxies, peer) || trimmedHop(headerValue).empty())
+    if (!anyContains(trust.proxies, peer) || trimmedView(headerValue).empty())
         return peer;
     const auto hops = forwardedAddresses(headerValue, trust.header);
     IpAddress nearest = peer;

@@ -1,7 +1,10 @@
 #include "sync/core/synced_folder.h"
 
+#include "core/file_descriptor.h"
+
 #include <cerrno>
 #include <fcntl.h>
+#include <memory>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,22 +23,6 @@ constexpr const char* kNotAFile =
     "Ravo/settings.json in the sync folder is not a plain file (a link, or something else), so "
     "Ravo leaves it alone. Remove it to sync again.";
 
-class Descriptor {
-public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-    explicit operator bool() const { return fd_ >= 0; }
-
-private:
-    int fd_;
-};
-
 bool isPlainFile(int fd) {
     struct stat status {};
     return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
@@ -46,13 +33,12 @@ Result<std::optional<int>> openSubfolder(const fs::path& folder, bool create) {
     std::error_code error;
     if (!fs::is_directory(folder, error))
         return Failure{"The sync folder " + folder.string() + " is not there."};
-    const Descriptor base(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor base(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!base)
         return Failure{"The sync folder " + folder.string() + " cannot be opened."};
-    if (create && ::mkdirat(base.get(), kSubfolder, 0700) != 0 && errno != EEXIST)
+    if (create && ::mkdirat(base.fd, kSubfolder, 0700) != 0 && errno != EEXIST)
         return Failure{"Cannot make " + (folder / kSubfolder).string() + "."};
-    const int fd =
-        ::openat(base.get(), kSubfolder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    const int fd = ::openat(base.fd, kSubfolder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd >= 0)
         return std::optional(fd);
     if (errno == ENOENT)
@@ -62,13 +48,13 @@ Result<std::optional<int>> openSubfolder(const fs::path& folder, bool create) {
 }
 
 // flock on a file beside the settings, without waiting: someone else's lock is "busy".
-Result<std::unique_ptr<Descriptor>> lock(int folder, int operation) {
-    auto fd = std::make_unique<Descriptor>(
+Result<std::unique_ptr<FileDescriptor>> lock(int folder, int operation) {
+    auto fd = std::make_unique<FileDescriptor>(
         ::openat(folder, kLockName, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
-    if (!*fd || !isPlainFile(fd->get()))
+    if (!*fd || !isPlainFile(fd->fd))
         return Failure{"The lock beside the synced settings file is not a plain file."};
     int locked;
-    while ((locked = ::flock(fd->get(), operation | LOCK_NB)) != 0 && errno == EINTR) {
+    while ((locked = ::flock(fd->fd, operation | LOCK_NB)) != 0 && errno == EINTR) {
     }
     if (locked != 0)
         return Failure{std::string(kBusy)};
@@ -91,24 +77,24 @@ Result<std::optional<std::string>> read(const fs::path& folder) {
         return subfolder.failure();
     if (!*subfolder)
         return std::optional<std::string>{};
-    const Descriptor directory(**subfolder);
+    const FileDescriptor directory(**subfolder);
     // A pipe opened without O_NONBLOCK would wait for a writer; fstat then refuses it.
-    const Descriptor file(
-        ::openat(directory.get(), kFileName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file(
+        ::openat(directory.fd, kFileName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file) {
         if (errno == ENOENT)
             return std::optional<std::string>{};
         return Failure{errno == ELOOP ? kNotAFile : "The synced settings file cannot be read."};
     }
-    if (!isPlainFile(file.get()))
+    if (!isPlainFile(file.fd))
         return Failure{kNotAFile};
-    const auto held = lock(directory.get(), LOCK_SH);
+    const auto held = lock(directory.fd, LOCK_SH);
     if (!held)
         return held.failure();
     std::string text;
     char buffer[16384];
     for (;;) {
-        const ssize_t got = ::read(file.get(), buffer, sizeof buffer);
+        const ssize_t got = ::read(file.fd, buffer, sizeof buffer);
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
@@ -129,36 +115,36 @@ Status write(const fs::path& folder, const std::string& text) {
         return subfolder.failure();
     if (!*subfolder)
         return Failure{"Cannot make " + (folder / kSubfolder).string() + "."};
-    const Descriptor directory(**subfolder);
-    const auto held = lock(directory.get(), LOCK_EX);
+    const FileDescriptor directory(**subfolder);
+    const auto held = lock(directory.fd, LOCK_EX);
     if (!held)
         return held.failure();
     // Whatever sits at the name now is replaced only when it is a plain file.
     struct stat status {};
-    if (::fstatat(directory.get(), kFileName, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+    if (::fstatat(directory.fd, kFileName, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
         !S_ISREG(status.st_mode))
         return Failure{kNotAFile};
     const std::string temporary = std::string(".") + kFileName + "." + std::to_string(::getpid());
-    ::unlinkat(directory.get(), temporary.c_str(), 0);
-    const Descriptor out(::openat(directory.get(), temporary.c_str(),
-                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    ::unlinkat(directory.fd, temporary.c_str(), 0);
+    const FileDescriptor out(::openat(directory.fd, temporary.c_str(),
+                                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!out)
         return Failure{"Cannot write in " + (folder / kSubfolder).string() + "."};
     std::size_t written = 0;
     while (written < text.size()) {
-        const ssize_t put = ::write(out.get(), text.data() + written, text.size() - written);
+        const ssize_t put = ::write(out.fd, text.data() + written, text.size() - written);
         if (put < 0 && errno == EINTR)
             continue;
         if (put <= 0) {
-            ::unlinkat(directory.get(), temporary.c_str(), 0);
+            ::unlinkat(directory.fd, temporary.c_str(), 0);
             return Failure{"Cannot write in " + (folder / kSubfolder).string() + "."};
         }
         written += static_cast<std::size_t>(put);
     }
     // rename replaces the name itself, never what a link there points to.
-    if (::fsync(out.get()) != 0 ||
-        ::renameat(directory.get(), temporary.c_str(), directory.get(), kFileName) != 0) {
-        ::unlinkat(directory.get(), temporary.c_str(), 0);
+    if (::fsync(out.fd) != 0 ||
+        ::renameat(directory.fd, temporary.c_str(), directory.fd, kFileName) != 0) {
+        ::unlinkat(directory.fd, temporary.c_str(), 0);
         return Failure{"Cannot replace " + settingsFile(folder).string() + "."};
     }
     return success();

@@ -1,0 +1,78 @@
+// The controller's settings as the sync and other processes meet them.
+#include "app/app_controller.h"
+
+#include "cloud/alert_notifier.h"
+#include "common/log_categories.h"
+#include "common/settings_values.h"
+#include "connectivity/connection_watchdog.h"
+#include "metrics/core/metric_settings.h"
+#include "metrics/system_monitor.h"
+#include "sync/settings_sync.h"
+
+#include <QSettings>
+
+namespace ravo::app {
+
+sync::SyncedSettings AppController::syncedSettings() const {
+    sync::SyncedSettings settings = sync::SyncedSettings::factoryDefaults();
+    if (const auto* monitor = services_.systemMonitor) {
+        settings.metricOrder = metrics::MetricSettings::toStored(monitor->metricOrder());
+        // Enabled metrics in the order they are shown, so equal sets compare equal.
+        settings.enabledMetrics.clear();
+        for (auto metric : monitor->metricOrder())
+            if (monitor->enabledMetrics().contains(metric))
+                settings.enabledMetrics.emplace_back(metrics::rawValue(metric));
+    }
+    settings.desktopAlerts = alertNotifier_
+                                 ? alertNotifier_->desktopEnabled()
+                                 : common::readBool(*defaults_, "desktopAlertsEnabled", true);
+    if (watchdog_) {
+        settings.connectionAlerts = watchdog_->alertsEnabled();
+        settings.latencyMonitoring = watchdog_->latencyMonitoringEnabled();
+    }
+    settings.tracksSessions = tracksSessions_;
+    return settings;
+}
+
+void AppController::applySyncedSettings(const sync::SyncedSettings& settings) {
+    if (auto* monitor = services_.systemMonitor) {
+        monitor->setMetricOrder(metrics::MetricSettings::metricOrder(settings.metricOrder));
+        monitor->setEnabledMetrics(
+            metrics::MetricSettings::enabledMetrics(settings.enabledMetrics));
+    }
+    if (alertNotifier_)
+        alertNotifier_->setDesktopEnabled(settings.desktopAlerts);
+    if (watchdog_) {
+        watchdog_->setAlertsEnabled(settings.connectionAlerts);
+        watchdog_->setLatencyMonitoringEnabled(settings.latencyMonitoring);
+    }
+    if (settings.tracksSessions != tracksSessions_)
+        setTracksSessions(settings.tracksSessions);
+}
+
+void AppController::reloadSetting(const std::string& key) {
+    const QString name = QString::fromStdString(key);
+    if (auto* monitor = services_.systemMonitor;
+        monitor && (name == metrics::MetricSettings::kOrderKey ||
+                    name == metrics::MetricSettings::kEnabledKey)) {
+        monitor->setMetricOrder(metrics::MetricSettings::metricOrder(
+            common::readStringList(*defaults_, metrics::MetricSettings::kOrderKey)));
+        monitor->setEnabledMetrics(metrics::MetricSettings::enabledMetrics(
+            common::readStringList(*defaults_, metrics::MetricSettings::kEnabledKey)));
+    } else if (name == cloud::AlertNotifier::kEnabledKey && alertNotifier_) {
+        alertNotifier_->setDesktopEnabled(common::readBool(*defaults_, name, true));
+    } else if (name == connectivity::ConnectionWatchdog::kAlertsKey && watchdog_) {
+        watchdog_->setAlertsEnabled(common::readBool(*defaults_, name, true));
+    } else if (name == connectivity::ConnectionWatchdog::kLatencyKey && watchdog_) {
+        watchdog_->setLatencyMonitoringEnabled(common::readBool(*defaults_, name, true));
+    } else if (name == connectivity::ProbeAddress::kSettingsKey && watchdog_) {
+        watchdog_->setProbeAddress(defaults_->value(name).toString().toStdString());
+    } else if (name == sync::SettingsSync::kEnabledKey) {
+        settingsSync_->setEnabled(common::readBool(*defaults_, name, false));
+    } else if (name == sync::SettingsSync::kFolderKey) {
+        settingsSync_->setFolder(defaults_->value(name).toString().toStdString());
+    }
+    qCInfo(lcApp).noquote() << "Setting changed outside this Ravo:" << name;
+}
+
+} // namespace ravo::app
