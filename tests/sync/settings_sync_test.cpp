@@ -11,6 +11,7 @@
 
 #include <fstream>
 #include <signal.h>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -49,7 +50,17 @@ struct Computer final : SyncedSettingsSource {
 class SettingsSyncTest : public ::testing::Test {
 protected:
     SettingsSyncTest() { std::filesystem::create_directories(shared); }
-    std::optional<std::string> file() { return SyncedFolder::read(shared).value(); }
+    // The sync writes off the window's thread, so a read here can meet its lock: read again.
+    std::optional<std::string> file() {
+        for (;;) {
+            auto text = SyncedFolder::read(shared);
+            if (text.ok())
+                return text.value();
+            if (!SyncedFolder::isBusy(text.failure()))
+                throw std::runtime_error(text.error());
+            QTest::qWait(5);
+        }
+    }
 
     testing::TemporaryFolder folder;
     std::filesystem::path shared = folder / "Nextcloud";
