@@ -44,7 +44,7 @@ void printStatus(const CloudAccount& account) {
         std::cout << "Not signed in. Sign in with `ravo account signin --email ADDRESS`.\n";
         return;
     }
-    const CloudMe& me = *account.me();
+    const wire::CloudMe& me = *account.me();
     std::cout << "Signed in as " << CloudAccount::displayEmail(me.email) << "\n"
               << "Plan: " << me.plan << ", up to " << me.maxSites << " websites, checked every "
               << me.minIntervalMinutes << " min at the most often\n";

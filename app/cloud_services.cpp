@@ -6,7 +6,7 @@ namespace ravo::app {
 
 CloudServices CloudServices::forThisComputer() {
     return {std::make_shared<cloud::KeychainSecretStore>(),
-            std::make_shared<cloud::NetworkTransport>()};
+            std::make_shared<common::NetworkTransport>()};
 }
 
 } // namespace ravo::app

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cloud/http_transport.h"
 #include "cloud/secret_store.h"
+#include "common/http_transport.h"
 
 #include <memory>
 
@@ -11,7 +11,7 @@ namespace ravo::app {
 // server shares, the app and the terminal commands alike.
 struct CloudServices {
     std::shared_ptr<cloud::SecretStore> secrets;
-    std::shared_ptr<cloud::HttpTransport> transport;
+    std::shared_ptr<common::HttpTransport> transport;
 
     static CloudServices forThisComputer();
 };

@@ -1,10 +1,10 @@
 #include "app/cloud_services.h"
 #include "app/commands.h"
 #include "cloud/cloud_account.h"
-#include "cloud/core/site_url.h"
 #include "cloud/site_list_settings.h"
 #include "cloud/websites_status_reader.h"
 #include "common/settings_values.h"
+#include "wire/site_url.h"
 
 #include <QCoro/QCoroTask>
 #include <QUuid>
@@ -21,7 +21,7 @@ namespace {
 QCoro::Task<bool> push(CloudAccount& account, QSettings& settings,
                        const std::vector<MonitoredSite>& sites) {
     SiteListSettings::save(settings, sites);
-    std::vector<CloudSite> wire;
+    std::vector<wire::CloudSite> wire;
     const auto interval = SiteListSettings::intervalMinutes(settings, *account.me());
     for (const auto& site : sites)
         wire.push_back(toCloudSite(site, interval));
@@ -74,7 +74,7 @@ QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest re
         std::cout << "Added " << sites.back().url << " (" << sites.back().id << ")\n";
         co_return pushed ? 0 : 1;
     }
-    const auto url = normalizedSiteURL(request.target);
+    const auto url = wire::normalizedSiteURL(request.target);
     const auto found = std::find_if(sites.begin(), sites.end(), [&](const MonitoredSite& site) {
         return site.id == request.target || (url && site.url == *url);
     });

@@ -11,7 +11,7 @@
 namespace ravo::cloud {
 
 CloudAccount::CloudAccount(QSettings& settings, std::shared_ptr<SecretStore> secrets,
-                           std::shared_ptr<HttpTransport> transport)
+                           std::shared_ptr<common::HttpTransport> transport)
     : settings_(settings), secrets_(std::move(secrets)), transport_(std::move(transport)) {
     makeClient();
 }
@@ -22,7 +22,7 @@ QString CloudAccount::defaultServer() {
 
 std::string CloudAccount::displayEmail(const std::string& email) {
     const auto at = email.rfind('@');
-    return at != std::string::npos && email.substr(at + 1) == kHiddenAppleEmailDomain
+    return at != std::string::npos && email.substr(at + 1) == wire::kHiddenAppleEmailDomain
                ? "Hidden by Apple"
                : email;
 }
@@ -58,7 +58,7 @@ void CloudAccount::resume() {
     if (token_) {
         const auto cached = parseJson(settings_.value(kAccountKey).toString().toStdString());
         if (cached)
-            if (auto record = meFromJson(*cached))
+            if (auto record = wire::meFromJson(*cached))
                 me_ = std::move(record).value();
     }
     emit changed();
@@ -89,13 +89,14 @@ QCoro::Task<> CloudAccount::requestEmailCode(std::string email) {
     std::string language = QLocale().name().left(2).toStdString();
     if (language.empty() || language == "C")
         language = "en";
-    EmailSignInRequest request{address, "mac", deviceName(), language, pkce.challenge, "S256"};
+    wire::EmailSignInRequest request{address,  "mac",          deviceName(),
+                                     language, pkce.challenge, "S256"};
     const auto started = co_await client_->startEmailSignIn(std::move(request));
     if (const auto* failure = std::get_if<CloudError>(&started))
         error_ = failure->text();
     else
         pendingEmail_ =
-            PendingEmailSignIn{address, std::get<EmailSignInStart>(started).attemptId, pkce};
+            PendingEmailSignIn{address, std::get<wire::EmailSignInStart>(started).attemptId, pkce};
     setWorking(false);
 }
 
@@ -105,7 +106,7 @@ QCoro::Task<> CloudAccount::verifyEmailCode(std::string code) {
     const PendingEmailSignIn pending = *pendingEmail_;
     error_.reset();
     setWorking(true);
-    EmailVerifyRequest request{pending.attemptID, trimmed(code), pending.pkce.verifier};
+    wire::EmailVerifyRequest request{pending.attemptID, trimmed(code), pending.pkce.verifier};
     auto login = co_await client_->verifyEmailCode(std::move(request));
     co_await setUpSession(std::move(login), "The code is wrong or expired.");
     if (isSignedIn())
@@ -116,7 +117,7 @@ QCoro::Task<> CloudAccount::verifyEmailCode(std::string code) {
 QCoro::Task<> CloudAccount::signIn(std::string email, std::string password) {
     error_.reset();
     setWorking(true);
-    PasswordLoginRequest request{trimmed(email), password, "mac", deviceName()};
+    wire::PasswordLoginRequest request{trimmed(email), password, "mac", deviceName()};
     auto login = co_await client_->login(std::move(request));
     co_await setUpSession(std::move(login), "Wrong email or password.");
     setWorking(false);
@@ -126,7 +127,7 @@ QCoro::Task<std::optional<QUrl>> CloudAccount::startAppleSignIn() {
     error_.reset();
     setWorking(true);
     const PKCE pkce = PKCE::make();
-    AppleStartRequest request{"mac", deviceName(), pkce.challenge, "S256"};
+    wire::AppleStartRequest request{"mac", deviceName(), pkce.challenge, "S256"};
     const auto started = co_await client_->startAppleSignIn(std::move(request));
     setWorking(false);
     if (const auto* failure = std::get_if<CloudError>(&started)) {
@@ -134,7 +135,7 @@ QCoro::Task<std::optional<QUrl>> CloudAccount::startAppleSignIn() {
         emit changed();
         co_return std::nullopt;
     }
-    const auto& attempt = std::get<AppleSignInStart>(started);
+    const auto& attempt = std::get<wire::AppleSignInStart>(started);
     const QUrl page(QString::fromStdString(attempt.authorizeUrl));
     if (!page.isValid() || (page.scheme() != "https" && page.scheme() != "http")) {
         error_ = AppleCallback::kGenericFailure;
@@ -164,20 +165,20 @@ QCoro::Task<> CloudAccount::finishAppleSignIn(std::string callbackURL) {
         co_return;
     }
     setWorking(true);
-    AppleFinishRequest request{pending.attemptID, outcome.text, pending.pkce.verifier};
+    wire::AppleFinishRequest request{pending.attemptID, outcome.text, pending.pkce.verifier};
     auto login = co_await client_->finishAppleSignIn(std::move(request));
     co_await setUpSession(std::move(login), AppleCallback::kGenericFailure);
     setWorking(false);
 }
 
-QCoro::Task<> CloudAccount::setUpSession(CloudResult<CloudLogin> login,
+QCoro::Task<> CloudAccount::setUpSession(CloudResult<wire::CloudLogin> login,
                                          std::string unauthorizedText) {
     if (const auto* failure = std::get_if<CloudError>(&login)) {
         error_ =
             failure->kind == CloudError::Kind::unauthorized ? unauthorizedText : failure->text();
         co_return;
     }
-    const CloudLogin& session = std::get<CloudLogin>(login);
+    const wire::CloudLogin& session = std::get<wire::CloudLogin>(login);
     if (auto stored = secrets_->write(kTokenService, kTokenAccount, session.token); !stored) {
         error_ = stored.error();
         co_return;
@@ -191,7 +192,7 @@ QCoro::Task<> CloudAccount::setUpSession(CloudResult<CloudLogin> login,
         error_ = failure->text();
         co_return;
     }
-    me_ = std::get<CloudMe>(record);
+    me_ = std::get<wire::CloudMe>(record);
     settings_.setValue(kAccountKey, QString::fromStdString(toJson(*me_).dump()));
     settings_.sync();
     log::info("cloud", "signed in as device " + session.device.id);
@@ -206,7 +207,7 @@ QCoro::Task<> CloudAccount::refresh() {
             log::error("cloud", "Account refresh failed: " + failure->text());
         co_return;
     }
-    me_ = std::get<CloudMe>(record);
+    me_ = std::get<wire::CloudMe>(record);
     settings_.setValue(kAccountKey, QString::fromStdString(toJson(*me_).dump()));
     emit changed();
 }

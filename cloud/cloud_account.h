@@ -40,7 +40,7 @@ public:
     static constexpr const char* kAccountKey = "cloudAccount";
 
     CloudAccount(QSettings& settings, std::shared_ptr<SecretStore> secrets,
-                 std::shared_ptr<HttpTransport> transport);
+                 std::shared_ptr<common::HttpTransport> transport);
 
     // The build's default server, used until the user sets another.
     static QString defaultServer();
@@ -53,7 +53,7 @@ public:
     bool isWorking() const { return working_; }
     const std::optional<std::string>& error() const { return error_; }
     const std::optional<PendingEmailSignIn>& pendingEmail() const { return pendingEmail_; }
-    const std::optional<CloudMe>& me() const { return me_; }
+    const std::optional<wire::CloudMe>& me() const { return me_; }
     bool isSignedIn() const { return me_.has_value(); }
     const CloudClient& client() const { return *client_; }
     QString server() const;
@@ -83,13 +83,13 @@ signals:
 private:
     void makeClient();
     void setWorking(bool working);
-    QCoro::Task<> setUpSession(CloudResult<CloudLogin> login, std::string unauthorizedText);
+    QCoro::Task<> setUpSession(CloudResult<wire::CloudLogin> login, std::string unauthorizedText);
     void forgetSession();
     std::string deviceName() const;
 
     QSettings& settings_;
     std::shared_ptr<SecretStore> secrets_;
-    std::shared_ptr<HttpTransport> transport_;
+    std::shared_ptr<common::HttpTransport> transport_;
     std::unique_ptr<CloudClient> client_;
     std::optional<std::string> token_;
     bool working_ = false;
@@ -97,7 +97,7 @@ private:
     std::optional<std::string> error_;
     std::optional<PendingEmailSignIn> pendingEmail_;
     std::optional<PendingAppleSignIn> pendingApple_;
-    std::optional<CloudMe> me_;
+    std::optional<wire::CloudMe> me_;
 };
 
 } // namespace ravo::cloud

@@ -46,7 +46,8 @@ Result<EmptyResponse> empty(const nlohmann::json& json) {
 // One co_await per statement, its result in a variable: GCC 12 mishandles temporaries that
 // live across a suspension inside a larger expression.
 
-CloudClient::CloudClient(QUrl baseURL, std::shared_ptr<HttpTransport> transport, TokenSource token)
+CloudClient::CloudClient(QUrl baseURL, std::shared_ptr<common::HttpTransport> transport,
+                         TokenSource token)
     : baseURL_(std::move(baseURL)), transport_(std::move(transport)), token_(std::move(token)) {}
 
 std::optional<QUrl> CloudClient::baseURLFor(const QString& origin) {
@@ -63,7 +64,8 @@ std::optional<QUrl> CloudClient::baseURLFor(const QString& origin) {
 QCoro::Task<CloudResult<nlohmann::json>> CloudClient::send(QByteArray method, QString path,
                                                            std::optional<nlohmann::json> body,
                                                            bool authenticated) const {
-    HttpCall call{method, baseURL_.resolved(QUrl(path)), {{"Accept", "application/json"}}, {}};
+    common::HttpCall call{
+        method, baseURL_.resolved(QUrl(path)), {{"Accept", "application/json"}}, {}};
     if (authenticated) {
         const auto token = token_ ? token_() : std::nullopt;
         if (!token)
@@ -91,38 +93,39 @@ QCoro::Task<CloudResult<nlohmann::json>> CloudClient::send(QByteArray method, QS
     co_return std::move(parsed).value();
 }
 
-QCoro::Task<CloudResult<EmailSignInStart>>
-CloudClient::startEmailSignIn(EmailSignInRequest request) const {
+QCoro::Task<CloudResult<wire::EmailSignInStart>>
+CloudClient::startEmailSignIn(wire::EmailSignInRequest request) const {
     auto answer = co_await send("POST", "auth/email/start", toJson(request), false);
-    co_return decoded(std::move(answer), emailSignInStartFromJson);
+    co_return decoded(std::move(answer), wire::emailSignInStartFromJson);
 }
 
-QCoro::Task<CloudResult<CloudLogin>>
-CloudClient::verifyEmailCode(EmailVerifyRequest request) const {
+QCoro::Task<CloudResult<wire::CloudLogin>>
+CloudClient::verifyEmailCode(wire::EmailVerifyRequest request) const {
     auto answer = co_await send("POST", "auth/email/verify", toJson(request), false);
-    co_return decoded(std::move(answer), loginFromJson);
+    co_return decoded(std::move(answer), wire::loginFromJson);
 }
 
-QCoro::Task<CloudResult<AppleSignInStart>>
-CloudClient::startAppleSignIn(AppleStartRequest request) const {
+QCoro::Task<CloudResult<wire::AppleSignInStart>>
+CloudClient::startAppleSignIn(wire::AppleStartRequest request) const {
     auto answer = co_await send("POST", "auth/apple/start", toJson(request), false);
-    co_return decoded(std::move(answer), appleSignInStartFromJson);
+    co_return decoded(std::move(answer), wire::appleSignInStartFromJson);
 }
 
-QCoro::Task<CloudResult<CloudLogin>>
-CloudClient::finishAppleSignIn(AppleFinishRequest request) const {
+QCoro::Task<CloudResult<wire::CloudLogin>>
+CloudClient::finishAppleSignIn(wire::AppleFinishRequest request) const {
     auto answer = co_await send("POST", "auth/apple/finish", toJson(request), false);
-    co_return decoded(std::move(answer), loginFromJson);
+    co_return decoded(std::move(answer), wire::loginFromJson);
 }
 
-QCoro::Task<CloudResult<CloudLogin>> CloudClient::login(PasswordLoginRequest request) const {
+QCoro::Task<CloudResult<wire::CloudLogin>>
+CloudClient::login(wire::PasswordLoginRequest request) const {
     auto answer = co_await send("POST", "auth/token", toJson(request), false);
-    co_return decoded(std::move(answer), loginFromJson);
+    co_return decoded(std::move(answer), wire::loginFromJson);
 }
 
-QCoro::Task<CloudResult<CloudMe>> CloudClient::me() const {
+QCoro::Task<CloudResult<wire::CloudMe>> CloudClient::me() const {
     auto answer = co_await send("GET", "me", std::nullopt, true);
-    co_return decoded(std::move(answer), meFromJson);
+    co_return decoded(std::move(answer), wire::meFromJson);
 }
 
 QCoro::Task<CloudResult<EmptyResponse>> CloudClient::deleteAccount() const {
@@ -136,15 +139,16 @@ QCoro::Task<CloudResult<EmptyResponse>> CloudClient::revokeDevice(std::string de
     co_return decoded(std::move(answer), empty);
 }
 
-QCoro::Task<CloudResult<CloudNotificationSettings>> CloudClient::notificationSettings() const {
+QCoro::Task<CloudResult<wire::CloudNotificationSettings>>
+CloudClient::notificationSettings() const {
     auto answer = co_await send("GET", "notifications/settings", std::nullopt, true);
-    co_return decoded(std::move(answer), notificationSettingsFromJson);
+    co_return decoded(std::move(answer), wire::notificationSettingsFromJson);
 }
 
-QCoro::Task<CloudResult<CloudNotificationSettings>>
-CloudClient::updateNotificationSettings(NotificationSettingsUpdate update) const {
+QCoro::Task<CloudResult<wire::CloudNotificationSettings>>
+CloudClient::updateNotificationSettings(wire::NotificationSettingsUpdate update) const {
     auto answer = co_await send("PUT", "notifications/settings", toJson(update), true);
-    co_return decoded(std::move(answer), notificationSettingsFromJson);
+    co_return decoded(std::move(answer), wire::notificationSettingsFromJson);
 }
 
 QCoro::Task<CloudResult<EmptyResponse>> CloudClient::sendTelegramTest() const {
@@ -152,29 +156,29 @@ QCoro::Task<CloudResult<EmptyResponse>> CloudClient::sendTelegramTest() const {
     co_return decoded(std::move(answer), empty);
 }
 
-QCoro::Task<CloudResult<std::vector<CloudSiteStatus>>> CloudClient::siteStatuses() const {
+QCoro::Task<CloudResult<std::vector<wire::CloudSiteStatus>>> CloudClient::siteStatuses() const {
     auto answer = co_await send("GET", "sites/status", std::nullopt, true);
-    co_return decoded(std::move(answer), listOf(siteStatusFromJson));
+    co_return decoded(std::move(answer), listOf(wire::siteStatusFromJson));
 }
 
-QCoro::Task<CloudResult<std::vector<CloudSite>>> CloudClient::sites() const {
+QCoro::Task<CloudResult<std::vector<wire::CloudSite>>> CloudClient::sites() const {
     auto answer = co_await send("GET", "sites/sync", std::nullopt, true);
-    co_return decoded(std::move(answer), sitesFromJson);
+    co_return decoded(std::move(answer), wire::sitesFromJson);
 }
 
-QCoro::Task<CloudResult<std::vector<CloudSite>>>
-CloudClient::syncSites(std::vector<CloudSite> sites) const {
+QCoro::Task<CloudResult<std::vector<wire::CloudSite>>>
+CloudClient::syncSites(std::vector<wire::CloudSite> sites) const {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& site : sites)
         list.push_back(toJson(site));
     auto answer = co_await send("PUT", "sites/sync", std::move(list), true);
-    co_return decoded(std::move(answer), sitesFromJson);
+    co_return decoded(std::move(answer), wire::sitesFromJson);
 }
 
-QCoro::Task<CloudResult<CloudSiteHistory>> CloudClient::history(std::string siteID) const {
+QCoro::Task<CloudResult<wire::CloudSiteHistory>> CloudClient::history(std::string siteID) const {
     auto answer = co_await send("GET", "sites/" + QString::fromStdString(siteID) + "/history",
                                 std::nullopt, true);
-    co_return decoded(std::move(answer), siteHistoryFromJson);
+    co_return decoded(std::move(answer), wire::siteHistoryFromJson);
 }
 
 } // namespace ravo::cloud

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "cloud/core/cloud_error.h"
-#include "cloud/core/monitoring_records.h"
-#include "cloud/core/wire_records.h"
-#include "cloud/http_transport.h"
+#include "common/http_transport.h"
+#include "wire/monitoring_records.h"
+#include "wire/wire_records.h"
 
 #include <QCoro/QCoroTask>
 #include <QString>
@@ -32,7 +32,7 @@ class CloudClient {
 public:
     using TokenSource = std::function<std::optional<std::string>()>;
 
-    CloudClient(QUrl baseURL, std::shared_ptr<HttpTransport> transport, TokenSource token);
+    CloudClient(QUrl baseURL, std::shared_ptr<common::HttpTransport> transport, TokenSource token);
 
     // "https://ravo.example.org" -> "https://ravo.example.org/api/v1/"; nothing when the
     // text is not an http(s) origin.
@@ -43,27 +43,32 @@ public:
                                                   std::optional<nlohmann::json> body,
                                                   bool authenticated) const;
 
-    QCoro::Task<CloudResult<EmailSignInStart>> startEmailSignIn(EmailSignInRequest request) const;
-    QCoro::Task<CloudResult<CloudLogin>> verifyEmailCode(EmailVerifyRequest request) const;
-    QCoro::Task<CloudResult<AppleSignInStart>> startAppleSignIn(AppleStartRequest request) const;
-    QCoro::Task<CloudResult<CloudLogin>> finishAppleSignIn(AppleFinishRequest request) const;
-    QCoro::Task<CloudResult<CloudLogin>> login(PasswordLoginRequest request) const;
-    QCoro::Task<CloudResult<CloudMe>> me() const;
+    QCoro::Task<CloudResult<wire::EmailSignInStart>>
+    startEmailSignIn(wire::EmailSignInRequest request) const;
+    QCoro::Task<CloudResult<wire::CloudLogin>>
+    verifyEmailCode(wire::EmailVerifyRequest request) const;
+    QCoro::Task<CloudResult<wire::AppleSignInStart>>
+    startAppleSignIn(wire::AppleStartRequest request) const;
+    QCoro::Task<CloudResult<wire::CloudLogin>>
+    finishAppleSignIn(wire::AppleFinishRequest request) const;
+    QCoro::Task<CloudResult<wire::CloudLogin>> login(wire::PasswordLoginRequest request) const;
+    QCoro::Task<CloudResult<wire::CloudMe>> me() const;
     QCoro::Task<CloudResult<EmptyResponse>> deleteAccount() const;
     QCoro::Task<CloudResult<EmptyResponse>> revokeDevice(std::string deviceID) const;
-    QCoro::Task<CloudResult<CloudNotificationSettings>> notificationSettings() const;
-    QCoro::Task<CloudResult<CloudNotificationSettings>>
-    updateNotificationSettings(NotificationSettingsUpdate update) const;
+    QCoro::Task<CloudResult<wire::CloudNotificationSettings>> notificationSettings() const;
+    QCoro::Task<CloudResult<wire::CloudNotificationSettings>>
+    updateNotificationSettings(wire::NotificationSettingsUpdate update) const;
     QCoro::Task<CloudResult<EmptyResponse>> sendTelegramTest() const;
-    QCoro::Task<CloudResult<std::vector<CloudSiteStatus>>> siteStatuses() const;
+    QCoro::Task<CloudResult<std::vector<wire::CloudSiteStatus>>> siteStatuses() const;
     // The account's list as the server keeps it.
-    QCoro::Task<CloudResult<std::vector<CloudSite>>> sites() const;
-    QCoro::Task<CloudResult<std::vector<CloudSite>>> syncSites(std::vector<CloudSite> sites) const;
-    QCoro::Task<CloudResult<CloudSiteHistory>> history(std::string siteID) const;
+    QCoro::Task<CloudResult<std::vector<wire::CloudSite>>> sites() const;
+    QCoro::Task<CloudResult<std::vector<wire::CloudSite>>>
+    syncSites(std::vector<wire::CloudSite> sites) const;
+    QCoro::Task<CloudResult<wire::CloudSiteHistory>> history(std::string siteID) const;
 
 private:
     QUrl baseURL_;
-    std::shared_ptr<HttpTransport> transport_;
+    std::shared_ptr<common::HttpTransport> transport_;
     TokenSource token_;
 };
 

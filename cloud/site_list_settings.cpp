@@ -30,7 +30,7 @@ void save(QSettings& settings, const std::vector<MonitoredSite>& sites) {
     settings.sync();
 }
 
-std::int64_t intervalMinutes(const QSettings& settings, const CloudMe& plan) {
+std::int64_t intervalMinutes(const QSettings& settings, const wire::CloudMe& plan) {
     bool ok = false;
     const auto stored = settings.value(kIntervalKey).toLongLong(&ok);
     return std::clamp<std::int64_t>(ok ? stored : 5,

@@ -19,6 +19,6 @@ inline constexpr const char* kUnreadableBackupKey = "monitoredSitesUnreadable";
 std::vector<MonitoredSite> load(QSettings& settings);
 void save(QSettings& settings, const std::vector<MonitoredSite>& sites);
 // 5 minutes unless set; never below the plan's minimum, never above a day.
-std::int64_t intervalMinutes(const QSettings& settings, const CloudMe& plan);
+std::int64_t intervalMinutes(const QSettings& settings, const wire::CloudMe& plan);
 
 } // namespace ravo::cloud::SiteListSettings

@@ -15,7 +15,8 @@ const std::string kUnreachable = "Telegram can't be reached.";
 
 TelegramSettings::TelegramSettings(CloudAccount& account, QSettings& settings,
                                    std::shared_ptr<SecretStore> secrets,
-                                   std::shared_ptr<HttpTransport> transport, QObject* parent)
+                                   std::shared_ptr<common::HttpTransport> transport,
+                                   QObject* parent)
     : QObject(parent), account_(account), settings_(settings), secrets_(std::move(secrets)),
       transport_(std::move(transport)) {}
 
@@ -37,7 +38,7 @@ void TelegramSettings::finish(std::optional<Status> status) {
     emit changed();
 }
 
-void TelegramSettings::adopt(const CloudNotificationSettings& settings) {
+void TelegramSettings::adopt(const wire::CloudNotificationSettings& settings) {
     chatID_ = settings.telegramChatId.value_or("");
     hasBotToken_ = settings.hasCustomBotToken;
     lastDeliveryError_ = settings.lastDeliveryError;
@@ -57,24 +58,24 @@ QCoro::Task<> TelegramSettings::load() {
         fail(*failure);
         co_return;
     }
-    adopt(std::get<CloudNotificationSettings>(answer));
+    adopt(std::get<wire::CloudNotificationSettings>(answer));
     finish(std::nullopt);
 }
 
 QCoro::Task<> TelegramSettings::saveBotToken(std::string token) {
     const std::string candidate = trimmed(token);
-    if (!TelegramAPI::isBotToken(candidate)) {
+    if (!wire::TelegramAPI::isBotToken(candidate)) {
         finish(Status{kInvalidToken, true});
         co_return;
     }
     begin();
-    NotificationSettingsUpdate update{std::nullopt, candidate};
+    wire::NotificationSettingsUpdate update{std::nullopt, candidate};
     const auto answer = co_await account_.client().updateNotificationSettings(std::move(update));
     if (const auto* failure = std::get_if<CloudError>(&answer)) {
         fail(*failure);
         co_return;
     }
-    const auto& saved = std::get<CloudNotificationSettings>(answer);
+    const auto& saved = std::get<wire::CloudNotificationSettings>(answer);
     hasBotToken_ = saved.hasCustomBotToken;
     lastDeliveryError_ = saved.lastDeliveryError;
     finish(Status{"Saved on the server.", false});
@@ -82,18 +83,18 @@ QCoro::Task<> TelegramSettings::saveBotToken(std::string token) {
 
 QCoro::Task<> TelegramSettings::saveChatID() {
     const std::string candidate = trimmed(chatID_);
-    if (!TelegramAPI::isChatID(candidate)) {
+    if (!wire::TelegramAPI::isChatID(candidate)) {
         finish(Status{"Set a valid chat ID first.", true});
         co_return;
     }
     begin();
-    NotificationSettingsUpdate update{candidate, std::nullopt};
+    wire::NotificationSettingsUpdate update{candidate, std::nullopt};
     const auto answer = co_await account_.client().updateNotificationSettings(std::move(update));
     if (const auto* failure = std::get_if<CloudError>(&answer)) {
         fail(*failure);
         co_return;
     }
-    adopt(std::get<CloudNotificationSettings>(answer));
+    adopt(std::get<wire::CloudNotificationSettings>(answer));
     finish(Status{"Saved on the server.", false});
 }
 
@@ -107,9 +108,9 @@ QCoro::Task<> TelegramSettings::sendTest() {
     finish(Status{"Sent.", false});
 }
 
-QCoro::Task<std::vector<TelegramAPI::Chat>> TelegramSettings::findChats(std::string token) {
+QCoro::Task<std::vector<wire::TelegramAPI::Chat>> TelegramSettings::findChats(std::string token) {
     const std::string candidate = trimmed(token);
-    if (!TelegramAPI::isBotToken(candidate)) {
+    if (!wire::TelegramAPI::isBotToken(candidate)) {
         finish(Status{kInvalidToken, true});
         co_return {};
     }
@@ -117,11 +118,11 @@ QCoro::Task<std::vector<TelegramAPI::Chat>> TelegramSettings::findChats(std::str
     QString base = settings_.value(kBotAPIKey, QString(kDefaultBotAPI)).toString();
     if (!base.endsWith('/'))
         base += '/';
-    HttpCall call{"GET",
-                  QUrl(base + "bot" + QString::fromStdString(candidate) + "/getUpdates"),
-                  {{"Accept", "application/json"}},
-                  {},
-                  std::chrono::milliseconds(20'000)};
+    common::HttpCall call{"GET",
+                          QUrl(base + "bot" + QString::fromStdString(candidate) + "/getUpdates"),
+                          {{"Accept", "application/json"}},
+                          {},
+                          std::chrono::milliseconds(20'000)};
     const auto answer = co_await transport_->send(std::move(call));
     if (!answer || answer->status == 0) {
         finish(Status{kUnreachable, true});
@@ -129,11 +130,13 @@ QCoro::Task<std::vector<TelegramAPI::Chat>> TelegramSettings::findChats(std::str
     }
     const auto parsed = parseJson(answer->body.toStdString());
     if (answer->status < 200 || answer->status > 299) {
-        const auto description = parsed ? TelegramAPI::errorDescription(*parsed) : std::nullopt;
+        const auto description =
+            parsed ? wire::TelegramAPI::errorDescription(*parsed) : std::nullopt;
         finish(Status{description.value_or(kUnreachable), true});
         co_return {};
     }
-    auto chats = parsed ? TelegramAPI::chatsFromUpdates(*parsed) : std::vector<TelegramAPI::Chat>{};
+    auto chats = parsed ? wire::TelegramAPI::chatsFromUpdates(*parsed)
+                        : std::vector<wire::TelegramAPI::Chat>{};
     if (chats.empty())
         finish(Status{"No messages yet. Send the bot a message and try again.", false});
     else
@@ -149,8 +152,8 @@ QCoro::Task<> TelegramSettings::migrateLegacy() {
         co_return;
     if (!account_.isSignedIn())
         co_return;
-    NotificationSettingsUpdate update{legacyChat.empty() ? std::nullopt : std::optional(legacyChat),
-                                      legacyToken};
+    wire::NotificationSettingsUpdate update{
+        legacyChat.empty() ? std::nullopt : std::optional(legacyChat), legacyToken};
     const auto answer = co_await account_.client().updateNotificationSettings(std::move(update));
     if (const auto* failure = std::get_if<CloudError>(&answer)) {
         account_.handle(*failure);
@@ -163,7 +166,7 @@ QCoro::Task<> TelegramSettings::migrateLegacy() {
     settings_.remove(kLegacyChatKey);
     settings_.remove(kLegacyEnabledKey);
     settings_.sync();
-    adopt(std::get<CloudNotificationSettings>(answer));
+    adopt(std::get<wire::CloudNotificationSettings>(answer));
     log::info("alerts", "Moved Telegram settings to the server");
     emit changed();
 }

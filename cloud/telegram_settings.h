@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cloud/cloud_account.h"
-#include "cloud/core/telegram_api.h"
 #include "cloud/secret_store.h"
+#include "wire/telegram_api.h"
 
 #include <QObject>
 #include <QSettings>
@@ -42,8 +42,8 @@ public:
     };
 
     TelegramSettings(CloudAccount& account, QSettings& settings,
-                     std::shared_ptr<SecretStore> secrets, std::shared_ptr<HttpTransport> transport,
-                     QObject* parent = nullptr);
+                     std::shared_ptr<SecretStore> secrets,
+                     std::shared_ptr<common::HttpTransport> transport, QObject* parent = nullptr);
 
     const std::string& chatID() const { return chatID_; }
     void setChatID(std::string chatID);
@@ -57,7 +57,7 @@ public:
     QCoro::Task<> saveBotToken(std::string token);
     QCoro::Task<> saveChatID();
     QCoro::Task<> sendTest();
-    QCoro::Task<std::vector<TelegramAPI::Chat>> findChats(std::string token);
+    QCoro::Task<std::vector<wire::TelegramAPI::Chat>> findChats(std::string token);
     QCoro::Task<> migrateLegacy();
 
 signals:
@@ -66,14 +66,14 @@ signals:
 private:
     void begin();
     void finish(std::optional<Status> status);
-    void adopt(const CloudNotificationSettings& settings);
+    void adopt(const wire::CloudNotificationSettings& settings);
     // The server's failure, through the account (a 401 signs out), as the error status.
     void fail(const CloudError& error);
 
     CloudAccount& account_;
     QSettings& settings_;
     std::shared_ptr<SecretStore> secrets_;
-    std::shared_ptr<HttpTransport> transport_;
+    std::shared_ptr<common::HttpTransport> transport_;
     std::string chatID_;
     bool hasBotToken_ = false;
     bool working_ = false;

@@ -1,11 +1,11 @@
 #include "cloud/website_monitor.h"
 
 #include "cloud/alert_notifier.h"
-#include "cloud/core/site_url.h"
 #include "cloud/site_list_settings.h"
 #include "core/atomic_file.h"
 #include "core/log.h"
 #include "core/paths.h"
+#include "wire/site_url.h"
 
 #include <QUuid>
 
@@ -38,7 +38,7 @@ void WebsiteMonitor::stop() {
 }
 
 std::int64_t WebsiteMonitor::intervalMinutes() const {
-    return SiteListSettings::intervalMinutes(settings_, account_.me().value_or(CloudMe{}));
+    return SiteListSettings::intervalMinutes(settings_, account_.me().value_or(wire::CloudMe{}));
 }
 
 SiteState WebsiteMonitor::state(const std::string& siteID) const {
@@ -69,7 +69,7 @@ QCoro::Task<> WebsiteMonitor::pollRound() {
     if (const auto* failure = std::get_if<CloudError>(&statuses)) {
         report(*failure);
     } else {
-        apply(std::get<std::vector<CloudSiteStatus>>(statuses), true);
+        apply(std::get<std::vector<wire::CloudSiteStatus>>(statuses), true);
         co_await refreshUptimeIfDue();
     }
     polling_ = false;
@@ -92,7 +92,7 @@ QCoro::Task<> WebsiteMonitor::refreshUptimeIfDue() {
             report(*failure);
             co_return;
         }
-        if (const auto uptime = std::get<CloudSiteHistory>(history).uptime24h)
+        if (const auto uptime = std::get<wire::CloudSiteHistory>(history).uptime24h)
             uptimes[site.id] = *uptime;
     }
     if (uptimes != uptimeDay_) {
@@ -102,7 +102,7 @@ QCoro::Task<> WebsiteMonitor::refreshUptimeIfDue() {
     }
 }
 
-void WebsiteMonitor::apply(const std::vector<CloudSiteStatus>& statuses, bool announce) {
+void WebsiteMonitor::apply(const std::vector<wire::CloudSiteStatus>& statuses, bool announce) {
     std::map<std::string, SiteState> fresh;
     std::vector<std::string> ids;
     for (const auto& site : sites_) {
@@ -124,7 +124,7 @@ void WebsiteMonitor::apply(const std::vector<CloudSiteStatus>& statuses, bool an
                                                ? " is down: " + alert.problem.text()
                                                : " is back up"));
         if (notifier_)
-            notifier_->deliver(alert.message(siteDisplayName(site->name, site->url)), id);
+            notifier_->deliver(alert.message(wire::siteDisplayName(site->name, site->url)), id);
     }
     emit changed();
 }
@@ -186,7 +186,7 @@ QCoro::Task<> WebsiteMonitor::push() {
     beginSync();
     do {
         pushAgain_ = false;
-        std::vector<CloudSite> wire;
+        std::vector<wire::CloudSite> wire;
         for (const auto& site : sites_)
             wire.push_back(toCloudSite(site, intervalMinutes()));
         const auto synced = co_await account_.client().syncSites(std::move(wire));
@@ -206,7 +206,7 @@ QCoro::Task<CloudResult<SiteHistorySummary>> WebsiteMonitor::historySummary(std:
         report(*failure);
         co_return *failure;
     }
-    co_return summarize(std::get<CloudSiteHistory>(history));
+    co_return summarize(std::get<wire::CloudSiteHistory>(history));
 }
 
 QCoro::Task<> WebsiteMonitor::adoptAccount() {
@@ -227,7 +227,7 @@ QCoro::Task<> WebsiteMonitor::adoptAccount() {
         co_return;
     }
     std::vector<MonitoredSite> server;
-    for (const auto& site : std::get<std::vector<CloudSite>>(listed))
+    for (const auto& site : std::get<std::vector<wire::CloudSite>>(listed))
         server.push_back(fromCloudSite(site));
     // Once per account the sites kept on this computer join the account's list; after that
     // the server's list is the list.
@@ -241,7 +241,7 @@ QCoro::Task<> WebsiteMonitor::adoptAccount() {
         sites_ = std::move(server);
         persist();
     }
-    apply(std::get<std::vector<CloudSiteStatus>>(statuses), false);
+    apply(std::get<std::vector<wire::CloudSiteStatus>>(statuses), false);
     uptimeRefreshedAt_.reset();
     co_await refreshUptimeIfDue();
     endSync();

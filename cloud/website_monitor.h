@@ -71,7 +71,7 @@ private:
     QCoro::Task<> pollRound();
     QCoro::Task<> refreshUptimeIfDue();
     QCoro::Task<> push();
-    void apply(const std::vector<CloudSiteStatus>& statuses, bool announce);
+    void apply(const std::vector<wire::CloudSiteStatus>& statuses, bool announce);
     void publishForWidget();
     void persist();
     void report(const CloudError& error);

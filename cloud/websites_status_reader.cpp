@@ -16,7 +16,7 @@ QCoro::Task<WebsitesStatus> readWebsitesStatus(CloudAccount& account, QSettings&
         status.error = failure->text();
         co_return status;
     }
-    for (const auto& reported : std::get<std::vector<CloudSiteStatus>>(answer))
+    for (const auto& reported : std::get<std::vector<wire::CloudSiteStatus>>(answer))
         status.states[reported.site] = siteStateFrom(reported);
     co_return status;
 }

@@ -1,8 +1,8 @@
 #include "connectivity/connection_watchdog.h"
 
+#include "common/continuous_timer.h"
 #include "common/log_categories.h"
 #include "common/settings_values.h"
-#include "connectivity/continuous_timer.h"
 #include "connectivity/core/connection_notice.h"
 #include "connectivity/core/connection_text.h"
 #include "connectivity/core/network_probe.h"
@@ -43,7 +43,7 @@ ProbeAddress ConnectionWatchdog::storedProbeAddress(const QSettings& defaults) {
 
 ConnectionWatchdog::ConnectionWatchdog(QSettings& defaults, Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), services_(std::move(services)),
-      timer_(new ContinuousTimer(this)), alive_(std::make_shared<Alive>(Alive{this})),
+      timer_(new common::ContinuousTimer(this)), alive_(std::make_shared<Alive>(Alive{this})),
       alertsEnabled_(common::readBool(defaults, kAlertsKey, true)),
       latencyMonitoringEnabled_(common::readBool(defaults, kLatencyKey, true)),
       probeAddress_(storedProbeAddress(defaults)) {
@@ -51,7 +51,7 @@ ConnectionWatchdog::ConnectionWatchdog(QSettings& defaults, Services services, Q
         services_.probe = [](const ProbeAddress& address) {
             return NetworkProbe::latency(address, 4);
         };
-    connect(timer_, &ContinuousTimer::timeout, this, &ConnectionWatchdog::evaluate);
+    connect(timer_, &common::ContinuousTimer::timeout, this, &ConnectionWatchdog::evaluate);
 }
 
 ConnectionWatchdog::~ConnectionWatchdog() {

@@ -14,9 +14,12 @@
 
 class QSettings;
 
+namespace ravo::common {
+class ContinuousTimer;
+}
+
 namespace ravo::connectivity {
 
-class ContinuousTimer;
 class NetworkPathMonitor;
 
 // Tells the user when the network goes, when the internet is out of reach behind a working
@@ -80,7 +83,7 @@ private:
 
     QSettings& defaults_;
     Services services_;
-    ContinuousTimer* timer_;
+    common::ContinuousTimer* timer_;
     std::shared_ptr<Alive> alive_;
     ConnectionEvaluator evaluator_;
     std::optional<ConnectionState> published_;

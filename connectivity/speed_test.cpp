@@ -1,8 +1,8 @@
 #include "connectivity/speed_test.h"
 
+#include "common/child_process_group.h"
 #include "common/log_categories.h"
 #include "connectivity/core/speed_test_parser.h"
-#include "usage/child_process_group.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -75,7 +75,7 @@ void SpeedTest::setPhase(Phase phase) {
 
 void SpeedTest::cancel() {
     if (process_ && process_->state() != QProcess::NotRunning)
-        usage::killProcessGroup(*process_);
+        common::killProcessGroup(*process_);
 }
 
 QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString> configURL) {
@@ -98,7 +98,7 @@ QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString
     process->setProgram(program_);
     process->setArguments(arguments);
     process->setProcessChannelMode(QProcess::SeparateChannels);
-    usage::startInOwnProcessGroup(*process);
+    common::startInOwnProcessGroup(*process);
     process->start(QIODevice::ReadOnly);
     const bool started = co_await qCoro(*process).waitForStarted(std::chrono::seconds(5));
     bool finished = false;
@@ -114,7 +114,7 @@ QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString
         qCWarning(lcConnection).noquote()
             << "The speed test did not start:" << process->errorString();
     } else if (!finished) {
-        usage::killProcessGroup(*process);
+        common::killProcessGroup(*process);
         qCWarning(lcConnection) << "The speed test ran past its limit";
     } else if (process->exitStatus() != QProcess::NormalExit || process->exitCode() != 0) {
         qCWarning(lcConnection).noquote()

@@ -1,7 +1,7 @@
 #include "sync/settings_sync.h"
 
+#include "common/continuous_timer.h"
 #include "common/log_categories.h"
-#include "connectivity/continuous_timer.h"
 #include "sync/core/settings_sync_policy.h"
 #include "sync/core/synced_folder.h"
 #include "sync/core/synced_settings_file.h"
@@ -64,7 +64,7 @@ SettingsSync::SettingsSync(QSettings& defaults, SyncedSettingsSource* source, Op
       enabled_(defaults.value(kEnabledKey, false).toBool()),
       lastSynced_(storedDate(defaults, kSyncedAtKey)),
       changedAt_(storedDate(defaults, kChangedAtKey)),
-      pendingUpload_(new connectivity::ContinuousTimer(this)), poll_(new QTimer(this)),
+      pendingUpload_(new common::ContinuousTimer(this)), poll_(new QTimer(this)),
       settle_(new QTimer(this)), retry_(new QTimer(this)), watcher_(new QFileSystemWatcher(this)) {
     // A lock held elsewhere is never waited on: the same step is tried again shortly.
     retry_->setSingleShot(true);
@@ -75,7 +75,7 @@ SettingsSync::SettingsSync(QSettings& defaults, SyncedSettingsSource* source, Op
         else
             synchronizeOnce();
     });
-    connect(pendingUpload_, &connectivity::ContinuousTimer::timeout, this, &SettingsSync::upload);
+    connect(pendingUpload_, &common::ContinuousTimer::timeout, this, &SettingsSync::upload);
     poll_->setInterval(options_.pollInterval);
     poll_->setTimerType(Qt::VeryCoarseTimer);
     connect(poll_, &QTimer::timeout, this, &SettingsSync::synchronizeOnce);

@@ -16,7 +16,7 @@ class QFileSystemWatcher;
 class QSettings;
 class QTimer;
 
-namespace ravo::connectivity {
+namespace ravo::common {
 class ContinuousTimer;
 }
 
@@ -110,7 +110,7 @@ private:
     std::optional<TimePoint> lastSynced_;
     std::optional<TimePoint> changedAt_;
     std::optional<std::string> lastError_;
-    connectivity::ContinuousTimer* pendingUpload_;
+    common::ContinuousTimer* pendingUpload_;
     QTimer* poll_;
     QTimer* settle_;
     QTimer* retry_;

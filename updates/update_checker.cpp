@@ -1,6 +1,6 @@
 #include "updates/update_checker.h"
 
-#include "cloud/http_transport.h"
+#include "common/http_transport.h"
 #include "common/log_categories.h"
 #include "core/atomic_file.h"
 #include "core/json_parse.h"
@@ -28,7 +28,7 @@ bool isOlder(const ReleaseManifest& offered, const ReleaseManifest& known) {
 
 } // namespace
 
-UpdateChecker::UpdateChecker(QSettings& defaults, std::shared_ptr<cloud::HttpTransport> transport,
+UpdateChecker::UpdateChecker(QSettings& defaults, std::shared_ptr<common::HttpTransport> transport,
                              Options options, QObject* parent)
     : QObject(parent), defaults_(defaults), transport_(std::move(transport)),
       options_(std::move(options)), timer_(new QTimer(this)) {
@@ -63,7 +63,7 @@ QCoro::Task<> UpdateChecker::check() {
         co_return;
     QPointer<UpdateChecker> self(this);
     // A named call: GCC 12 frees a braced temporary inside co_await twice.
-    cloud::HttpCall call{"GET", options_.manifest(), {}, {}};
+    common::HttpCall call{"GET", options_.manifest(), {}, {}};
     const auto answer = co_await transport_->send(std::move(call));
     if (!self)
         co_return;
@@ -126,7 +126,7 @@ QCoro::Task<Result<std::filesystem::path>> UpdateChecker::download(std::filesyst
     QPointer<UpdateChecker> self(this);
     const QUrl url(QString::fromStdString(manifest.downloadURL));
     // A release is larger than an answer of the API, and is held in memory to be checked.
-    cloud::HttpCall call{"GET", url, {}, {}, std::chrono::milliseconds(600'000), 1ll << 30};
+    common::HttpCall call{"GET", url, {}, {}, std::chrono::milliseconds(600'000), 1ll << 30};
     const auto answer = co_await transport_->send(std::move(call));
     if (!self)
         co_return Failure{"Ravo is quitting."};

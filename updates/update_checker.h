@@ -19,7 +19,7 @@
 class QSettings;
 class QTimer;
 
-namespace ravo::cloud {
+namespace ravo::common {
 class HttpTransport;
 }
 
@@ -43,7 +43,7 @@ public:
         std::chrono::milliseconds interval{6 * 3600 * 1000};
     };
 
-    UpdateChecker(QSettings& defaults, std::shared_ptr<cloud::HttpTransport> transport,
+    UpdateChecker(QSettings& defaults, std::shared_ptr<common::HttpTransport> transport,
                   Options options, QObject* parent = nullptr);
 
     void start();
@@ -69,7 +69,7 @@ private:
     void setError(std::optional<std::string> error);
 
     QSettings& defaults_;
-    std::shared_ptr<cloud::HttpTransport> transport_;
+    std::shared_ptr<common::HttpTransport> transport_;
     Options options_;
     UpdateDecision decision_;
     std::optional<std::string> lastError_;

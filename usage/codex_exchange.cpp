@@ -1,7 +1,7 @@
 #include "usage/codex_exchange.h"
 
+#include "common/child_process_group.h"
 #include "core/json_parse.h"
-#include "usage/child_process_group.h"
 
 #include <QProcessEnvironment>
 
@@ -18,7 +18,7 @@ CodexExchange::CodexExchange(QString program, QString path, QByteArray requestLi
     environment.insert("PATH", path);
     process_.setProcessEnvironment(environment);
     process_.setProcessChannelMode(QProcess::SeparateChannels);
-    startInOwnProcessGroup(process_);
+    common::startInOwnProcessGroup(process_);
     timer_.setSingleShot(true);
     timer_.setInterval(timeout);
     connect(&timer_, &QTimer::timeout, this,
@@ -40,7 +40,7 @@ CodexExchange::CodexExchange(QString program, QString path, QByteArray requestLi
 CodexExchange::~CodexExchange() {
     if (process_.state() != QProcess::NotRunning) {
         process_.disconnect(this);
-        killProcessGroup(process_);
+        common::killProcessGroup(process_);
         process_.waitForFinished(1000);
     }
 }
@@ -76,7 +76,7 @@ void CodexExchange::finish(QByteArray answer, QString error, bool timedOut) {
     process_.disconnect(this);
     if (process_.state() != QProcess::NotRunning) {
         process_.closeWriteChannel();
-        killProcessGroup(process_);
+        common::killProcessGroup(process_);
     }
     emit finished(answer, error, timedOut);
 }

@@ -1,6 +1,6 @@
 #include "usage/process_runner.h"
 
-#include "usage/child_process_group.h"
+#include "common/child_process_group.h"
 
 #include <QProcess>
 #include <QTimer>
@@ -15,7 +15,7 @@ QCoro::Task<ProcessResult> runProcess(QString program, QStringList arguments,
     process.setProgram(program);
     process.setArguments(arguments);
     process.setProcessEnvironment(environment);
-    startInOwnProcessGroup(process);
+    common::startInOwnProcessGroup(process);
     const auto started = std::chrono::steady_clock::now();
     process.start(QIODevice::ReadWrite);
     if (!co_await qCoro(process).waitForStarted(timeout))
@@ -31,14 +31,14 @@ QCoro::Task<ProcessResult> runProcess(QString program, QStringList arguments,
     deadline.setSingleShot(true);
     QObject::connect(&deadline, &QTimer::timeout, &process, [&] {
         timedOut = true;
-        killProcessGroup(process);
+        common::killProcessGroup(process);
     });
     deadline.start(std::max(left, std::chrono::milliseconds(1)));
     const bool finished = co_await qCoro(process).waitForFinished(-1);
     deadline.stop();
     if (timedOut || !finished) {
         if (process.state() != QProcess::NotRunning) {
-            killProcessGroup(process);
+            common::killProcessGroup(process);
             co_await qCoro(process).waitForFinished(std::chrono::seconds(2));
         }
         co_return ProcessFailure::timedOut;

@@ -1,9 +1,9 @@
 #include "cloud/core/monitored_site.h"
 
-#include "cloud/core/site_url.h"
-#include "cloud/core/wire_fields.h"
 #include "core/json_optional.h"
 #include "core/trimmed.h"
+#include "wire/site_url.h"
+#include "wire/wire_fields.h"
 
 #include <algorithm>
 
@@ -38,7 +38,7 @@ Result<std::vector<MonitoredSite>> monitoredSitesFromJson(const nlohmann::json& 
         return Failure{"the site list is not a list"};
     std::vector<MonitoredSite> sites;
     for (const auto& item : json) {
-        WireFields f(item);
+        wire::WireFields f(item);
         MonitoredSite site{f.text("id"), f.text("url"),
                            f.optionalText("name").value_or(std::string()),
                            f.optionalText("keyword"), f.boolean("isEnabled", true)};
@@ -49,11 +49,11 @@ Result<std::vector<MonitoredSite>> monitoredSitesFromJson(const nlohmann::json& 
     return sites;
 }
 
-CloudSite toCloudSite(const MonitoredSite& site, std::int64_t intervalMinutes) {
+wire::CloudSite toCloudSite(const MonitoredSite& site, std::int64_t intervalMinutes) {
     return {site.id, site.url, site.name, site.keyword, site.isEnabled, intervalMinutes};
 }
 
-MonitoredSite fromCloudSite(const CloudSite& site) {
+MonitoredSite fromCloudSite(const wire::CloudSite& site) {
     return {site.id, site.url, site.name, site.keyword, site.enabled};
 }
 
@@ -72,7 +72,7 @@ std::string SiteInputError::text() const {
 }
 
 std::variant<std::vector<MonitoredSite>, SiteInputError>
-withAddedSite(const std::vector<MonitoredSite>& sites, const std::optional<CloudMe>& account,
+withAddedSite(const std::vector<MonitoredSite>& sites, const std::optional<wire::CloudMe>& account,
               const std::string& name, const std::string& address, const std::string& keyword,
               const std::string& newID) {
     using Kind = SiteInputError::Kind;
@@ -80,7 +80,7 @@ withAddedSite(const std::vector<MonitoredSite>& sites, const std::optional<Cloud
         return SiteInputError{Kind::signedOut};
     if (static_cast<std::int64_t>(sites.size()) >= account->maxSites)
         return SiteInputError{Kind::tooMany, account->maxSites};
-    const auto url = normalizedSiteURL(address);
+    const auto url = wire::normalizedSiteURL(address);
     if (!url)
         return SiteInputError{Kind::invalidURL};
     if (std::any_of(sites.begin(), sites.end(),

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cloud/core/wire_records.h"
 #include "core/result.h"
+#include "wire/wire_records.h"
 
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -25,8 +25,8 @@ struct MonitoredSite {
 nlohmann::json toJson(const std::vector<MonitoredSite>& sites);
 Result<std::vector<MonitoredSite>> monitoredSitesFromJson(const nlohmann::json& json);
 
-CloudSite toCloudSite(const MonitoredSite& site, std::int64_t intervalMinutes);
-MonitoredSite fromCloudSite(const CloudSite& site);
+wire::CloudSite toCloudSite(const MonitoredSite& site, std::int64_t intervalMinutes);
+MonitoredSite fromCloudSite(const wire::CloudSite& site);
 
 // Why a site could not be added, with the text the user reads.
 struct SiteInputError {
@@ -42,7 +42,7 @@ struct SiteInputError {
 // The list with a new, enabled site at its end, or why not. The name is trimmed and cut
 // to 100 characters; an empty keyword is none.
 std::variant<std::vector<MonitoredSite>, SiteInputError>
-withAddedSite(const std::vector<MonitoredSite>& sites, const std::optional<CloudMe>& account,
+withAddedSite(const std::vector<MonitoredSite>& sites, const std::optional<wire::CloudMe>& account,
               const std::string& name, const std::string& address, const std::string& keyword,
               const std::string& newID);
 

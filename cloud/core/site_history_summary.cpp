@@ -6,7 +6,7 @@
 
 namespace ravo::cloud {
 
-SiteHistorySummary summarize(const CloudSiteHistory& history) {
+SiteHistorySummary summarize(const wire::CloudSiteHistory& history) {
     SiteHistorySummary summary{history.uptime24h,  history.uptime7d, history.uptime30d,
                                history.latency24h, std::nullopt,     std::nullopt,
                                history.incidents};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cloud/core/monitoring_records.h"
+#include "wire/monitoring_records.h"
 
 #include <optional>
 #include <string>
@@ -14,14 +14,14 @@ struct SiteHistorySummary {
     std::optional<double> uptimeDay;
     std::optional<double> uptimeWeek;
     std::optional<double> uptimeMonth;
-    std::vector<CloudLatencyPoint> latencyDay;
+    std::vector<wire::CloudLatencyPoint> latencyDay;
     std::optional<double> averageLatencyMs;
     std::optional<double> worstLatencyMs;
-    std::vector<CloudIncident> incidents;
+    std::vector<wire::CloudIncident> incidents;
     bool operator==(const SiteHistorySummary&) const = default;
 };
 
-SiteHistorySummary summarize(const CloudSiteHistory& history);
+SiteHistorySummary summarize(const wire::CloudSiteHistory& history);
 
 // "99.95 %", "100 %", or "—" when the window holds no check.
 std::string uptimeText(std::optional<double> fraction);

@@ -1,6 +1,6 @@
 #include "cloud/core/site_state.h"
 
-#include "cloud/core/site_problem.h"
+#include "wire/site_problem.h"
 
 namespace ravo::cloud {
 
@@ -25,10 +25,10 @@ std::string kindCode(SiteProblem::Kind kind) {
 } // namespace
 
 std::string SiteProblem::text() const {
-    return siteProblemText(kindCode(kind), statusCode, detail);
+    return wire::siteProblemText(kindCode(kind), statusCode, detail);
 }
 
-SiteProblem siteProblemFrom(const CloudSiteStatus& status) {
+SiteProblem siteProblemFrom(const wire::CloudSiteStatus& status) {
     const std::string code = status.lastProblemKind.value_or(std::string());
     if (code == "timeout")
         return {SiteProblem::Kind::timeout, std::nullopt, 0};
@@ -41,7 +41,7 @@ SiteProblem siteProblemFrom(const CloudSiteStatus& status) {
     return {SiteProblem::Kind::unreachable, status.lastProblemDetail, 0};
 }
 
-SiteState siteStateFrom(const CloudSiteStatus& status) {
+SiteState siteStateFrom(const wire::CloudSiteStatus& status) {
     SiteState state;
     if (status.health == "up")
         state.health = SiteState::Health::up;

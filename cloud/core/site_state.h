@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cloud/core/wire_records.h"
+#include "wire/wire_records.h"
 
 #include <cstdint>
 #include <map>
@@ -36,8 +36,8 @@ struct SiteState {
 
 // The server's verdict as the app reads it: "up", "slow", "down" (with the problem of its
 // code) or anything else as unknown; the latency in seconds.
-SiteState siteStateFrom(const CloudSiteStatus& status);
-SiteProblem siteProblemFrom(const CloudSiteStatus& status);
+SiteState siteStateFrom(const wire::CloudSiteStatus& status);
+SiteProblem siteProblemFrom(const wire::CloudSiteStatus& status);
 
 // "up", "slow", "down", "unknown".
 std::string healthWord(SiteState::Health health);

@@ -1,6 +1,6 @@
 #include "cloud/core/websites_overview.h"
 
-#include "cloud/core/site_url.h"
+#include "wire/site_url.h"
 
 namespace ravo::cloud {
 
@@ -32,7 +32,7 @@ WebsitesOverview WebsitesOverview::of(const std::vector<MonitoredSite>& sites_,
             break;
         case SiteState::Health::down:
             if (overview.down++ == 0)
-                firstDown = siteDisplayName(site.name, site.url);
+                firstDown = wire::siteDisplayName(site.name, site.url);
             break;
         case SiteState::Health::unknown:
             break;

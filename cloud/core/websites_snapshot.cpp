@@ -1,8 +1,8 @@
 #include "cloud/core/websites_snapshot.h"
 
-#include "cloud/core/site_url.h"
-#include "cloud/core/wire_fields.h"
 #include "core/json_optional.h"
+#include "wire/site_url.h"
+#include "wire/wire_fields.h"
 
 #include <cmath>
 
@@ -17,7 +17,7 @@ WebsitesSnapshot websitesSnapshot(const std::vector<MonitoredSite>& sites,
         const auto found = states.find(site.id);
         const SiteState state = found == states.end() ? SiteState{} : found->second;
         WebsiteEntry entry{site.id,
-                           siteDisplayName(site.name, site.url),
+                           wire::siteDisplayName(site.name, site.url),
                            healthWord(state.health),
                            std::nullopt,
                            std::nullopt,
@@ -66,7 +66,7 @@ nlohmann::json toJson(const WebsitesSnapshot& snapshot) {
 }
 
 Result<WebsitesSnapshot> websitesSnapshotFromJson(const nlohmann::json& json) {
-    WireFields f(json);
+    wire::WireFields f(json);
     WebsitesSnapshot snapshot;
     snapshot.date = f.optionalDate("date").value_or(TimePoint());
     snapshot.isSignedIn = f.boolean("isSignedIn", false);
@@ -76,7 +76,7 @@ Result<WebsitesSnapshot> websitesSnapshotFromJson(const nlohmann::json& json) {
     if (list == json.end() || !list->is_array())
         return Failure{"sites is missing"};
     for (const auto& item : *list) {
-        WireFields e(item);
+        wire::WireFields e(item);
         WebsiteEntry entry{e.text("id"),
                            e.optionalText("name").value_or(std::string()),
                            e.optionalText("health").value_or("unknown"),

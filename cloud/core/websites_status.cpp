@@ -1,6 +1,6 @@
 #include "cloud/core/websites_status.h"
 
-#include "cloud/core/site_url.h"
+#include "wire/site_url.h"
 
 #include <cmath>
 
@@ -22,7 +22,7 @@ std::string siteHealthWord(const MonitoredSite& site, const SiteState& state) {
 std::string siteLine(const MonitoredSite& site, const SiteState& state) {
     std::string line = siteHealthWord(site, state);
     line.resize(std::max<std::size_t>(line.size(), 8), ' ');
-    line += " " + siteDisplayName(site.name, site.url) + "  " + site.url;
+    line += " " + wire::siteDisplayName(site.name, site.url) + "  " + site.url;
     if (state.lastResult.latency && state.health != SiteState::Health::down)
         line += "  " + std::to_string(std::lround(*state.lastResult.latency * 1000)) + " ms";
     if (state.problem)

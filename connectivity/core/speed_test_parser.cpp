@@ -52,10 +52,10 @@ nlohmann::json toJson(const SpeedTestResult& result) {
             {"baseRTTMilliseconds", figure(result.baseRTTMilliseconds)}};
 }
 
-std::optional<std::string> megabits(double bitsPerSecond, const metrics::FormatLocale& locale) {
+std::optional<std::string> megabits(double bitsPerSecond, const FormatLocale& locale) {
     if (!std::isfinite(bitsPerSecond))
         return std::nullopt;
-    return metrics::MetricFormat::decimal(bitsPerSecond / 1'000'000.0, 1, locale) + " Mb/s";
+    return NumberFormat::decimal(bitsPerSecond / 1'000'000.0, 1, locale) + " Mb/s";
 }
 
 } // namespace ravo::connectivity::SpeedTestParser

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "connectivity/core/speed_test_result.h"
-#include "metrics/core/metric_format.h"
+#include "core/number_format.h"
 
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
@@ -21,6 +21,6 @@ nlohmann::json toJson(const SpeedTestResult& result);
 
 // Decimal megabits with at most one fraction digit: "94.5 Mb/s". Figures that are not
 // finite give nothing rather than "nan Mb/s".
-std::optional<std::string> megabits(double bitsPerSecond, const metrics::FormatLocale& locale = {});
+std::optional<std::string> megabits(double bitsPerSecond, const FormatLocale& locale = {});
 
 } // namespace ravo::connectivity::SpeedTestParser

@@ -6,8 +6,8 @@
 
 namespace ravo::connectivity {
 
-std::vector<std::pair<std::string, std::string>>
-speedTestRows(const SpeedTestResult& result, const metrics::FormatLocale& locale) {
+std::vector<std::pair<std::string, std::string>> speedTestRows(const SpeedTestResult& result,
+                                                               const FormatLocale& locale) {
     std::vector<std::pair<std::string, std::string>> rows;
     auto add = [&](const char* label, const std::optional<std::string>& value) {
         if (value)
@@ -23,12 +23,11 @@ speedTestRows(const SpeedTestResult& result, const metrics::FormatLocale& locale
     if (const auto rpm = finite(result.responsivenessRPM))
         add("Responsiveness", std::to_string(std::llround(*rpm)) + " RPM");
     if (const auto rtt = finite(result.baseRTTMilliseconds))
-        add("Idle latency",
-            metrics::MetricFormat::decimal(*rtt, *rtt < 10 ? 1 : 0, locale) + " ms");
+        add("Idle latency", NumberFormat::decimal(*rtt, *rtt < 10 ? 1 : 0, locale) + " ms");
     return rows;
 }
 
-std::string speedTestText(const SpeedTestResult& result, const metrics::FormatLocale& locale) {
+std::string speedTestText(const SpeedTestResult& result, const FormatLocale& locale) {
     std::string text;
     for (const auto& [label, value] : speedTestRows(result, locale)) {
         std::string row = label + ":";

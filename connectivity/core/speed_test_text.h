@@ -1,7 +1,7 @@
 #pragma once
 
 #include "connectivity/core/speed_test_result.h"
-#include "metrics/core/metric_format.h"
+#include "core/number_format.h"
 
 #include <string>
 #include <utility>
@@ -11,10 +11,10 @@ namespace ravo::connectivity {
 
 // The result as label and value rows, in the popover's and the terminal's order; figures
 // that are missing or not finite are left out.
-std::vector<std::pair<std::string, std::string>>
-speedTestRows(const SpeedTestResult& result, const metrics::FormatLocale& locale = {});
+std::vector<std::pair<std::string, std::string>> speedTestRows(const SpeedTestResult& result,
+                                                               const FormatLocale& locale = {});
 
 // The same rows as aligned lines for a terminal.
-std::string speedTestText(const SpeedTestResult& result, const metrics::FormatLocale& locale = {});
+std::string speedTestText(const SpeedTestResult& result, const FormatLocale& locale = {});
 
 } // namespace ravo::connectivity

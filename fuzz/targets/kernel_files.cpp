@@ -1,5 +1,6 @@
 // /proc and /sys text as the kernel (or a damaged container) gives it. The first byte picks
 // the parser, the rest is the file.
+#include "connectivity/platform/linux/route_parsers.h"
 #include "fuzz_check.h"
 #include "metrics/platform/linux/cpuinfo.h"
 #include "metrics/platform/linux/proc_parsers.h"
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <string_view>
 
+using namespace ravo;
 using namespace ravo::metrics;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -33,10 +35,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         kernel::parseNetDev(text);
         break;
     case 5:
-        kernel::parseDefaultRoutes(text);
+        connectivity::kernel::parseDefaultRoutes(text);
         break;
     case 6:
-        kernel::hasDefaultIPv6Route(text);
+        connectivity::kernel::hasDefaultIPv6Route(text);
         break;
     case 7: {
         const auto info = kernel::parseCpuInfo(text);

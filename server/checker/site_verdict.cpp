@@ -1,6 +1,6 @@
 #include "server/checker/site_verdict.h"
 
-#include "cloud/core/site_problem.h"
+#include "wire/site_problem.h"
 
 #include <cmath>
 
@@ -51,10 +51,10 @@ Verdict judge(const SiteCondition& before, const CheckOutcome& outcome, const Ch
         next.failingSince = outcome.at;
     if (next.failures >= policy.failuresForDown && before.health != "down") {
         next.health = "down";
-        verdict.events.push_back({SiteEvent::Kind::down,
-                                  cloud::siteProblemText(*outcome.problemKind, outcome.statusCode,
-                                                         outcome.problemDetail),
-                                  std::nullopt, 0});
+        verdict.events.push_back(
+            {SiteEvent::Kind::down,
+             wire::siteProblemText(*outcome.problemKind, outcome.statusCode, outcome.problemDetail),
+             std::nullopt, 0});
     }
     return verdict;
 }

@@ -6,9 +6,9 @@
 namespace ravo::server::AccountApi {
 
 HttpResponse me(ApiContext& context, const Caller& caller) {
-    cloud::CloudMe me = context.config.plan;
+    wire::CloudMe me = context.config.plan;
     me.email = caller.account.email;
-    return jsonResponse(200, cloud::toJson(me).dump());
+    return jsonResponse(200, wire::toJson(me).dump());
 }
 
 HttpResponse deleteMe(ApiContext& context, const Caller& caller) {

@@ -116,12 +116,12 @@ std::variant<nlohmann::json, HttpResponse> jsonBody(const HttpRequest& request);
 std::optional<std::string> unknownKey(const nlohmann::json& given, const nlohmann::json& known);
 
 template <typename Record> nlohmann::json wireJson(const Record& record) {
-    return cloud::toJson(record);
+    return wire::toJson(record);
 }
 template <typename Record> nlohmann::json wireJson(const std::vector<Record>& records) {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& record : records)
-        list.push_back(cloud::toJson(record));
+        list.push_back(wire::toJson(record));
     return list;
 }
 

@@ -33,7 +33,7 @@ HttpResponse signIn(ApiContext& context, const Account& account, const std::stri
         return storeFailure(device.failure());
     log::info("server", "signed in " + account.email + " on device " + device->id);
     return jsonResponse(200,
-                        cloud::toJson(cloud::CloudLogin{{device->id, device->name}, token}).dump());
+                        wire::toJson(wire::CloudLogin{{device->id, device->name}, token}).dump());
 }
 
 bool challengeAcceptable(const std::string& method, const std::string& challenge) {
@@ -73,10 +73,10 @@ bool passwordAccepted(ApiContext& context, const std::optional<Account>& account
 HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
     if (auto refused = clientLimited(context, request))
         return *refused;
-    auto decoded = decodeBody(request, cloud::emailSignInRequestFromJson);
+    auto decoded = decodeBody(request, wire::emailSignInRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    const auto* start = &std::get<cloud::EmailSignInRequest>(decoded);
+    const auto* start = &std::get<wire::EmailSignInRequest>(decoded);
     const std::string email = normalizedEmail(start->email);
     if (!looksLikeEmail(email))
         return errorResponse(400, "invalid_email");
@@ -113,17 +113,17 @@ HttpResponse emailStart(ApiContext& context, const HttpRequest& request) {
         log::error("server", "sign-in mail to " + email + " failed: " + sent.error());
         return jsonResponse(503, json{{"detail", "mail_unavailable"}}.dump());
     }
-    return jsonResponse(200, cloud::toJson(cloud::EmailSignInStart{attempt.id}).dump());
+    return jsonResponse(200, wire::toJson(wire::EmailSignInStart{attempt.id}).dump());
 }
 
 // A wrong, used or stale code is a 401: the app reads that as "The code is wrong or expired."
 HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
     if (auto refused = clientLimited(context, request))
         return *refused;
-    auto decoded = decodeBody(request, cloud::emailVerifyRequestFromJson);
+    auto decoded = decodeBody(request, wire::emailVerifyRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    const auto& verify = std::get<cloud::EmailVerifyRequest>(decoded);
+    const auto& verify = std::get<wire::EmailVerifyRequest>(decoded);
     if (!Secrets::isCanonicalUUID(verify.id))
         return errorResponse(401, "invalid_code");
     const auto verified = context.store.verifyEmailCode(verify.id, codeHash(verify.id, verify.code),
@@ -150,10 +150,10 @@ HttpResponse emailVerify(ApiContext& context, const HttpRequest& request) {
 HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request) {
     if (auto refused = clientLimited(context, request))
         return *refused;
-    auto decoded = decodeBody(request, cloud::passwordLoginRequestFromJson);
+    auto decoded = decodeBody(request, wire::passwordLoginRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    const auto& login = std::get<cloud::PasswordLoginRequest>(decoded);
+    const auto& login = std::get<wire::PasswordLoginRequest>(decoded);
     const std::string email = normalizedEmail(login.email);
     if (!looksLikeEmail(email)) {
         // No account has such an address; the answer still takes as long as any.
@@ -185,10 +185,10 @@ HttpResponse appleStart(ApiContext& context, const HttpRequest& request) {
         return *refused;
     if (!context.apple)
         return errorResponse(400, "apple_not_configured");
-    auto decoded = decodeBody(request, cloud::appleStartRequestFromJson);
+    auto decoded = decodeBody(request, wire::appleStartRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    const auto& start = std::get<cloud::AppleStartRequest>(decoded);
+    const auto& start = std::get<wire::AppleStartRequest>(decoded);
     if (!challengeAcceptable(start.codeChallengeMethod, start.codeChallenge))
         return errorResponse(400, "invalid_code_challenge");
     const AppleAttempt attempt{Secrets::randomUUID(),
@@ -200,8 +200,8 @@ HttpResponse appleStart(ApiContext& context, const HttpRequest& request) {
                                false};
     if (auto stored = context.store.addAppleAttempt(attempt); !stored)
         return storeFailure(stored.failure());
-    return jsonResponse(200, cloud::toJson(cloud::AppleSignInStart{
-                                               attempt.id, context.apple->authorizeURL(attempt.id)})
+    return jsonResponse(200, wire::toJson(wire::AppleSignInStart{
+                                              attempt.id, context.apple->authorizeURL(attempt.id)})
                                  .dump());
 }
 
@@ -241,7 +241,7 @@ HttpResponse appleCallback(ApiContext& context, const HttpRequest& request) {
     }
     // Without an address (the user hid it and Apple sent none) the account is Apple's id's.
     const std::string email = normalizedEmail(identity->email.value_or(
-        identity->subject + "@" + std::string(cloud::kHiddenAppleEmailDomain)));
+        identity->subject + "@" + std::string(wire::kHiddenAppleEmailDomain)));
     const std::string code = Secrets::randomToken(24);
     const auto completed =
         context.store.completeAppleAttempt(state, email, codeHash(state, code), context.now());
@@ -255,10 +255,10 @@ HttpResponse appleCallback(ApiContext& context, const HttpRequest& request) {
 HttpResponse appleFinish(ApiContext& context, const HttpRequest& request) {
     if (auto refused = clientLimited(context, request))
         return *refused;
-    auto decoded = decodeBody(request, cloud::appleFinishRequestFromJson);
+    auto decoded = decodeBody(request, wire::appleFinishRequestFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    const auto& finish = std::get<cloud::AppleFinishRequest>(decoded);
+    const auto& finish = std::get<wire::AppleFinishRequest>(decoded);
     if (!Secrets::isCanonicalUUID(finish.attemptId))
         return errorResponse(401, "apple_sign_in_failed");
     // One try: the code went through a browser and a URL.

@@ -1,7 +1,7 @@
 #include "server/core/api.h"
 
-#include "cloud/core/telegram_api.h"
 #include "core/log.h"
+#include "wire/telegram_api.h"
 
 #include <algorithm>
 #include <cctype>
@@ -14,7 +14,7 @@ HttpResponse current(ApiContext& context, const Caller& caller) {
     const auto settings = context.store.notificationSettings(caller.account.id);
     if (!settings)
         return storeFailure(settings.failure());
-    return jsonResponse(200, cloud::toJson(*settings).dump());
+    return jsonResponse(200, wire::toJson(*settings).dump());
 }
 
 } // namespace
@@ -24,15 +24,15 @@ HttpResponse settings(ApiContext& context, const Caller& caller) {
 }
 
 HttpResponse update(ApiContext& context, const Caller& caller, const HttpRequest& request) {
-    auto decoded = decodeBody(request, cloud::notificationSettingsUpdateFromJson);
+    auto decoded = decodeBody(request, wire::notificationSettingsUpdateFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    const auto& change = std::get<cloud::NotificationSettingsUpdate>(decoded);
+    const auto& change = std::get<wire::NotificationSettingsUpdate>(decoded);
     if (change.telegramBotToken && !change.telegramBotToken->empty() &&
-        !cloud::TelegramAPI::isBotToken(*change.telegramBotToken))
+        !wire::TelegramAPI::isBotToken(*change.telegramBotToken))
         return errorResponse(400, "The bot token isn't valid.");
     if (change.telegramChatId && !change.telegramChatId->empty() &&
-        !cloud::TelegramAPI::isChatID(*change.telegramChatId))
+        !wire::TelegramAPI::isChatID(*change.telegramChatId))
         return errorResponse(400, "Set a valid chat ID first.");
     if (auto stored = context.store.updateNotificationSettings(caller.account.id, change); !stored)
         return storeFailure(stored.failure());

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "cloud/core/wire_records.h"
 #include "core/result.h"
 #include "server/net/client_address.h"
 #include "server/net/ip_network.h"
+#include "wire/wire_records.h"
 
 #include <map>
 #include <optional>
@@ -36,7 +36,7 @@ struct ServerConfig {
     std::optional<std::string> appleKeyID;
     std::optional<std::string> applePrivateKeyFile;
     std::string appleURL = "https://appleid.apple.com";
-    cloud::CloudMe plan{"", "self-hosted", 1000, 1, {"email", "telegram"}, 30};
+    wire::CloudMe plan{"", "self-hosted", 1000, 1, {"email", "telegram"}, 30};
     std::int64_t checkTimeoutSeconds = 10;
     std::int64_t checkConcurrency = 256;
     std::int64_t slowThresholdMs = 3000;

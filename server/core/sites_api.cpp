@@ -21,8 +21,8 @@ bool isWebAddress(const std::string& url) {
 }
 
 // The first reason the list cannot be kept, or nothing.
-std::optional<std::string> problemWith(const std::vector<cloud::CloudSite>& sites,
-                                       const cloud::CloudMe& plan) {
+std::optional<std::string> problemWith(const std::vector<wire::CloudSite>& sites,
+                                       const wire::CloudMe& plan) {
     if (static_cast<std::int64_t>(sites.size()) > plan.maxSites)
         return "Your plan allows " + std::to_string(plan.maxSites) + " websites.";
     std::set<std::string> ids;
@@ -45,10 +45,10 @@ std::optional<std::string> problemWith(const std::vector<cloud::CloudSite>& site
 } // namespace
 
 HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& request) {
-    auto decoded = decodeBody(request, cloud::sitesFromJson);
+    auto decoded = decodeBody(request, wire::sitesFromJson);
     if (auto* refused = std::get_if<HttpResponse>(&decoded))
         return *refused;
-    auto* sites = &std::get<std::vector<cloud::CloudSite>>(decoded);
+    auto* sites = &std::get<std::vector<wire::CloudSite>>(decoded);
     for (auto& site : *sites)
         if (site.keyword && site.keyword->empty())
             site.keyword.reset();
@@ -81,7 +81,7 @@ HttpResponse history(ApiContext& context, const Caller& caller, const std::strin
         return storeFailure(history.failure());
     if (!*history)
         return errorResponse(404, "site_not_found");
-    return jsonResponse(200, cloud::toJson(**history).dump());
+    return jsonResponse(200, wire::toJson(**history).dump());
 }
 
 } // namespace ravo::server::SitesApi

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "cloud/core/monitoring_records.h"
-#include "cloud/core/wire_records.h"
 #include "core/result.h"
 #include "core/time.h"
 #include "server/checker/site_verdict.h"
+#include "wire/monitoring_records.h"
+#include "wire/wire_records.h"
 
 #include <optional>
 #include <string>
@@ -145,11 +145,11 @@ public:
     // Gives one counted attempt back (it went well).
     virtual Status forgiveAttempt(const std::string& key) = 0;
 
-    virtual Result<std::vector<cloud::CloudSite>> sites(const std::string& accountID) = 0;
+    virtual Result<std::vector<wire::CloudSite>> sites(const std::string& accountID) = 0;
     // Replaces the account's whole list at once; statuses of removed sites go with them.
     virtual Status replaceSites(const std::string& accountID,
-                                const std::vector<cloud::CloudSite>& sites) = 0;
-    virtual Result<std::vector<cloud::CloudSiteStatus>>
+                                const std::vector<wire::CloudSite>& sites) = 0;
+    virtual Result<std::vector<wire::CloudSiteStatus>>
     siteStatuses(const std::string& accountID) = 0;
 
     // Claims up to `limit` enabled sites whose slot has come and moves each to its next
@@ -159,15 +159,15 @@ public:
     virtual Status recordChecks(const std::vector<CheckReport>& reports,
                                 const CheckPolicy& policy) = 0;
     // Nothing when the account has no such site.
-    virtual Result<std::optional<cloud::CloudSiteHistory>>
+    virtual Result<std::optional<wire::CloudSiteHistory>>
     siteHistory(const std::string& accountID, const std::string& siteID, TimePoint now) = 0;
     // Drops latency points after a day, hourly figures and incidents after `historyDays`.
     virtual Status pruneHistory(TimePoint now, int historyDays) = 0;
 
-    virtual Result<cloud::CloudNotificationSettings>
+    virtual Result<wire::CloudNotificationSettings>
     notificationSettings(const std::string& accountID) = 0;
     virtual Status updateNotificationSettings(const std::string& accountID,
-                                              const cloud::NotificationSettingsUpdate& update) = 0;
+                                              const wire::NotificationSettingsUpdate& update) = 0;
     // The chat and bot token alerts of this account go to.
     virtual Result<QueuedAlert> alertRoute(const std::string& accountID) = 0;
     // Claims alerts that are due; a claimed alert is offered again after two minutes

@@ -204,7 +204,7 @@ Result<bool> SqlStore::deleteDevice(const std::string& accountID, const std::str
     return !removed->empty();
 }
 
-Result<std::vector<cloud::CloudSite>> SqlStore::sites(const std::string& accountID) {
+Result<std::vector<wire::CloudSite>> SqlStore::sites(const std::string& accountID) {
     auto db = pool_->acquire();
     if (!db)
         return db.failure();
@@ -213,7 +213,7 @@ Result<std::vector<cloud::CloudSite>> SqlStore::sites(const std::string& account
                              {accountID});
     if (!rows)
         return rows.failure();
-    std::vector<cloud::CloudSite> sites;
+    std::vector<wire::CloudSite> sites;
     for (const auto& row : *rows)
         sites.push_back({row.text(0), row.text(1), row.text(2), row.optionalText(3),
                          row.integer(4) != 0, row.integer(5)});
@@ -221,7 +221,7 @@ Result<std::vector<cloud::CloudSite>> SqlStore::sites(const std::string& account
 }
 
 Status SqlStore::replaceSites(const std::string& accountID,
-                              const std::vector<cloud::CloudSite>& sites) {
+                              const std::vector<wire::CloudSite>& sites) {
     auto db = pool_->acquire();
     if (!db)
         return db.failure();
@@ -256,7 +256,7 @@ Status SqlStore::replaceSites(const std::string& accountID,
     return transaction.commit();
 }
 
-Result<std::vector<cloud::CloudSiteStatus>> SqlStore::siteStatuses(const std::string& accountID) {
+Result<std::vector<wire::CloudSiteStatus>> SqlStore::siteStatuses(const std::string& accountID) {
     auto db = pool_->acquire();
     if (!db)
         return db.failure();
@@ -268,7 +268,7 @@ Result<std::vector<cloud::CloudSiteStatus>> SqlStore::siteStatuses(const std::st
         {accountID});
     if (!rows)
         return rows.failure();
-    std::vector<cloud::CloudSiteStatus> statuses;
+    std::vector<wire::CloudSiteStatus> statuses;
     for (const auto& row : *rows)
         statuses.push_back({row.text(0), row.optionalText(1).value_or("unknown"),
                             dateFromSeconds(row.optionalReal(2)), row.optionalInteger(3),

@@ -42,22 +42,22 @@ public:
     // How long an interval's minute lasts: 60, or less for trial runs.
     void setMinuteSeconds(double seconds) { minuteSeconds_ = seconds; }
 
-    Result<std::vector<cloud::CloudSite>> sites(const std::string& accountID) override;
+    Result<std::vector<wire::CloudSite>> sites(const std::string& accountID) override;
     Status replaceSites(const std::string& accountID,
-                        const std::vector<cloud::CloudSite>& sites) override;
-    Result<std::vector<cloud::CloudSiteStatus>> siteStatuses(const std::string& accountID) override;
+                        const std::vector<wire::CloudSite>& sites) override;
+    Result<std::vector<wire::CloudSiteStatus>> siteStatuses(const std::string& accountID) override;
 
     Result<std::vector<DueCheck>> claimDueChecks(TimePoint now, int limit) override;
     Status recordChecks(const std::vector<CheckReport>& reports,
                         const CheckPolicy& policy) override;
-    Result<std::optional<cloud::CloudSiteHistory>>
+    Result<std::optional<wire::CloudSiteHistory>>
     siteHistory(const std::string& accountID, const std::string& siteID, TimePoint now) override;
     Status pruneHistory(TimePoint now, int historyDays) override;
 
-    Result<cloud::CloudNotificationSettings>
+    Result<wire::CloudNotificationSettings>
     notificationSettings(const std::string& accountID) override;
     Status updateNotificationSettings(const std::string& accountID,
-                                      const cloud::NotificationSettingsUpdate& update) override;
+                                      const wire::NotificationSettingsUpdate& update) override;
     Result<QueuedAlert> alertRoute(const std::string& accountID) override;
     Result<std::vector<QueuedAlert>> claimDueAlerts(TimePoint now, int limit) override;
     Status finishAlert(const QueuedAlert& alert, const AlertOutcome& outcome) override;

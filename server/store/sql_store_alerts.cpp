@@ -8,7 +8,7 @@ constexpr double kClaimSeconds = 120; // a claimed alert is offered again after 
 
 } // namespace
 
-Result<cloud::CloudNotificationSettings>
+Result<wire::CloudNotificationSettings>
 SqlStore::notificationSettings(const std::string& accountID) {
     auto db = pool_->acquire();
     if (!db)
@@ -19,13 +19,13 @@ SqlStore::notificationSettings(const std::string& accountID) {
     if (!row)
         return row.failure();
     if (!*row)
-        return cloud::CloudNotificationSettings{};
-    return cloud::CloudNotificationSettings{
+        return wire::CloudNotificationSettings{};
+    return wire::CloudNotificationSettings{
         (*row)->optionalText(0), (*row)->optionalText(1).has_value(), (*row)->optionalText(2)};
 }
 
 Status SqlStore::updateNotificationSettings(const std::string& accountID,
-                                            const cloud::NotificationSettingsUpdate& update) {
+                                            const wire::NotificationSettingsUpdate& update) {
     auto db = pool_->acquire();
     if (!db)
         return db.failure();

@@ -1,8 +1,8 @@
 #include "server/store/sql_store.h"
 
-#include "cloud/core/site_url.h"
 #include "server/alerts/alert_text.h"
 #include "server/core/secrets.h"
+#include "wire/site_url.h"
 
 #include <cmath>
 
@@ -77,7 +77,7 @@ Status recordOne(SqlDatabase& sql, const CheckReport& report, const CheckPolicy&
         return done;
 
     const bool alertsWanted = row.optionalText(5).has_value();
-    const std::string name = cloud::siteDisplayName(check.name, check.url);
+    const std::string name = wire::siteDisplayName(check.name, check.url);
     for (const SiteEvent& event : verdict.events) {
         if (event.kind == SiteEvent::Kind::down) {
             if (auto done = sql.execute("INSERT INTO incidents (site_key, started_at, reason) "
@@ -153,7 +153,7 @@ Status SqlStore::recordChecks(const std::vector<CheckReport>& reports, const Che
     return transaction.commit();
 }
 
-Result<std::optional<cloud::CloudSiteHistory>>
+Result<std::optional<wire::CloudSiteHistory>>
 SqlStore::siteHistory(const std::string& accountID, const std::string& siteID, TimePoint now) {
     auto db = pool_->acquire();
     if (!db)
@@ -164,12 +164,12 @@ SqlStore::siteHistory(const std::string& accountID, const std::string& siteID, T
     if (!site)
         return site.failure();
     if (!*site)
-        return std::optional<cloud::CloudSiteHistory>();
+        return std::optional<wire::CloudSiteHistory>();
     const std::int64_t key = (*site)->integer(0);
     const double moment = unixSeconds(now);
     const double hourStart = std::floor(moment / 3600) * 3600;
 
-    cloud::CloudSiteHistory history;
+    wire::CloudSiteHistory history;
     const std::pair<std::optional<double>*, int> windows[] = {
         {&history.uptime24h, 1}, {&history.uptime7d, 7}, {&history.uptime30d, 30}};
     for (const auto& [uptime, days] : windows) {
@@ -205,7 +205,7 @@ SqlStore::siteHistory(const std::string& accountID, const std::string& siteID, T
     for (const auto& row : *incidents)
         history.incidents.push_back(
             {fromUnixSeconds(row.real(0)), dateFromSeconds(row.optionalReal(1)), row.text(2)});
-    return std::optional<cloud::CloudSiteHistory>(std::move(history));
+    return std::optional<wire::CloudSiteHistory>(std::move(history));
 }
 
 Status SqlStore::pruneHistory(TimePoint now, int historyDays) {

@@ -11,10 +11,10 @@ namespace ravo::cloud {
 namespace {
 
 // Counts what reaches the network, so a test can tell that nothing was sent.
-struct CountingTransport final : HttpTransport {
-    NetworkTransport network;
+struct CountingTransport final : common::HttpTransport {
+    common::NetworkTransport network;
     int calls = 0;
-    QCoro::Task<std::optional<HttpAnswer>> send(HttpCall call) override {
+    QCoro::Task<std::optional<common::HttpAnswer>> send(common::HttpCall call) override {
         ++calls;
         co_return co_await network.send(std::move(call));
     }
@@ -40,7 +40,7 @@ protected:
         const auto base = CloudClient::baseURLFor(server.origin());
         return CloudClient(*base, transport, [token] { return *token; });
     }
-    CloudLogin signIn(const CloudClient& with) {
+    wire::CloudLogin signIn(const CloudClient& with) {
         return value(QCoro::waitFor(
             with.login({"ada@example.org", "correct horse battery", "mac", "Laptop"})));
     }
@@ -67,24 +67,24 @@ TEST_F(CloudClientTest, ASignedInDeviceUsesEveryEndpointAndLosesItsTokenWhenRevo
     EXPECT_EQ(failureKind(QCoro::waitFor(cloud.me())), CloudError::Kind::signedOut);
     EXPECT_EQ(transport->calls, 0);
 
-    const CloudLogin login = signIn(cloud);
+    const wire::CloudLogin login = signIn(cloud);
     EXPECT_EQ(login.device.name, "Laptop");
     token = login.token;
-    const CloudMe me = value(QCoro::waitFor(cloud.me()));
+    const wire::CloudMe me = value(QCoro::waitFor(cloud.me()));
     EXPECT_EQ(me.email, "ada@example.org");
     EXPECT_GT(me.maxSites, 0);
 
-    const CloudSite shop{"5b0e1c7e-6a49-4c1f-9d3e-2f8a3c4b5d6e",
-                         "https://shop.example/",
-                         "Shop",
-                         "Welcome",
-                         true,
-                         5};
-    EXPECT_EQ(value(QCoro::waitFor(cloud.syncSites({shop}))), std::vector<CloudSite>{shop});
+    const wire::CloudSite shop{"5b0e1c7e-6a49-4c1f-9d3e-2f8a3c4b5d6e",
+                               "https://shop.example/",
+                               "Shop",
+                               "Welcome",
+                               true,
+                               5};
+    EXPECT_EQ(value(QCoro::waitFor(cloud.syncSites({shop}))), std::vector<wire::CloudSite>{shop});
     const auto statuses = value(QCoro::waitFor(cloud.siteStatuses()));
     ASSERT_EQ(statuses.size(), 1u);
     EXPECT_EQ(statuses[0].health, "unknown");
-    EXPECT_EQ(value(QCoro::waitFor(cloud.history(shop.id))), CloudSiteHistory{});
+    EXPECT_EQ(value(QCoro::waitFor(cloud.history(shop.id))), wire::CloudSiteHistory{});
     const auto missing = QCoro::waitFor(cloud.history("00000000-0000-4000-8000-000000000000"));
     EXPECT_EQ(std::get<CloudError>(missing).text(), "site_not_found");
 
@@ -109,7 +109,7 @@ TEST_F(CloudClientTest, RefusalsLimitsAndAnAbsentServerBecomeTheirErrors) {
     const auto wrong =
         QCoro::waitFor(cloud.login({"ada@example.org", "wrong password", "mac", "Laptop"}));
     EXPECT_EQ(std::get<CloudError>(wrong).kind, CloudError::Kind::unauthorized);
-    CloudResult<CloudLogin> attempt = wrong;
+    CloudResult<wire::CloudLogin> attempt = wrong;
     for (int i = 0; i < 40 && std::get<CloudError>(attempt).kind != CloudError::Kind::rateLimited;
          ++i)
         attempt = QCoro::waitFor(cloud.login({"ada@example.org", "wrong", "mac", "Laptop"}));

@@ -65,7 +65,8 @@ protected:
                        QSettings::IniFormat};
     std::shared_ptr<testing::MemorySecretStore> secrets =
         std::make_shared<testing::MemorySecretStore>();
-    std::shared_ptr<NetworkTransport> transport = std::make_shared<NetworkTransport>();
+    std::shared_ptr<common::NetworkTransport> transport =
+        std::make_shared<common::NetworkTransport>();
     std::unique_ptr<CloudAccount> account;
     std::unique_ptr<TelegramSettings> alerts;
 };
@@ -90,8 +91,8 @@ TEST_F(TelegramSettingsTest, TheUserSavesABotAndAChatFindsTheChatAndSendsATest) 
     // Find: the same chat in two messages is listed once.
     const auto chats = QCoro::waitFor(alerts->findChats(kToken));
     ASSERT_EQ(chats.size(), 2u);
-    EXPECT_EQ(chats[0], (TelegramAPI::Chat{42, "Ada L"}));
-    EXPECT_EQ(chats[1], (TelegramAPI::Chat{-1001234567890, "Ops"}));
+    EXPECT_EQ(chats[0], (wire::TelegramAPI::Chat{42, "Ada L"}));
+    EXPECT_EQ(chats[1], (wire::TelegramAPI::Chat{-1001234567890, "Ops"}));
     EXPECT_EQ(status(), (TelegramSettings::Status{"Found 2 chats.", false}));
     // Telegram's own refusal is shown in its words.
     QCoro::waitFor(alerts->findChats("99999:AAHdqTcvCH1vGWJxfSeofSAs0K5PALDsaw1"));

@@ -69,7 +69,8 @@ protected:
     std::filesystem::path widgetFile = folder / "shared" / "websites.json";
     std::shared_ptr<testing::MemorySecretStore> secrets =
         std::make_shared<testing::MemorySecretStore>();
-    std::shared_ptr<NetworkTransport> transport = std::make_shared<NetworkTransport>();
+    std::shared_ptr<common::NetworkTransport> transport =
+        std::make_shared<common::NetworkTransport>();
     std::unique_ptr<CloudAccount> account;
     RecordingNotifications notifications;
     AlertNotifier notifier{settings, &notifications};
@@ -131,13 +132,13 @@ TEST_F(WebsiteMonitorTest, SigningInTakesTheLocalListOverOnceAndThenFollowsTheSe
         {"8d5f3f63-4c43-4a52-9b55-2b3c1d1e0a02", "https://both.example/", "Both", {}, false}};
     SiteListSettings::save(settings, local);
     ASSERT_NO_FATAL_FAILURE(signIn());
-    const CloudSite onServer{"5b0e7c8e-6f0a-4c1e-8a43-0d9d3b2f7c11",
-                             "https://both.example/",
-                             "Both (server)",
-                             std::nullopt,
-                             true,
-                             1};
-    ASSERT_TRUE(std::holds_alternative<std::vector<CloudSite>>(
+    const wire::CloudSite onServer{"5b0e7c8e-6f0a-4c1e-8a43-0d9d3b2f7c11",
+                                   "https://both.example/",
+                                   "Both (server)",
+                                   std::nullopt,
+                                   true,
+                                   1};
+    ASSERT_TRUE(std::holds_alternative<std::vector<wire::CloudSite>>(
         QCoro::waitFor(account->client().syncSites({onServer}))));
 
     auto websites = monitor();
@@ -147,12 +148,12 @@ TEST_F(WebsiteMonitorTest, SigningInTakesTheLocalListOverOnceAndThenFollowsTheSe
     EXPECT_EQ(websites->sites()[0].name, "Both (server)");
     EXPECT_EQ(websites->sites()[1].url, "https://local.example/");
     const auto kept = QCoro::waitFor(account->client().sites());
-    ASSERT_TRUE(std::holds_alternative<std::vector<CloudSite>>(kept));
-    EXPECT_EQ(std::get<std::vector<CloudSite>>(kept).size(), 2u);
+    ASSERT_TRUE(std::holds_alternative<std::vector<wire::CloudSite>>(kept));
+    EXPECT_EQ(std::get<std::vector<wire::CloudSite>>(kept).size(), 2u);
     EXPECT_EQ(SiteListSettings::load(settings), websites->sites());
 
     // Another device removes a site; adopting again does not bring it back from here.
-    ASSERT_TRUE(std::holds_alternative<std::vector<CloudSite>>(
+    ASSERT_TRUE(std::holds_alternative<std::vector<wire::CloudSite>>(
         QCoro::waitFor(account->client().syncSites({onServer}))));
     QCoro::waitFor(websites->adoptAccount());
     ASSERT_EQ(websites->sites().size(), 1u);

@@ -57,7 +57,7 @@ TEST(WebsitesOverview, TheTraySaysWhatIsWorstAndLeavesSwitchedOffSitesOut) {
 
 TEST(SiteHistorySummary, LatencyInTimeOrderIncidentsNewestFirstAndUptimeNeverRoundedUpToFull) {
     const TimePoint start = TimePoint{} + 1000h;
-    CloudSiteHistory history;
+    wire::CloudSiteHistory history;
     history.uptime24h = 0.99996;
     history.uptime7d = 1.0;
     history.latency24h = {{start + 2min, 300}, {start, 100}, {start + 1min, 200}};

@@ -12,7 +12,7 @@ using Health = SiteState::Health;
 
 const TimePoint now = fromUnixSeconds(1'800'000'000);
 
-CloudSiteStatus status(const std::string& site, const std::string& health) {
+wire::CloudSiteStatus status(const std::string& site, const std::string& health) {
     return {site, health, now, 200, 250, std::nullopt, std::nullopt, std::nullopt};
 }
 
@@ -22,7 +22,7 @@ TEST(SiteStates, TheServersWordsBecomeStatesWithTheirProblems) {
     EXPECT_EQ(siteStateFrom(status("a", "paused")).health, Health::unknown);
     EXPECT_EQ(siteStateFrom(status("a", "up")).lastResult.latency, 0.25);
 
-    CloudSiteStatus down = status("a", "down");
+    wire::CloudSiteStatus down = status("a", "down");
     const auto problemFor = [&](std::optional<std::string> kind,
                                 std::optional<std::string> detail = std::nullopt) {
         down.lastProblemKind = std::move(kind);
@@ -73,7 +73,7 @@ TEST(SiteStates, OnlyServingToDownAndBackRaiseAlerts) {
 }
 
 TEST(SiteList, AddingChecksThePlanTheAddressAndDuplicates) {
-    const CloudMe plan{"ada@example.org", "self-hosted", 2, 1, {"telegram"}, 30};
+    const wire::CloudMe plan{"ada@example.org", "self-hosted", 2, 1, {"telegram"}, 30};
     const auto add = [&](const std::vector<MonitoredSite>& sites, const std::string& address,
                          const std::string& name = "  Shop  ", const std::string& keyword = " ") {
         return withAddedSite(sites, plan, name, address, keyword, "id-" + address);
@@ -116,7 +116,7 @@ TEST(WebsitesSnapshot, OnlyWhatAWidgetShowsDecidesARewrite) {
     const std::vector<MonitoredSite> sites = {{"1", "https://a.example", "", {}, true},
                                               {"2", "https://b.example", "B", {}, true}};
     std::map<std::string, SiteState> states = {{"1", siteStateFrom(status("1", "up"))}};
-    CloudSiteStatus failing = status("2", "down");
+    wire::CloudSiteStatus failing = status("2", "down");
     failing.lastProblemKind = "http_status";
     failing.lastStatusCode = 502;
     failing.lastCertificateExpiry = now + 24h * 30;

@@ -1,7 +1,7 @@
-#include "cloud/core/site_url.h"
 #include "server/alerts/alert_text.h"
 #include "server/alerts/alert_worker.h"
 #include "server/alerts/telegram_answer.h"
+#include "wire/site_url.h"
 
 #include <gtest/gtest.h>
 
@@ -26,10 +26,10 @@ TEST(AlertText, TitlesAndBodiesAreEscapedForHtmlParseMode) {
 }
 
 TEST(AlertText, ANamelessSiteIsCalledByItsHost) {
-    EXPECT_EQ(cloud::siteDisplayName("  Shop \n", "https://x/"), "Shop");
-    EXPECT_EQ(cloud::siteDisplayName(" ", "https://user@shop.example:8443/health"), "shop.example");
-    EXPECT_EQ(cloud::siteDisplayName("", "https://[2001:db8::1]:443/"), "[2001:db8::1]");
-    EXPECT_EQ(cloud::siteDisplayName("", "not a url"), "not a url");
+    EXPECT_EQ(wire::siteDisplayName("  Shop \n", "https://x/"), "Shop");
+    EXPECT_EQ(wire::siteDisplayName(" ", "https://user@shop.example:8443/health"), "shop.example");
+    EXPECT_EQ(wire::siteDisplayName("", "https://[2001:db8::1]:443/"), "[2001:db8::1]");
+    EXPECT_EQ(wire::siteDisplayName("", "not a url"), "not a url");
     EXPECT_EQ(durationText(59.4), "59 s");
     EXPECT_EQ(durationText(7200), "2 h");
     EXPECT_EQ(durationText(93600), "1 d 2 h");

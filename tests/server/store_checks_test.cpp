@@ -27,7 +27,7 @@ protected:
     }
 
     void syncSites(const std::string& owner, int count, std::int64_t interval = 1) {
-        std::vector<cloud::CloudSite> sites;
+        std::vector<wire::CloudSite> sites;
         for (int n = 0; n < count; ++n)
             sites.push_back({uuid(n), "https://site" + std::to_string(n) + ".example/",
                              "Site " + std::to_string(n), std::nullopt, true, interval});
@@ -178,7 +178,7 @@ TEST_F(StoreChecksTest, AlertOutcomesAreKeptWhereTheSettingsShowThem) {
     // Saving the settings again clears the old error; an empty token removes the token.
     ASSERT_TRUE(store->updateNotificationSettings(account, {std::nullopt, ""}));
     EXPECT_EQ(store->notificationSettings(account).value(),
-              (cloud::CloudNotificationSettings{"-100999", false, std::nullopt}));
+              (wire::CloudNotificationSettings{"-100999", false, std::nullopt}));
 }
 
 TEST_F(StoreChecksTest, WithoutATelegramChatNothingIsQueued) {
@@ -219,8 +219,8 @@ TEST_F(StoreChecksTest, PruningDropsOldPointsAndKeepsTheMonth) {
     ASSERT_TRUE(store->pruneHistory(now + 20h, 30));
     EXPECT_EQ(store->siteHistory(account, uuid(0), now + 20h).value()->latency24h.size(), 1u);
     ASSERT_TRUE(store->pruneHistory(now + 26h, 30));
-    const cloud::CloudSiteHistory dayLater =
-        store->siteHistory(account, uuid(0), now + 26h).value().value_or(cloud::CloudSiteHistory{});
+    const wire::CloudSiteHistory dayLater =
+        store->siteHistory(account, uuid(0), now + 26h).value().value_or(wire::CloudSiteHistory{});
     EXPECT_TRUE(dayLater.latency24h.empty());
     EXPECT_EQ(dayLater.latency7dHourly.size(), 1u);
     EXPECT_DOUBLE_EQ(dayLater.uptime7d.value_or(0), 1.0);

@@ -1,7 +1,6 @@
 #include "app/app_controller.h"
 #include "cloud/alert_notifier.h"
 #include "cloud/cloud_account.h"
-#include "cloud/core/site_url.h"
 #include "cloud/telegram_settings.h"
 #include "tests/support/http_stand_in.h"
 #include "tests/support/memory_secret_store.h"
@@ -15,6 +14,7 @@
 #include "ui/settings/settings_window.h"
 #include "ui/settings/websites_tab.h"
 #include "ui/widgets/popover_window.h"
+#include "wire/site_url.h"
 
 #include <QCheckBox>
 #include <QDir>
@@ -61,7 +61,7 @@ std::unique_ptr<app::AppController> makeController(const ravo::testing::Temporar
                                                    std::chrono::milliseconds pollInterval) {
     app::AppController::Services services;
     services.cloud = {std::make_shared<ravo::testing::MemorySecretStore>(),
-                      std::make_shared<cloud::NetworkTransport>()};
+                      std::make_shared<common::NetworkTransport>()};
     services.notifications = &notifications;
     services.websites.pollInterval = pollInterval;
     services.websites.widgetFile = home.path() / "websites.json";

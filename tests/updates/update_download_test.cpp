@@ -1,4 +1,4 @@
-#include "cloud/http_transport.h"
+#include "common/http_transport.h"
 #include "tests/support/child_process.h"
 #include "tests/support/temporary_folder.h"
 #include "updates/core/update_error.h"
@@ -103,7 +103,7 @@ protected:
         UpdateChecker::Options options;
         options.currentBuild = 5;
         return std::make_unique<UpdateChecker>(
-            settings, std::make_shared<cloud::NetworkTransport>(), std::move(options));
+            settings, std::make_shared<common::NetworkTransport>(), std::move(options));
     }
 
     testing::TemporaryHome home;
@@ -214,7 +214,7 @@ TEST(ReleaseServerAnswers, AreCutOffAtFourMebibytesWhateverTheySayOfTheirLength)
         UpdateChecker::Options options;
         options.currentBuild = 5;
         options.manifest = [&server] { return server.url(); };
-        UpdateChecker checker(settings, std::make_shared<cloud::NetworkTransport>(), options);
+        UpdateChecker checker(settings, std::make_shared<common::NetworkTransport>(), options);
         const long before = peakResidentKiB();
         QCoro::waitFor(checker.check());
         // 7 to 10 MiB on a quiet machine; more when the cores are busy and Qt's network thread

@@ -66,7 +66,7 @@ protected:
         services.systemMonitor = monitor.get();
         services.pathMonitor = &path;
         services.cloud = {std::make_shared<testing::MemorySecretStore>(),
-                          std::make_shared<cloud::NetworkTransport>()};
+                          std::make_shared<common::NetworkTransport>()};
         services.notifications = &notifications;
         services.currentBuild = 5;
         services.updatePublicKey = publicKey;

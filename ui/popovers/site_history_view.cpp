@@ -1,12 +1,12 @@
 #include "ui/popovers/site_history_view.h"
 
 #include "cloud/core/site_alert.h"
-#include "cloud/core/site_url.h"
 #include "cloud/website_monitor.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/site_health.h"
 #include "ui/widgets/sparkline_widget.h"
+#include "wire/site_url.h"
 
 #include <QDateTime>
 #include <QGridLayout>
@@ -31,7 +31,7 @@ QString shortDate(TimePoint at) {
 SiteHistoryView::SiteHistoryView(cloud::WebsiteMonitor* monitor, cloud::MonitoredSite site,
                                  QWidget* parent)
     : QDialog(parent), monitor_(monitor), site_(std::move(site)) {
-    const QString name = QString::fromStdString(cloud::siteDisplayName(site_.name, site_.url));
+    const QString name = QString::fromStdString(wire::siteDisplayName(site_.name, site_.url));
     setWindowTitle(name + " — History");
     setMinimumWidth(440);
     auto* layout = new QVBoxLayout(this);

@@ -1,12 +1,12 @@
 #include "ui/popovers/websites_view.h"
 
-#include "cloud/core/site_url.h"
 #include "cloud/core/websites_overview.h"
 #include "cloud/website_monitor.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/site_health.h"
 #include "ui/widgets/visible_refresh.h"
+#include "wire/site_url.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -83,8 +83,7 @@ void WebsitesView::rebuild() {
         auto* dot = new QLabel;
         dot->setPixmap(look.dot.pixmap(12, 12));
         line->addWidget(dot);
-        auto* name =
-            new QLabel(QString::fromStdString(cloud::siteDisplayName(site.name, site.url)));
+        auto* name = new QLabel(QString::fromStdString(wire::siteDisplayName(site.name, site.url)));
         name->setToolTip(QString::fromStdString(site.url));
         line->addWidget(name, 1);
         QLabel* detail = coloredLabel(look.detail.isEmpty() ? look.word : look.detail, look.color);

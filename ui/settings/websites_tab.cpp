@@ -1,6 +1,5 @@
 #include "ui/settings/websites_tab.h"
 
-#include "cloud/core/site_url.h"
 #include "cloud/telegram_settings.h"
 #include "cloud/website_monitor.h"
 #include "ui/popovers/site_history_view.h"
@@ -8,6 +7,7 @@
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 #include "ui/widgets/site_health.h"
+#include "wire/site_url.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -160,7 +160,7 @@ void WebsitesTab::sync() {
         item->setData(0, kIDRole, QString::fromStdString(site.id));
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
         item->setCheckState(0, site.isEnabled ? Qt::Checked : Qt::Unchecked);
-        item->setText(0, QString::fromStdString(cloud::siteDisplayName(site.name, site.url)));
+        item->setText(0, QString::fromStdString(wire::siteDisplayName(site.name, site.url)));
         item->setText(1, QString::fromStdString(site.url));
         item->setToolTip(1, QString::fromStdString(site.url));
         const SiteHealthLook look = siteHealthLook(site, state, palette());

@@ -1,8 +1,8 @@
 #include "connectivity/network_info_reader.h"
 
+#include "connectivity/platform/linux/route_parsers.h"
 #include "core/atomic_file.h"
 #include "core/trimmed.h"
-#include "metrics/platform/linux/proc_parsers.h"
 
 #include <cstring>
 
@@ -51,7 +51,7 @@ NetworkInterfaceInfo read(const Roots& roots) {
     const auto routes = readFile(roots.proc / "net" / "route", 1024 * 1024);
     if (!routes)
         return info;
-    for (const auto& name : metrics::kernel::parseDefaultRoutes(*routes)) {
+    for (const auto& name : kernel::parseDefaultRoutes(*routes)) {
         if (name != "lo") {
             info.bsdName = name;
             break;

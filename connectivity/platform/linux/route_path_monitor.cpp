@@ -1,7 +1,7 @@
 #include "connectivity/platform/linux/route_path_monitor.h"
 
+#include "connectivity/platform/linux/route_parsers.h"
 #include "core/atomic_file.h"
-#include "metrics/platform/linux/proc_parsers.h"
 
 #include <QNetworkInformation>
 #include <QSocketNotifier>
@@ -19,12 +19,12 @@ namespace {
 bool hasDefaultRoute(const std::string& procRoot) {
     const auto ipv4 = readFile(procRoot + "/net/route", 1024 * 1024);
     if (ipv4) {
-        for (const auto& name : metrics::kernel::parseDefaultRoutes(*ipv4))
+        for (const auto& name : kernel::parseDefaultRoutes(*ipv4))
             if (name != "lo")
                 return true;
     }
     const auto ipv6 = readFile(procRoot + "/net/ipv6_route", 1024 * 1024);
-    return ipv6 && metrics::kernel::hasDefaultIPv6Route(*ipv6);
+    return ipv6 && kernel::hasDefaultIPv6Route(*ipv6);
 }
 
 } // namespace

@@ -1,14 +1,16 @@
 #include "metrics/platform/linux/cpuinfo.h"
 
 #include "core/atomic_file.h"
+#include "core/kernel_text.h"
 #include "metrics/platform/linux/sysfs_discovery.h"
-#include "metrics/platform/linux/text_fields.h"
 
 #include <algorithm>
 #include <map>
 #include <set>
 
 namespace ravo::metrics::kernel {
+
+using namespace kernel_text;
 
 namespace fs = std::filesystem;
 

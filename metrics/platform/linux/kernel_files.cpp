@@ -1,12 +1,14 @@
 #include "metrics/platform/linux/kernel_files.h"
 
-#include "metrics/platform/linux/text_fields.h"
+#include "core/kernel_text.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace ravo::metrics::kernel {
+
+using namespace kernel_text;
 
 namespace {
 

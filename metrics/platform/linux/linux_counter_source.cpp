@@ -1,12 +1,14 @@
 #include "metrics/platform/linux/linux_counter_source.h"
 
+#include "core/kernel_text.h"
 #include "metrics/platform/linux/proc_parsers.h"
-#include "metrics/platform/linux/text_fields.h"
 
 #include <algorithm>
 #include <sys/statvfs.h>
 
 namespace ravo::metrics::kernel {
+
+using namespace kernel_text;
 
 namespace {
 // Hot-plugged disks, new interfaces and sensors show up within this time.

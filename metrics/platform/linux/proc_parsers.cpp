@@ -1,10 +1,12 @@
 #include "metrics/platform/linux/proc_parsers.h"
 
-#include "metrics/platform/linux/text_fields.h"
+#include "core/kernel_text.h"
 
 #include <algorithm>
 
 namespace ravo::metrics::kernel {
+
+using namespace kernel_text;
 
 std::vector<CPUTicks> parseProcStat(std::string_view text) {
     std::vector<CPUTicks> ticks;
@@ -175,38 +177,6 @@ std::vector<std::pair<std::string, InterfaceBytes>> parseNetDev(std::string_view
         interfaces.emplace_back(std::string(name), InterfaceBytes{v[0], v[8]});
     });
     return interfaces;
-}
-
-std::vector<std::string> parseDefaultRoutes(std::string_view text) {
-    std::vector<std::string> names;
-    forEachLine(text, [&](std::string_view line) {
-        Fields fields(line);
-        const auto name = fields.next();
-        const auto destination = fields.next();
-        fields.next(); // gateway
-        const auto flags = parseHex(fields.next());
-        // RTF_UP with destination 0.0.0.0
-        if (destination == "00000000" && flags && (*flags & 0x1) != 0)
-            if (std::find(names.begin(), names.end(), name) == names.end())
-                names.emplace_back(name);
-    });
-    return names;
-}
-
-bool hasDefaultIPv6Route(std::string_view text) {
-    bool found = false;
-    forEachLine(text, [&](std::string_view line) {
-        Fields fields(line);
-        const auto destination = fields.next();
-        const auto prefix = fields.next();
-        std::string_view last, field;
-        while (!(field = fields.next()).empty())
-            last = field;
-        if (prefix == "00" && destination.find_first_not_of('0') == std::string_view::npos &&
-            !destination.empty() && !last.empty() && last != "lo")
-            found = true;
-    });
-    return found;
 }
 
 } // namespace ravo::metrics::kernel

@@ -61,9 +61,4 @@ struct InterfaceBytes {
 
 std::vector<std::pair<std::string, InterfaceBytes>> parseNetDev(std::string_view text);
 
-// Default-route interface names from /proc/net/route.
-std::vector<std::string> parseDefaultRoutes(std::string_view text);
-// Whether /proc/net/ipv6_route holds ::/0 over an interface other than loopback.
-bool hasDefaultIPv6Route(std::string_view text);
-
 } // namespace ravo::metrics::kernel

@@ -1,6 +1,6 @@
 #include "metrics/platform/linux/sysfs_discovery.h"
 
-#include "metrics/platform/linux/text_fields.h"
+#include "core/kernel_text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 namespace ravo::metrics::kernel {
+
+using namespace kernel_text;
 
 namespace fs = std::filesystem;
 

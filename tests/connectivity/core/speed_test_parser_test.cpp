@@ -54,7 +54,7 @@ TEST(SpeedTestParser, MegabitsAreDecimalWithAtMostOneFractionDigit) {
         {std::numeric_limits<double>::infinity(), '.', std::nullopt},
     };
     for (const auto& [bits, separator, expected] : cases) {
-        metrics::FormatLocale locale;
+        FormatLocale locale;
         locale.decimalSeparator = separator;
         EXPECT_EQ(SpeedTestParser::megabits(bits, locale), expected) << bits;
     }

@@ -5,9 +5,9 @@
 namespace ravo::usage {
 namespace {
 
-const TimePoint t0 = fromUnixSeconds(1'800'000'000);
+const TimePoint start = fromUnixSeconds(1'800'000'000);
 TimePoint at(double seconds) {
-    return t0 + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
+    return start + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
 }
 
 UsageWindow window(std::string id, double used, std::optional<std::int64_t> minutes = 300) {
@@ -34,7 +34,7 @@ UsageError error(const char* text) {
 
 TEST(Apply, SuccessReplacesEverythingAndClearsFailures) {
     UsageSnapshot s;
-    s.apply(error("down"), Provider::claude, t0);
+    s.apply(error("down"), Provider::claude, start);
     s.apply(readingWith({window("claude-5h", 10)}), Provider::claude, at(5));
     const auto* claude = s.usage(Provider::claude);
     ASSERT_NE(claude, nullptr);
@@ -51,18 +51,18 @@ TEST(Apply, SuccessReplacesEverythingAndClearsFailures) {
 
 TEST(Apply, FailureKeepsTheLastGoodNumbers) {
     UsageSnapshot s;
-    s.apply(readingWith({window("codex-300", 40)}), Provider::codex, t0);
+    s.apply(readingWith({window("codex-300", 40)}), Provider::codex, start);
     s.apply(error("Codex rejected the rate limit request"), Provider::codex, at(60));
     const auto* codex = s.usage(Provider::codex);
     EXPECT_EQ(codex->windows.size(), 1u);
-    EXPECT_EQ(codex->updatedAt, t0);
+    EXPECT_EQ(codex->updatedAt, start);
     EXPECT_EQ(codex->error, "Codex rejected the rate limit request");
     EXPECT_EQ(codex->credits->balance.toString(), "5.39");
 }
 
 TEST(Apply, SetupStateReplacesAnErrorAndLeavesWindows) {
     UsageSnapshot s;
-    s.apply(readingWith({window("claude-5h", 10)}), Provider::claude, t0);
+    s.apply(readingWith({window("claude-5h", 10)}), Provider::claude, start);
     s.apply(error("boom"), Provider::claude, at(1));
     s.apply(UsageError::setupRequired(ProviderSetup::claudeCodeSignedOut), Provider::claude, at(2));
     const auto* claude = s.usage(Provider::claude);
@@ -76,21 +76,21 @@ TEST(Apply, KeepsProviderOrderAndClampsFutureSourceTimes) {
     UsageSnapshot s;
     auto future = readingWith({});
     future.fetchedAt = at(3600);
-    s.apply(future, Provider::codex, t0);
-    s.apply(readingWith({}), Provider::claude, t0);
+    s.apply(future, Provider::codex, start);
+    s.apply(readingWith({}), Provider::claude, start);
     ASSERT_EQ(s.providers.size(), 2u);
     EXPECT_EQ(s.providers[0].provider, Provider::claude);
-    EXPECT_EQ(s.providers[1].updatedAt, t0);
+    EXPECT_EQ(s.providers[1].updatedAt, start);
     auto past = readingWith({});
     past.fetchedAt = at(-30);
-    s.apply(past, Provider::codex, t0);
+    s.apply(past, Provider::codex, start);
     EXPECT_EQ(s.usage(Provider::codex)->updatedAt, at(-30));
 }
 
 TEST(Retain, DropsOtherProvidersAndKeepsOrder) {
     UsageSnapshot s;
-    s.apply(readingWith({}), Provider::codex, t0);
-    s.apply(readingWith({}), Provider::claude, t0);
+    s.apply(readingWith({}), Provider::codex, start);
+    s.apply(readingWith({}), Provider::claude, start);
     s.retain({Provider::claude});
     ASSERT_EQ(s.providers.size(), 1u);
     EXPECT_EQ(s.providers[0].provider, Provider::claude);
@@ -99,25 +99,25 @@ TEST(Retain, DropsOtherProvidersAndKeepsOrder) {
 TEST(PeakFraction, ClampsEachWindowAndIgnoresEmptySnapshots) {
     UsageSnapshot s;
     EXPECT_FALSE(s.peakFraction());
-    s.apply(readingWith({window("a", -5), window("b", 42)}), Provider::claude, t0);
+    s.apply(readingWith({window("a", -5), window("b", 42)}), Provider::claude, start);
     EXPECT_DOUBLE_EQ(*s.peakFraction(), 0.42);
-    s.apply(readingWith({window("c", 130)}), Provider::codex, t0);
+    s.apply(readingWith({window("c", 130)}), Provider::codex, start);
     EXPECT_DOUBLE_EQ(*s.peakFraction(), 1.0);
     EXPECT_EQ(s.usage(Provider::codex)->windows[0].usedPercent, 130); // stored as received
 }
 
 TEST(NeedsAttention, OnlyWhenTheLastGoodDataIsOlderThanHalfAnHour) {
     UsageSnapshot s;
-    EXPECT_FALSE(s.needsAttention(t0));
-    s.apply(readingWith({}), Provider::claude, t0);
+    EXPECT_FALSE(s.needsAttention(start));
+    s.apply(readingWith({}), Provider::claude, start);
     s.apply(error("down"), Provider::claude, at(29 * 60));
     EXPECT_FALSE(s.needsAttention(at(29 * 60)));
     EXPECT_FALSE(s.needsAttention(at(1800)));
     EXPECT_TRUE(s.needsAttention(at(31 * 60)));
 
     UsageSnapshot fresh;
-    fresh.apply(error("never worked"), Provider::codex, t0);
-    EXPECT_TRUE(fresh.needsAttention(t0));
+    fresh.apply(error("never worked"), Provider::codex, start);
+    EXPECT_TRUE(fresh.needsAttention(start));
 }
 
 TEST(WindowLabels, NameLengthsAndModels) {
@@ -150,9 +150,9 @@ TEST(PlanNames, MultiplierAndDisplay) {
 TEST(WindowEquality, IgnoresWhenTheValuesWereObserved) {
     auto a = window("x", 1);
     auto b = a;
-    b.observedAt = t0;
+    b.observedAt = start;
     EXPECT_EQ(a, b);
-    b.resetsAt = t0;
+    b.resetsAt = start;
     EXPECT_NE(a, b);
 }
 

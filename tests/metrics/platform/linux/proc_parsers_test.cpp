@@ -84,16 +84,5 @@ TEST(NetDev, ReadsEveryInterfaceAndSkipsTheHeader) {
     EXPECT_TRUE(parseNetDev(fixtureText("broken", "proc/net/dev")).empty());
 }
 
-TEST(Routes, FindDefaultRoutesInBothFamilies) {
-    EXPECT_EQ(parseDefaultRoutes(fixtureText("laptop-hybrid", "proc/net/route")),
-              std::vector<std::string>{"wlp2s0"});
-    EXPECT_TRUE(hasDefaultIPv6Route(fixtureText("vm-epyc", "proc/net/ipv6_route")));
-    // The kernel's unreachable ::/0 entry over loopback is not a way out.
-    EXPECT_FALSE(hasDefaultIPv6Route("00000000000000000000000000000000 00 "
-                                     "00000000000000000000000000000000 00 "
-                                     "00000000000000000000000000000000 ffffffff 00000001 "
-                                     "00000000 00200200       lo\n"));
-}
-
 } // namespace
 } // namespace ravo::metrics::kernel

@@ -1,9 +1,9 @@
-#include "cloud/core/wire_fields.h"
+#include "wire/wire_fields.h"
 
-#include "cloud/core/wire_records.h"
 #include "core/json_optional.h"
+#include "wire/wire_records.h"
 
-namespace ravo::cloud {
+namespace ravo::wire {
 
 WireFields::WireFields(const nlohmann::json& object) : object_(object) {
     if (!object_.is_object())
@@ -113,4 +113,4 @@ std::optional<TimePoint> WireFields::optionalDate(const char* key) {
     return *date;
 }
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

@@ -12,7 +12,7 @@
 // The companion service's wire records, snake_case on the wire, shared by the app's client
 // and by ravo-server. Dates travel as ISO 8601 text. Decoding never throws: a record that
 // is not what it should be comes back as a failure naming the key.
-namespace ravo::cloud {
+namespace ravo::wire {
 
 // Accounts whose Apple sign-in came without an address live in this domain; the app shows
 // them as "Hidden by Apple".
@@ -124,4 +124,4 @@ Result<AppleFinishRequest> appleFinishRequestFromJson(const nlohmann::json& json
 // "Unreadable date " and the text.
 Result<TimePoint> dateFromWire(const nlohmann::json& value);
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

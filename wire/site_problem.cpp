@@ -1,6 +1,6 @@
-#include "cloud/core/site_problem.h"
+#include "wire/site_problem.h"
 
-namespace ravo::cloud {
+namespace ravo::wire {
 
 std::string siteProblemText(const std::string& kind, std::optional<std::int64_t> statusCode,
                             const std::optional<std::string>& detail) {
@@ -17,4 +17,4 @@ std::string siteProblemText(const std::string& kind, std::optional<std::int64_t>
     return "Can't connect";
 }
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

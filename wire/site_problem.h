@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-namespace ravo::cloud {
+namespace ravo::wire {
 
 // The user's sentence for a failed check's problem code, as the app and the alerts word it:
 // "timeout", "certificate_invalid", "keyword_missing", "http_status" (with the status);
@@ -12,4 +12,4 @@ namespace ravo::cloud {
 std::string siteProblemText(const std::string& kind, std::optional<std::int64_t> statusCode,
                             const std::optional<std::string>& detail);
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

@@ -1,8 +1,8 @@
-#include "cloud/core/wire_records.h"
+#include "wire/wire_records.h"
 
 #include <gtest/gtest.h>
 
-namespace ravo::cloud {
+namespace ravo::wire {
 namespace {
 
 using nlohmann::json;
@@ -57,4 +57,4 @@ TEST(WireRecords, DecodingSaysWhichKeyIsWrong) {
 }
 
 } // namespace
-} // namespace ravo::cloud
+} // namespace ravo::wire

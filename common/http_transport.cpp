@@ -1,4 +1,4 @@
-#include "cloud/http_transport.h"
+#include "common/http_transport.h"
 
 #include <QCoro/QCoroNetworkReply>
 #include <QNetworkReply>
@@ -6,7 +6,7 @@
 
 #include <memory>
 
-namespace ravo::cloud {
+namespace ravo::common {
 
 QCoro::Task<std::optional<HttpAnswer>> NetworkTransport::send(HttpCall call) {
     QNetworkRequest request(call.url);
@@ -53,4 +53,4 @@ QCoro::Task<std::optional<HttpAnswer>> NetworkTransport::send(HttpCall call) {
     co_return HttpAnswer{status.toInt(), body + reply->readAll()};
 }
 
-} // namespace ravo::cloud
+} // namespace ravo::common

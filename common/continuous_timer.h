@@ -5,7 +5,7 @@
 #include <chrono>
 #include <memory>
 
-namespace ravo::connectivity {
+namespace ravo::common {
 
 // A single-shot timer on a clock that keeps counting while the computer sleeps, so a wait
 // that spans a suspend ends on time instead of after the sleep as well.
@@ -28,4 +28,4 @@ private:
     bool active_ = false;
 };
 
-} // namespace ravo::connectivity
+} // namespace ravo::common

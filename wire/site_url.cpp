@@ -1,4 +1,4 @@
-#include "cloud/core/site_url.h"
+#include "wire/site_url.h"
 
 #include "core/trimmed.h"
 
@@ -6,7 +6,7 @@
 #include <cctype>
 #include <charconv>
 
-namespace ravo::cloud {
+namespace ravo::wire {
 
 namespace {
 
@@ -102,4 +102,4 @@ std::string siteDisplayName(std::string_view name, std::string_view url) {
     return std::string(url);
 }
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

@@ -1,9 +1,9 @@
-#include "cloud/core/site_url.h"
-#include "cloud/core/telegram_api.h"
+#include "wire/site_url.h"
+#include "wire/telegram_api.h"
 
 #include <gtest/gtest.h>
 
-namespace ravo::cloud {
+namespace ravo::wire {
 namespace {
 
 TEST(SiteURL, TypedAddressesBecomeTheAddressTheMonitorKeeps) {
@@ -68,4 +68,4 @@ TEST(TelegramAPI, ChatsComeOnceEachFromWhateverCarriesThem) {
 }
 
 } // namespace
-} // namespace ravo::cloud
+} // namespace ravo::wire

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace ravo::cloud {
+namespace ravo::wire {
 
 // A web address as the user typed it, made into the address the monitor keeps: trimmed,
 // "https://" put in front when it has no scheme, http or https only, a host, no user name
@@ -19,4 +19,4 @@ std::optional<std::string> siteHost(std::string_view url);
 // address as it stands.
 std::string siteDisplayName(std::string_view name, std::string_view url);
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

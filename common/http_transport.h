@@ -10,7 +10,7 @@
 #include <chrono>
 #include <optional>
 
-namespace ravo::cloud {
+namespace ravo::common {
 
 struct HttpCall {
     QByteArray method;
@@ -44,4 +44,4 @@ private:
     QNetworkAccessManager manager_;
 };
 
-} // namespace ravo::cloud
+} // namespace ravo::common

@@ -1,9 +1,9 @@
-#include "cloud/core/telegram_api.h"
+#include "wire/telegram_api.h"
 
 #include <algorithm>
 #include <cctype>
 
-namespace ravo::cloud::TelegramAPI {
+namespace ravo::wire::TelegramAPI {
 
 namespace {
 
@@ -91,4 +91,4 @@ std::optional<std::string> errorDescription(const nlohmann::json& answer) {
     return text;
 }
 
-} // namespace ravo::cloud::TelegramAPI
+} // namespace ravo::wire::TelegramAPI

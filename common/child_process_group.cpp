@@ -1,9 +1,9 @@
-#include "usage/child_process_group.h"
+#include "common/child_process_group.h"
 
 #include <csignal>
 #include <unistd.h>
 
-namespace ravo::usage {
+namespace ravo::common {
 
 void startInOwnProcessGroup(QProcess& process) {
     process.setChildProcessModifier([] { ::setpgid(0, 0); });
@@ -16,4 +16,4 @@ void killProcessGroup(QProcess& process) {
     process.kill();
 }
 
-} // namespace ravo::usage
+} // namespace ravo::common

@@ -9,7 +9,7 @@
 #include <vector>
 
 // Wire records of a site's history and of the Telegram alert settings.
-namespace ravo::cloud {
+namespace ravo::wire {
 
 struct CloudLatencyPoint {
     TimePoint at;
@@ -58,4 +58,4 @@ Result<CloudSiteHistory> siteHistoryFromJson(const nlohmann::json& json);
 Result<CloudNotificationSettings> notificationSettingsFromJson(const nlohmann::json& json);
 Result<NotificationSettingsUpdate> notificationSettingsUpdateFromJson(const nlohmann::json& json);
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

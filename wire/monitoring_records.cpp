@@ -1,9 +1,9 @@
-#include "cloud/core/monitoring_records.h"
+#include "wire/monitoring_records.h"
 
-#include "cloud/core/wire_fields.h"
 #include "core/json_optional.h"
+#include "wire/wire_fields.h"
 
-namespace ravo::cloud {
+namespace ravo::wire {
 
 using nlohmann::json;
 using ravo::json::putOptional;
@@ -124,4 +124,4 @@ Result<NotificationSettingsUpdate> notificationSettingsUpdateFromJson(const json
     return finish(f, std::move(u));
 }
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-// Small tokenising helpers shared by the /proc and /sys parsers.
-namespace ravo::metrics::kernel {
+// Small tokenising helpers for the text files of /proc and /sys.
+namespace ravo::kernel_text {
 
 inline bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
@@ -94,4 +94,4 @@ private:
     std::string_view rest_;
 };
 
-} // namespace ravo::metrics::kernel
+} // namespace ravo::kernel_text

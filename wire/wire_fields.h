@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace ravo::cloud {
+namespace ravo::wire {
 
 // Reads typed fields out of one JSON object and remembers the first thing that was wrong,
 // so a decoder reads every field in a row and checks once at the end.
@@ -42,4 +42,4 @@ template <typename T> Result<T> finish(const WireFields& fields, T value) {
     return value;
 }
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

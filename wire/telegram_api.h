@@ -9,7 +9,7 @@
 
 // What the app and the server both know of the Telegram Bot API: the shape of a bot
 // token and a chat id, and what getUpdates answers.
-namespace ravo::cloud::TelegramAPI {
+namespace ravo::wire::TelegramAPI {
 
 // ^[0-9]{5,}:[A-Za-z0-9_-]{30,}$
 bool isBotToken(std::string_view token);
@@ -28,4 +28,4 @@ std::vector<Chat> chatsFromUpdates(const nlohmann::json& answer);
 // The answer's `description`, when it has one.
 std::optional<std::string> errorDescription(const nlohmann::json& answer);
 
-} // namespace ravo::cloud::TelegramAPI
+} // namespace ravo::wire::TelegramAPI

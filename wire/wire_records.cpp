@@ -1,9 +1,9 @@
-#include "cloud/core/wire_records.h"
+#include "wire/wire_records.h"
 
-#include "cloud/core/wire_fields.h"
 #include "core/json_optional.h"
+#include "wire/wire_fields.h"
 
-namespace ravo::cloud {
+namespace ravo::wire {
 
 using nlohmann::json;
 using ravo::json::putOptional;
@@ -215,4 +215,4 @@ Result<AppleFinishRequest> appleFinishRequestFromJson(const json& j) {
     return finish(f, std::move(r));
 }
 
-} // namespace ravo::cloud
+} // namespace ravo::wire

@@ -1,4 +1,4 @@
-#include "connectivity/continuous_timer.h"
+#include "common/continuous_timer.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -8,7 +8,7 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
-namespace ravo::connectivity {
+namespace ravo::common {
 
 // CLOCK_BOOTTIME counts suspended time; where it cannot be had, Qt's timer stands in.
 struct ContinuousTimer::Platform {
@@ -68,4 +68,4 @@ void ContinuousTimer::stop() {
     ::timerfd_settime(platform_->fd, 0, &disarm, nullptr);
 }
 
-} // namespace ravo::connectivity
+} // namespace ravo::common
