@@ -1,31 +1,25 @@
 #include "app/app_controller.h"
 
-#include "app/platform/cross_process_listener.h"
-#include "app/platform/login_item.h"
-#include "app/platform/session_window.h"
-#include "app/session_link.h"
 #include "cloud/alert_notifier.h"
 #include "cloud/cloud_account.h"
 #include "cloud/telegram_settings.h"
+#include "common/cross_process_listener.h"
+#include "common/launch_at_login.h"
 #include "common/log_categories.h"
 #include "common/settings_values.h"
 #include "common/sleep_wake_watcher.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
 #include "core/agent_detection.h"
-#include "core/group_settings.h"
-#include "metrics/core/metric_settings.h"
 #include "metrics/system_monitor.h"
-#include "sessions/core/session_list.h"
-#include "sessions/core/session_store.h"
 #include "sessions/core/session_tracking.h"
+#include "sessions/session_tracker.h"
 #include "sync/settings_sync.h"
 #include "updates/update_checker.h"
-#include "usage/claude_usage_probe.h"
 #include "usage/live_usage.h"
+#include "usage/usage_coordinator.h"
 #include "usage/usage_refresher.h"
 
-#include <QPointer>
 #include <QSettings>
 #include <QTimer>
 #include <QUrl>
@@ -49,11 +43,23 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
         updateChecker_ = std::make_unique<updates::UpdateChecker>(
             *defaults_, services_.cloud.transport, std::move(options));
     }
-    if (services_.refresher && !services_.refresher->snapshot().providers.empty())
-        snapshot_ = services_.refresher->snapshot(); // the last picture, shown at once
-    launchAtLogin_ = services_.loginItem && services_.loginItem->isEnabled();
-    codexHooksNeedApproval_ = GroupSettings::readBool(GroupSettings::kCodexHooksNeedApproval);
-    readsClaudeLimits_ = common::readBool(*defaults_, kClaudeStatusLineKey, true);
+    // Claude Code's status line is a file of the agent's, which the hook installer edits.
+    usage::UsageCoordinator::StatusLine statusLine{
+        [this] { return hookInstaller_.isStatusLineCurrent(); },
+        [this](bool on) -> Status {
+            const auto changed =
+                on ? hookInstaller_.installStatusLine() : hookInstaller_.uninstallStatusLine();
+            return changed ? success() : Status(changed.failure());
+        }};
+    usage_ = std::make_unique<usage::UsageCoordinator>(
+        *defaults_, usage::UsageCoordinator::Services{services_.refresher, services_.probe,
+                                                      std::move(statusLine), services_.now});
+    sessions_ = std::make_unique<sessions::SessionTracker>(
+        hookInstaller_,
+        sessions::SessionTracker::Services{services_.isCodexAvailable, services_.checkCodexTrust,
+                                           services_.now, services_.canManageLoginItem});
+    launchAtLogin_ =
+        std::make_unique<common::LaunchAtLogin>(services_.loginItem, services_.canManageLoginItem);
     if (services_.pathMonitor) {
         watchdog_ = std::make_unique<connectivity::ConnectionWatchdog>(
             *defaults_,
@@ -79,6 +85,10 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
         *defaults_, this,
         sync::SettingsSync::Options{services_.settingsUploadDelay, services_.settingsPollInterval,
                                     services_.now});
+    coordinators_ = {services_.systemMonitor, usage_.get(),         sessions_.get(),
+                     launchAtLogin_.get(),    watchdog_.get(),      speedTest_.get(),
+                     settingsSync_.get(),     updateChecker_.get(), cloudAccount_.get(),
+                     alertNotifier_.get(),    telegram_.get(),      websiteMonitor_.get()};
     // Every owner of a synced setting tells the sync when it changes.
     auto changed = [this] { settingsSync_->sourceChanged(); };
     if (auto* monitor = services_.systemMonitor) {
@@ -89,17 +99,13 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
         connect(alertNotifier_.get(), &cloud::AlertNotifier::changed, this, changed);
     if (watchdog_)
         connect(watchdog_.get(), &connectivity::ConnectionWatchdog::settingsChanged, this, changed);
-    connect(this, &AppController::settingsChanged, this, changed);
+    connect(sessions_.get(), &sessions::SessionTracker::settingsChanged, this, changed);
     refreshLoop_->setInterval(services_.refreshInterval);
     refreshLoop_->setTimerType(Qt::VeryCoarseTimer);
     connect(refreshLoop_, &QTimer::timeout, this, &AppController::runLoopIteration);
 }
 
 AppController::~AppController() = default;
-
-bool AppController::asksClaudeCodeForUsage() const {
-    return services_.probe && services_.probe->isEnabled();
-}
 
 void AppController::start() {
     // Another process's change to the settings file reaches this instance at once, whether
@@ -113,7 +119,7 @@ void AppController::start() {
     const bool firstStart = services_.canManageLoginItem &&
                             !common::readBool(*defaults_, kLoginItemConfiguredKey, false);
     if (firstStart) {
-        setLaunchAtLogin(true);
+        launchAtLogin_->setEnabled(true);
         defaults_->setValue(kLoginItemConfiguredKey, true);
     }
     const bool statusLineBefore = firstStart && hookInstaller_.isStatusLineCurrent();
@@ -122,7 +128,9 @@ void AppController::start() {
     if (firstStart)
         tellWhatTheFirstStartChanged(!statusLineBefore && hookInstaller_.isStatusLineCurrent());
     // Views built before the start show the switches as they were read from the files.
-    emit settingsChanged();
+    emit sessions_->settingsChanged();
+    emit usage_->settingsChanged();
+    emit launchAtLogin_->changed();
     if (updateChecker_) {
         connect(updateChecker_.get(), &updates::UpdateChecker::decisionChanged, this, [this] {
             applyUpdateState(updateChecker_->decision().kind ==
@@ -183,26 +191,10 @@ void AppController::stop() {
 
 void AppController::startSessionTracking() {
     publishInstalledAgents();
-    const bool installed = hookInstaller_.isInstalled();
-    if (installed != sessions::SessionTracking::isOn())
-        GroupSettings::write(GroupSettings::kTracksSessions, installed);
-    tracksSessions_ = installed;
-    if (tracksSessions_ && services_.canManageLoginItem) {
-        const auto rewritten = hookInstaller_.reconcile();
-        if (!rewritten) {
-            qCWarning(lcApp).noquote()
-                << "Hook change failed:" << QString::fromStdString(rewritten.error());
-        } else if (!rewritten.value().empty()) {
-            QStringList names;
-            for (auto provider : rewritten.value())
-                names << QString::fromUtf8(usage::rawValue(provider).data());
-            qCInfo(lcApp).noquote() << "Hooks updated for" << names.join(", ");
-        }
-    }
-    reloadSessions();
+    sessions_->start();
     if (services_.listener)
-        connect(services_.listener, &CrossProcessListener::sessionsChanged, this,
-                &AppController::reloadSessions);
+        connect(services_.listener, &common::CrossProcessListener::sessionsChanged, sessions_.get(),
+                &sessions::SessionTracker::reload);
 }
 
 void AppController::tellWhatTheFirstStartChanged(bool addedStatusLine) {
@@ -220,25 +212,25 @@ void AppController::tellWhatTheFirstStartChanged(bool addedStatusLine) {
 }
 
 void AppController::startClaudeLimits() {
-    if (readsClaudeLimits_ && services_.canManageLoginItem &&
-        AgentDetection::isClaudeInstalled(hookInstaller_.home()) &&
-        !hookInstaller_.isStatusLineCurrent())
-        setReadsClaudeLimits(true);
+    if (services_.canManageLoginItem && AgentDetection::isClaudeInstalled(hookInstaller_.home()))
+        usage_->restoreStatusLine();
     if (services_.listener)
-        connect(services_.listener, &CrossProcessListener::claudeLimitsChanged, this,
-                [this] { refresh(); });
+        connect(services_.listener, &common::CrossProcessListener::claudeLimitsChanged, this,
+                [this] { usage_->refresh(); });
 }
 
 void AppController::runLoopIteration() {
-    refresh();
+    usage_->refresh();
     publishInstalledAgents();
-    checkCodexHookTrust();
-    sessions::SessionStore::prune(services_.now());
-    reloadSessions();
+    sessions_->checkCodexHookTrust();
+    sessions_->prune();
 }
 
 void AppController::afterWake() {
-    QTimer::singleShot(services_.wakeSettleDelay, this, [this] { refreshIfOutdated(); });
+    QTimer::singleShot(services_.wakeSettleDelay, this, [this] {
+        if (!paused_)
+            usage_->refreshIfOutdated();
+    });
 }
 
 QCoro::Task<> AppController::resumeCloudSession() {
@@ -249,146 +241,10 @@ QCoro::Task<> AppController::resumeCloudSession() {
     co_await telegram_->migrateLegacy();
 }
 
-QCoro::Task<> AppController::signOut() {
-    if (cloudAccount_)
-        co_await cloudAccount_->signOut();
-}
-
-QCoro::Task<> AppController::deleteAccount() {
-    if (cloudAccount_)
-        co_await cloudAccount_->deleteAccount();
-}
-
-QCoro::Task<> AppController::refresh() {
-    if (isRefreshing_) {
-        refreshRequested_ = true;
-        co_return;
-    }
-    if (!services_.refresher)
-        co_return;
-    QPointer<AppController> self(this);
-    isRefreshing_ = true;
-    do {
-        refreshRequested_ = false;
-        ++refreshCount_;
-        const auto fresh = co_await services_.refresher->refresh();
-        if (!self)
-            co_return;
-        // Identical data wakes nobody: the tray icons and views redraw only on change.
-        if (fresh && (!snapshot_ || fresh->providers != snapshot_->providers)) {
-            snapshot_ = *fresh;
-            emit snapshotChanged();
-        }
-    } while (refreshRequested_);
-    isRefreshing_ = false;
-}
-
-QCoro::Task<> AppController::refreshIfOutdated() {
-    if (paused_)
-        co_return;
-    std::optional<TimePoint> earliest;
-    if (snapshot_) {
-        for (const auto& usage : snapshot_->providers) {
-            const TimePoint updated = usage.updatedAt.value_or(TimePoint{});
-            if (!earliest || updated < *earliest)
-                earliest = updated;
-        }
-    }
-    if (!earliest || secondsBetween(*earliest, services_.now()) >= kOutdatedSeconds)
-        co_await refresh();
-}
-
-QCoro::Task<> AppController::checkCodexHookTrust() {
-    if (!tracksSessions_ || !services_.isCodexAvailable || !services_.isCodexAvailable() ||
-        !services_.checkCodexTrust) {
-        setCodexHooksNeedApproval(false);
-        co_return;
-    }
-    QPointer<AppController> self(this);
-    const auto needsApproval = co_await services_.checkCodexTrust();
-    if (self && needsApproval)
-        setCodexHooksNeedApproval(*needsApproval);
-}
-
 void AppController::publishInstalledAgents() {
     sessions::SessionTracking::publishInstalledAgents(hookInstaller_);
     if (services_.refresher)
         services_.refresher->setEnabledProviders(usage::installedProviders(hookInstaller_.home()));
-}
-
-void AppController::reloadSessions() {
-    auto loaded = sessions::SessionList::newestFirst(sessions::SessionStore::loadAll());
-    if (loaded == sessions_)
-        return;
-    sessions_ = std::move(loaded);
-    QStringList states;
-    for (const auto& session : sessions_)
-        states << QString::fromStdString(session.id() + "=" +
-                                         std::string(sessions::rawValue(session.state)));
-    qCInfo(lcApp).noquote() << "Sessions:"
-                            << (states.isEmpty() ? QStringLiteral("none") : states.join(' '));
-    emit sessionsChanged();
-}
-
-void AppController::setLaunchAtLogin(bool enabled) {
-    if (!services_.canManageLoginItem || !services_.loginItem)
-        return;
-    if (const Status changed = services_.loginItem->setEnabled(enabled); !changed)
-        qCWarning(lcApp).noquote()
-            << "Login item change failed:" << QString::fromStdString(changed.error());
-    const bool now = services_.loginItem->isEnabled();
-    if (now != launchAtLogin_) {
-        launchAtLogin_ = now;
-        emit settingsChanged();
-    }
-}
-
-void AppController::setTracksSessions(bool enabled) {
-    const Status changed = enabled ? sessions::SessionTracking::turnOn(hookInstaller_)
-                                   : sessions::SessionTracking::turnOff(hookInstaller_);
-    if (!changed) {
-        sessionTrackingError_ = changed.error();
-        tracksSessions_ = !enabled; // a switch that failed stays where it was
-        emit settingsChanged();
-        return;
-    }
-    sessionTrackingError_.reset();
-    tracksSessions_ = enabled;
-    emit settingsChanged();
-    reloadSessions();
-    checkCodexHookTrust();
-}
-
-void AppController::setReadsClaudeLimits(bool enabled) {
-    defaults_->setValue(kClaudeStatusLineKey, enabled);
-    const auto changed =
-        enabled ? hookInstaller_.installStatusLine() : hookInstaller_.uninstallStatusLine();
-    if (!changed) {
-        claudeLimitsError_ = changed.error();
-        qCWarning(lcApp).noquote()
-            << "Claude status line change failed:" << QString::fromStdString(changed.error());
-    } else {
-        claudeLimitsError_.reset();
-    }
-    readsClaudeLimits_ = enabled && changed.ok();
-    emit settingsChanged();
-}
-
-void AppController::setAsksClaudeCodeForUsage(bool enabled) {
-    if (!services_.probe || enabled == services_.probe->isEnabled())
-        return;
-    services_.probe->setEnabled(enabled);
-    emit settingsChanged();
-    if (enabled)
-        refresh();
-}
-
-void AppController::setCodexHooksNeedApproval(bool value) {
-    if (value == codexHooksNeedApproval_)
-        return;
-    GroupSettings::write(GroupSettings::kCodexHooksNeedApproval, value);
-    codexHooksNeedApproval_ = value;
-    emit settingsChanged();
 }
 
 } // namespace ravo::app

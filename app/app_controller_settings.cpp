@@ -7,6 +7,7 @@
 #include "connectivity/connection_watchdog.h"
 #include "metrics/core/metric_settings.h"
 #include "metrics/system_monitor.h"
+#include "sessions/session_tracker.h"
 #include "sync/settings_sync.h"
 
 #include <QSettings>
@@ -30,7 +31,7 @@ sync::SyncedSettings AppController::syncedSettings() const {
         settings.connectionAlerts = watchdog_->alertsEnabled();
         settings.latencyMonitoring = watchdog_->latencyMonitoringEnabled();
     }
-    settings.tracksSessions = tracksSessions_;
+    settings.tracksSessions = sessions_->tracksSessions();
     return settings;
 }
 
@@ -46,8 +47,8 @@ void AppController::applySyncedSettings(const sync::SyncedSettings& settings) {
         watchdog_->setAlertsEnabled(settings.connectionAlerts);
         watchdog_->setLatencyMonitoringEnabled(settings.latencyMonitoring);
     }
-    if (settings.tracksSessions != tracksSessions_)
-        setTracksSessions(settings.tracksSessions);
+    if (settings.tracksSessions != sessions_->tracksSessions())
+        sessions_->setTracksSessions(settings.tracksSessions);
 }
 
 void AppController::reloadSetting(const std::string& key) {

@@ -2,10 +2,10 @@
 
 #include "app/app_controller.h"
 #include "app/helper_path.h"
-#include "app/platform/cross_process_listener.h"
 #include "app/platform/linux/dbus_sleep_wake_watcher.h"
 #include "app/platform/linux/freedesktop_notifications.h"
-#include "app/platform/linux/xdg_autostart_login_item.h"
+#include "common/cross_process_listener.h"
+#include "common/platform/linux/xdg_autostart_login_item.h"
 #include "common/settings_values.h"
 #include "connectivity/platform/linux/route_path_monitor.h"
 #include "core/paths.h"
@@ -53,10 +53,10 @@ AppServices::AppServices(QObject* parent)
       notifications_(new FreedesktopNotifications(QDBusConnection::sessionBus(), this)) {
     const fs::path home = paths::home().value_or("/");
     const fs::path executable = QCoreApplication::applicationFilePath().toStdString();
-    loginItem_ = std::make_unique<XdgAutostartLoginItem>(
+    loginItem_ = std::make_unique<common::XdgAutostartLoginItem>(
         paths::configHome().value_or(home / ".config") / "autostart", executable);
     usage_ = usage::makeLiveUsage(settings_.get(), home);
-    listener_ = new CrossProcessListener(
+    listener_ = new common::CrossProcessListener(
         QString::fromStdString(paths::sharedContainer().value_or(home).string()), this);
 
     metrics::SystemMonitor::Services monitorServices;

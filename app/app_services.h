@@ -19,13 +19,16 @@ namespace ravo::metrics {
 class SystemMonitor;
 }
 
+namespace ravo::common {
+class CrossProcessListener;
+class LoginItem;
+} // namespace ravo::common
+
 namespace ravo::app {
 
 class AppController;
-class CrossProcessListener;
 class DBusSleepWakeWatcher;
 class FreedesktopNotifications;
-class LoginItem;
 
 // Every long-lived coordinator of a running Ravo, built for this machine and owned here;
 // the tray, the dashboard window and the terminal dashboard all sit on top of it.
@@ -45,12 +48,12 @@ public:
 
 private:
     std::unique_ptr<QSettings> settings_;
-    std::unique_ptr<LoginItem> loginItem_;
+    std::unique_ptr<common::LoginItem> loginItem_;
     usage::LiveUsage usage_;
     DBusSleepWakeWatcher* sleepWake_;
     connectivity::RoutePathMonitor* pathMonitor_;
     FreedesktopNotifications* notifications_;
-    CrossProcessListener* listener_;
+    common::CrossProcessListener* listener_;
     metrics::SystemMonitor* monitor_;
     AppController* controller_;
 };

@@ -30,7 +30,7 @@ int runTerminalDashboard() {
         // Not a terminal: frames as plain text, and the log where it always goes.
         AppServices services;
         ui::TerminalSession terminal(STDIN_FILENO, STDOUT_FILENO);
-        ui::PlainDashboard dashboard(services.controller(), &terminal);
+        ui::PlainDashboard dashboard(services.controller()->coordinators(), &terminal);
         QObject::connect(&terminal, &ui::TerminalSession::quitRequested, qApp,
                          &QCoreApplication::quit);
         return runUntilQuit(services);
@@ -38,7 +38,7 @@ int runTerminalDashboard() {
     const LogFile log(paths::logFile().value_or("/dev/null"));
     AppServices services;
     ui::CursesScreen screen;
-    ui::TerminalDashboard dashboard(services.controller(), &screen);
+    ui::TerminalDashboard dashboard(services.controller()->coordinators(), &screen);
     QObject::connect(&dashboard, &ui::TerminalDashboard::quitRequested, qApp,
                      &QCoreApplication::quit);
     dashboard.redraw();

@@ -50,7 +50,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
 
     AppServices services;
     AppController* controller = services.controller();
-    ui::SettingsWindow settings(controller);
+    ui::SettingsWindow settings(controller->coordinators());
     std::unique_ptr<ui::TrayPanel> tray;
     std::unique_ptr<ui::DashboardWindow> dashboard;
     auto showUsage = [&] {
@@ -62,7 +62,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
         }
     };
     if (QSystemTrayIcon::isSystemTrayAvailable() || ui::TrayItem::hostListsInOrder()) {
-        tray = std::make_unique<ui::TrayPanel>(controller, services.settings());
+        tray = std::make_unique<ui::TrayPanel>(controller->coordinators(), services.settings());
         QObject::connect(&schemeWatcher, &ui::ColorSchemeWatcher::changed, tray.get(),
                          [&tray, tone = startingTone](int colorScheme) mutable {
                              const ui::PanelTone now = ui::detectPanelTone(colorScheme);
@@ -82,7 +82,8 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
                          &ui::TrayPanel::setCombined);
     } else {
         qCInfo(lcApp) << "No system tray; showing the dashboard window";
-        dashboard = std::make_unique<ui::DashboardWindow>(controller, services.settings());
+        dashboard =
+            std::make_unique<ui::DashboardWindow>(controller->coordinators(), services.settings());
         QObject::connect(dashboard.get(), &ui::DashboardWindow::keptRunning, controller,
                          [&services](bool firstTime) {
                              if (!firstTime)

@@ -36,7 +36,7 @@ int runSpeedTestCommand(const SpeedTestRequest& request) {
         std::cout << connectivity::SpeedTestParser::toJson(*result).dump(2) << std::endl;
         return 0;
     }
-    std::cout << connectivity::speedTestText(*result, metrics::FormatLocale::fromEnvironment());
+    std::cout << connectivity::speedTestText(*result, FormatLocale::fromEnvironment());
     return 0;
 }
 

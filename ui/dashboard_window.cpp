@@ -1,6 +1,5 @@
 #include "ui/dashboard_window.h"
 
-#include "app/app_controller.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/metric_detail_view.h"
 #include "ui/popovers/usage_view.h"
@@ -25,7 +24,7 @@ namespace {
 constexpr int kColumns = 2;
 } // namespace
 
-DashboardWindow::DashboardWindow(app::AppController* controller, QSettings* settings,
+DashboardWindow::DashboardWindow(const Coordinators& coordinators, QSettings* settings,
                                  QWidget* parent)
     : QWidget(parent, Qt::Window), settings_(settings) {
     setWindowTitle("Ravo");
@@ -41,7 +40,7 @@ DashboardWindow::DashboardWindow(app::AppController* controller, QSettings* sett
     layout->setContentsMargins(18, 14, 18, 14);
     layout->setSpacing(14);
     layout->addWidget(wrappedLabel(kNoTrayText, Theme::mutedText(palette())));
-    if (auto* checker = controller->updateChecker())
+    if (auto* checker = coordinators.updateChecker)
         layout->addWidget(new UpdateSection(checker)); // hidden while up to date
     // The machine on the left, the AI usage beside it: wider than tall, as screens are.
     auto* sides = new QHBoxLayout;
@@ -50,12 +49,12 @@ DashboardWindow::DashboardWindow(app::AppController* controller, QSettings* sett
     columns->setHorizontalSpacing(24);
     columns->setVerticalSpacing(18);
     int index = 0;
-    if (auto* monitor = controller->systemMonitor()) {
+    if (auto* monitor = coordinators.systemMonitor) {
         for (auto metric : monitor->visibleMetrics()) {
             monitor->detailDidOpen(metric); // every detail is on show here
             columns->addWidget(
                 new MetricDetailView(monitor, metric,
-                                     {controller->connectionWatchdog(), controller->speedTest()}),
+                                     {coordinators.watchdog, coordinators.speedTest}),
                 index / kColumns, index % kColumns, Qt::AlignTop);
             ++index;
         }
@@ -67,7 +66,7 @@ DashboardWindow::DashboardWindow(app::AppController* controller, QSettings* sett
     line->setFrameShadow(QFrame::Plain);
     line->setForegroundRole(QPalette::Mid);
     sides->addWidget(line);
-    auto* usage = new UsageView(controller);
+    auto* usage = new UsageView(coordinators.usage, coordinators.sessions);
     usage->setMinimumWidth(380);
     auto* usageColumn = new QVBoxLayout;
     usageColumn->addWidget(usage);

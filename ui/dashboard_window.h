@@ -1,13 +1,10 @@
 #pragma once
 
+#include "ui/coordinators.h"
 #include <QWidget>
 
 class QCheckBox;
 class QSettings;
-
-namespace ravo::app {
-class AppController;
-}
 
 namespace ravo::ui {
 
@@ -21,7 +18,8 @@ public:
     static constexpr const char* kKeepRunningKey = "keepRunningWithoutWindow";
     static constexpr const char* kToldKeepRunningKey = "toldKeepRunningWithoutWindow";
 
-    DashboardWindow(app::AppController* controller, QSettings* settings, QWidget* parent = nullptr);
+    DashboardWindow(const Coordinators& coordinators, QSettings* settings,
+                    QWidget* parent = nullptr);
     ~DashboardWindow() override;
 
     static constexpr const char* kNoTrayText =

@@ -1,15 +1,18 @@
 #include "app/app_controller.h"
-#include "app/platform/login_item.h"
+#include "common/launch_at_login.h"
+#include "common/login_item.h"
 #include "common/sleep_wake_watcher.h"
 #include "connectivity/connection_watchdog.h"
 #include "core/atomic_file.h"
 #include "core/group_settings.h"
 #include "sessions/core/session_store.h"
+#include "sessions/session_tracker.h"
 #include "tests/support/fake_path_monitor.h"
 #include "tests/support/recording_notifications.h"
 #include "tests/support/scripted_provider.h"
 #include "tests/support/temporary_folder.h"
 #include "usage/claude_usage_probe.h"
+#include "usage/usage_coordinator.h"
 #include "usage/usage_refresher.h"
 
 #include <QSettings>
@@ -25,7 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using usage::Provider;
 
-struct FakeLoginItem final : LoginItem {
+struct FakeLoginItem final : common::LoginItem {
     bool enabled = false;
     int changes = 0;
     bool isEnabled() const override { return enabled; }
@@ -97,20 +100,21 @@ TEST_F(AppControllerTest, StartingTwiceStartsNothingTheSecondTime) {
     auto controller = make();
     controller->start();
     controller->start();
-    ASSERT_TRUE(waitFor([&] { return controller->snapshot().has_value(); }));
+    ASSERT_TRUE(waitFor([&] { return controller->coordinators().usage->snapshot().has_value(); }));
     EXPECT_EQ(claude->calls, 1);
-    EXPECT_EQ(controller->snapshot()->providers[0].windows[0].usedPercent, 30);
+    EXPECT_EQ(controller->coordinators().usage->snapshot()->providers[0].windows[0].usedPercent,
+              30);
 }
 
 TEST_F(AppControllerTest, TheWatchdogRunsFromStartToStopWhereThereIsAPath) {
-    EXPECT_EQ(make()->connectionWatchdog(), nullptr);
+    EXPECT_EQ(make()->coordinators().watchdog, nullptr);
     testing::FakePathMonitor path;
     path.online = false;
     pathMonitor = &path;
     // Nobody listens there: each probe is refused at once.
     settings.setValue(connectivity::ProbeAddress::kSettingsKey, "127.0.0.1:1");
     auto controller = make();
-    auto* watchdog = controller->connectionWatchdog();
+    auto* watchdog = controller->coordinators().watchdog;
     ASSERT_NE(watchdog, nullptr);
     EXPECT_FALSE(watchdog->isRunning());
     controller->start();
@@ -150,30 +154,30 @@ TEST_F(AppControllerTest, OnlyAnInstalledCopyRegistersAtLoginOnlyOnceAndSaysWhat
 TEST_F(AppControllerTest, RefreshesArrivingDuringOneCoalesceIntoOneMore) {
     claude->delay = std::chrono::milliseconds(80);
     auto controller = make();
-    auto first = controller->refresh();
+    auto first = controller->coordinators().usage->refresh();
     for (int i = 0; i < 5; ++i)
-        controller->refresh();
+        controller->coordinators().usage->refresh();
     QCoro::waitFor(first);
     EXPECT_EQ(claude->calls, 2);
-    EXPECT_EQ(controller->refreshCount(), 2);
-    EXPECT_FALSE(controller->isRefreshing());
+    EXPECT_EQ(controller->coordinators().usage->refreshCount(), 2);
+    EXPECT_FALSE(controller->coordinators().usage->isRefreshing());
 }
 
 TEST_F(AppControllerTest, IdenticalDataDoesNotWakeObservers) {
     auto controller = make();
-    QSignalSpy changes(controller.get(), &AppController::snapshotChanged);
-    QCoro::waitFor(controller->refresh());
-    QCoro::waitFor(controller->refresh());
+    QSignalSpy changes(controller->coordinators().usage, &usage::UsageCoordinator::snapshotChanged);
+    QCoro::waitFor(controller->coordinators().usage->refresh());
+    QCoro::waitFor(controller->coordinators().usage->refresh());
     EXPECT_EQ(changes.count(), 1);
     claude->outcome = testing::readingWithWindow("claude-5h", 31);
-    QCoro::waitFor(controller->refresh());
+    QCoro::waitFor(controller->coordinators().usage->refresh());
     EXPECT_EQ(changes.count(), 2);
 }
 
 TEST_F(AppControllerTest, WakeUpsRefreshOnlyOutdatedDataAfterSettling) {
     auto controller = make();
     controller->start();
-    ASSERT_TRUE(waitFor([&] { return controller->snapshot().has_value(); }));
+    ASSERT_TRUE(waitFor([&] { return controller->coordinators().usage->snapshot().has_value(); }));
     const int before = claude->calls;
     for (int i = 0; i < 3; ++i)
         emit sleepWake.didWake();
@@ -194,21 +198,22 @@ TEST_F(AppControllerTest, WakeUpsRefreshOnlyOutdatedDataAfterSettling) {
 
 TEST_F(AppControllerTest, TrackingSwitchInstallsHooksOrShowsWhyNot) {
     auto controller = make();
-    controller->setTracksSessions(true);
-    EXPECT_TRUE(controller->tracksSessions());
-    EXPECT_FALSE(controller->sessionTrackingError());
+    controller->coordinators().sessions->setTracksSessions(true);
+    EXPECT_TRUE(controller->coordinators().sessions->tracksSessions());
+    EXPECT_FALSE(controller->coordinators().sessions->trackingError());
     EXPECT_TRUE(GroupSettings::readBool(GroupSettings::kTracksSessions));
     EXPECT_TRUE(sessions::HookInstaller(home.path(), "/x/ravo-hook").isInstalled());
-    controller->setTracksSessions(false);
-    EXPECT_FALSE(controller->tracksSessions());
+    controller->coordinators().sessions->setTracksSessions(false);
+    EXPECT_FALSE(controller->coordinators().sessions->tracksSessions());
     EXPECT_FALSE(GroupSettings::readBool(GroupSettings::kTracksSessions));
 
     const std::string broken = "{ \"hooks\": ";
     ASSERT_TRUE(writeFileAtomically(home.path() / ".claude" / "settings.json", broken).ok());
-    controller->setTracksSessions(true);
-    EXPECT_FALSE(controller->tracksSessions());
-    ASSERT_TRUE(controller->sessionTrackingError());
-    EXPECT_NE(controller->sessionTrackingError()->find("settings.json"), std::string::npos);
+    controller->coordinators().sessions->setTracksSessions(true);
+    EXPECT_FALSE(controller->coordinators().sessions->tracksSessions());
+    ASSERT_TRUE(controller->coordinators().sessions->trackingError());
+    EXPECT_NE(controller->coordinators().sessions->trackingError()->find("settings.json"),
+              std::string::npos);
     EXPECT_EQ(readFile(home.path() / ".claude" / "settings.json"), broken);
 }
 
@@ -217,27 +222,29 @@ TEST_F(AppControllerTest, StartFollowsTheHooksInTheFilesAndChecksCodexTrust) {
     codexAvailable = true;
     auto controller = make();
     controller->start();
-    EXPECT_TRUE(controller->tracksSessions());
-    ASSERT_TRUE(waitFor([&] { return controller->codexHooksNeedApproval(); }));
+    EXPECT_TRUE(controller->coordinators().sessions->tracksSessions());
+    ASSERT_TRUE(
+        waitFor([&] { return controller->coordinators().sessions->codexHooksNeedApproval(); }));
     EXPECT_TRUE(GroupSettings::readBool(GroupSettings::kCodexHooksNeedApproval));
     trustAnswer = std::nullopt; // a failed check keeps what was known
-    QCoro::waitFor(controller->checkCodexHookTrust());
-    EXPECT_TRUE(controller->codexHooksNeedApproval());
+    QCoro::waitFor(controller->coordinators().sessions->checkCodexHookTrust());
+    EXPECT_TRUE(controller->coordinators().sessions->codexHooksNeedApproval());
     codexAvailable = false;
-    QCoro::waitFor(controller->checkCodexHookTrust());
-    EXPECT_FALSE(controller->codexHooksNeedApproval());
+    QCoro::waitFor(controller->coordinators().sessions->checkCodexHookTrust());
+    EXPECT_FALSE(controller->coordinators().sessions->codexHooksNeedApproval());
 }
 
 TEST_F(AppControllerTest, ClaudeLimitsSwitchInstallsTheStatusLine) {
-    settings.setValue(AppController::kClaudeStatusLineKey, "banana"); // garbage reads as on
+    settings.setValue(usage::UsageCoordinator::kClaudeStatusLineKey,
+                      "banana"); // garbage reads as on
     auto controller = make();
-    EXPECT_TRUE(controller->readsClaudeLimits());
-    controller->setReadsClaudeLimits(true);
+    EXPECT_TRUE(controller->coordinators().usage->readsClaudeLimits());
+    controller->coordinators().usage->setReadsClaudeLimits(true);
     EXPECT_TRUE(
         sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook").isStatusLineCurrent());
-    controller->setReadsClaudeLimits(false);
-    EXPECT_FALSE(controller->readsClaudeLimits());
-    EXPECT_EQ(settings.value(AppController::kClaudeStatusLineKey).toBool(), false);
+    controller->coordinators().usage->setReadsClaudeLimits(false);
+    EXPECT_FALSE(controller->coordinators().usage->readsClaudeLimits());
+    EXPECT_EQ(settings.value(usage::UsageCoordinator::kClaudeStatusLineKey).toBool(), false);
 }
 
 TEST_F(AppControllerTest, OpeningAFinishedSessionRemovesIt) {
@@ -252,13 +259,13 @@ TEST_F(AppControllerTest, OpeningAFinishedSessionRemovesIt) {
     running.state = sessions::AgentSession::State::running;
     sessions::SessionStore::apply(sessions::Upsert{running}, Provider::claude, "s2");
     auto controller = make();
-    controller->reloadSessions();
-    EXPECT_EQ(controller->sessions().size(), 2u);
-    controller->openSession("ravo://session/claude/s1");
-    controller->openSession("ravo://session/claude/s2");
-    controller->openSession("ravo://session/claude/../../x");
-    ASSERT_EQ(controller->sessions().size(), 1u);
-    EXPECT_EQ(controller->sessions()[0].sessionID, "s2");
+    controller->coordinators().sessions->reload();
+    EXPECT_EQ(controller->coordinators().sessions->sessions().size(), 2u);
+    controller->coordinators().sessions->openSession("ravo://session/claude/s1");
+    controller->coordinators().sessions->openSession("ravo://session/claude/s2");
+    controller->coordinators().sessions->openSession("ravo://session/claude/../../x");
+    ASSERT_EQ(controller->coordinators().sessions->sessions().size(), 1u);
+    EXPECT_EQ(controller->coordinators().sessions->sessions()[0].sessionID, "s2");
 }
 
 } // namespace

@@ -83,9 +83,7 @@ protected:
         services.unsettledInterval = 150ms;
         return std::make_unique<ConnectionWatchdog>(defaults, std::move(services));
     }
-    void TearDown() override {
-        probe.waitForCalls();
-    }
+    void TearDown() override { probe.waitForCalls(); }
     // Waits for the evaluation after `count` finished ones.
     void waitForEvaluation(const ConnectionWatchdog& watchdog, int count) {
         ASSERT_TRUE(QTest::qWaitFor([&] { return watchdog.evaluations() >= count; }, 5000))

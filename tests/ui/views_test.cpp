@@ -1,10 +1,12 @@
 #include "app/app_controller.h"
+#include "common/launch_at_login.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
 #include "core/group_settings.h"
 #include "metrics/system_monitor.h"
 #include "sessions/core/hook_installer.h"
 #include "sessions/core/session_store.h"
+#include "sessions/session_tracker.h"
 #include "sync/settings_sync.h"
 #include "tests/metrics/recorded_counter_source.h"
 #include "tests/support/fake_path_monitor.h"
@@ -21,6 +23,7 @@
 #include "ui/widgets/popover_window.h"
 #include "usage/claude_usage_probe.h"
 #include "usage/core/codex_rate_limits.h"
+#include "usage/usage_coordinator.h"
 #include "usage/usage_refresher.h"
 
 #include <QCheckBox>
@@ -146,7 +149,7 @@ protected:
         controller = std::make_unique<app::AppController>(
             &settings, sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
             std::move(services));
-        controller->setTracksSessions(true);
+        controller->coordinators().sessions->setTracksSessions(true);
     }
 
     // Shows a view as its popover and returns the popover for a look.
@@ -169,7 +172,8 @@ protected:
 };
 
 TEST_F(ViewsTest, UsagePopoverShowsPlansWindowsCreditsFailuresAndSessions) {
-    auto* view = new UsageView(controller.get());
+    auto* view =
+        new UsageView(controller->coordinators().usage, controller->coordinators().sessions);
     auto popover = inPopover(view);
     const std::string text = visibleText(*popover);
     for (const char* expected :
@@ -189,7 +193,7 @@ TEST_F(ViewsTest, UsagePopoverShowsPlansWindowsCreditsFailuresAndSessions) {
 }
 
 TEST_F(ViewsTest, UsagePopoverExplainsAMissingSetup) {
-    controller->setTracksSessions(false);
+    controller->coordinators().sessions->setTracksSessions(false);
     UsageSnapshot setup;
     setup.apply(UsageError::setupRequired(ProviderSetup::claudeCodeMissing), Provider::claude,
                 Clock::now());
@@ -200,7 +204,7 @@ TEST_F(ViewsTest, UsagePopoverExplainsAMissingSetup) {
     services.refresher = refresher.get();
     app::AppController fresh(&settings, sessions::HookInstaller(home.path(), "/x/ravo-hook"),
                              std::move(services));
-    auto* view = new UsageView(&fresh);
+    auto* view = new UsageView(fresh.coordinators().usage, fresh.coordinators().sessions);
     auto popover = inPopover(view);
     const std::string text = visibleText(*popover);
     EXPECT_NE(text.find("Claude limits come from Claude Code. Install it and sign in once"),
@@ -216,8 +220,9 @@ TEST_F(ViewsTest, AClosedPopoverCatchesUpAsItOpensAndStillClearsABottomPanel) {
             text += label->text().toStdString() + "\n";
         return text;
     };
-    controller->setTracksSessions(false);
-    auto* view = new UsageView(controller.get());
+    controller->coordinators().sessions->setTracksSessions(false);
+    auto* view =
+        new UsageView(controller->coordinators().usage, controller->coordinators().sessions);
     PopoverWindow popover(view);
     const QRect screen = QGuiApplication::primaryScreen()->geometry();
     const QRect tray(screen.center().x(), screen.bottom() - 23, 24, 24);
@@ -226,7 +231,7 @@ TEST_F(ViewsTest, AClosedPopoverCatchesUpAsItOpensAndStillClearsABottomPanel) {
     popover.hide();
 
     // Nobody sees the popover, so the sessions wait for it to open...
-    controller->setTracksSessions(true);
+    controller->coordinators().sessions->setTracksSessions(true);
     EXPECT_EQ(labels(*view).find("shop"), std::string::npos);
     // ...and are there as it opens, with the taller popover still above the panel.
     popover.showAt(tray);
@@ -237,7 +242,9 @@ TEST_F(ViewsTest, AClosedPopoverCatchesUpAsItOpensAndStillClearsABottomPanel) {
 }
 
 TEST_F(ViewsTest, TheCombinedItemsOverviewHasTheMachineTheLimitsAndTheSessions) {
-    auto popover = inPopover(new OverviewView(monitor.get(), new UsageView(controller.get())));
+    auto popover = inPopover(
+        new OverviewView(monitor.get(), new UsageView(controller->coordinators().usage,
+                                                      controller->coordinators().sessions)));
     const std::string text = visibleText(*popover);
     for (const char* expected : {"Machine", "Processor", "Memory", "75%", "↓ 1.5 MB/s", "AI usage",
                                  "Week · Fable", "Agent sessions", "shop"})
@@ -248,7 +255,9 @@ TEST_F(ViewsTest, TheCombinedItemsOverviewHasTheMachineTheLimitsAndTheSessions) 
 
 TEST_F(ViewsTest, PausedForAnUpdateTheViewsSaySoInsteadOfTheLastFigures) {
     monitor->setSuspended(true, "Paused until Ravo is updated to 0.9");
-    auto overview = inPopover(new OverviewView(monitor.get(), new UsageView(controller.get())));
+    auto overview = inPopover(
+        new OverviewView(monitor.get(), new UsageView(controller->coordinators().usage,
+                                                      controller->coordinators().sessions)));
     auto detail = inPopover(new MetricDetailView(monitor.get(), metrics::SystemMetric::memory));
     for (auto* popover : {overview.get(), detail.get()}) {
         const std::string text = visibleText(*popover);
@@ -288,7 +297,7 @@ TEST_F(ViewsTest, EmptyStatesSayWhy) {
 
     // Codex signed out, and tracking on with no agent to track.
     fs::remove_all(*sessions::SessionStore::directory());
-    controller->setTracksSessions(false);
+    controller->coordinators().sessions->setTracksSessions(false);
     fs::remove_all(home.path() / ".claude");
     UsageSnapshot signedOut;
     signedOut.apply(UsageError{CodexRateLimitsParser::kRejected, std::nullopt, std::nullopt},
@@ -302,9 +311,10 @@ TEST_F(ViewsTest, EmptyStatesSayWhy) {
     app::AppController nothingInstalled(
         &settings, sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
         std::move(services));
-    nothingInstalled.setTracksSessions(true);
-    ASSERT_TRUE(nothingInstalled.tracksSessions());
-    auto popover = inPopover(new UsageView(&nothingInstalled));
+    nothingInstalled.coordinators().sessions->setTracksSessions(true);
+    ASSERT_TRUE(nothingInstalled.coordinators().sessions->tracksSessions());
+    auto popover = inPopover(new UsageView(nothingInstalled.coordinators().usage,
+                                           nothingInstalled.coordinators().sessions));
     const std::string text = visibleText(*popover);
     for (const char* expected : {"Codex rejected the rate limit request",
                                  "Sign in to Codex with `codex login` to see its limits",
@@ -313,7 +323,7 @@ TEST_F(ViewsTest, EmptyStatesSayWhy) {
     testing::saveScreenshot(*popover, "usage-popover-empty");
 
     // The settings list the missing ones unticked, with the reason.
-    SettingsWindow window(&nothingInstalled);
+    SettingsWindow window(nothingInstalled.coordinators());
     window.showTab(SettingsWindow::kPanelTab);
     auto* list = window.findChild<QListWidget*>();
     ASSERT_NE(list, nullptr);
@@ -358,7 +368,7 @@ TEST_F(ViewsTest, MetricDetailsShowTheirFiguresWithoutClipping) {
 }
 
 TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
-    SettingsWindow window(controller.get());
+    SettingsWindow window(controller->coordinators());
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     QStringList tabs;
@@ -391,7 +401,7 @@ TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
     ASSERT_NE(tracking, nullptr);
     EXPECT_TRUE(tracking->isChecked());
     tracking->click();
-    EXPECT_FALSE(controller->tracksSessions());
+    EXPECT_FALSE(controller->coordinators().sessions->tracksSessions());
     EXPECT_FALSE(sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook").isInstalled());
 }
 
@@ -405,14 +415,14 @@ TEST_F(ViewsTest, TheTrackingSwitchShowsWhatTheStartFoundInTheFiles) {
     app::AppController restarted(&settings,
                                  sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
                                  std::move(services));
-    SettingsWindow window(&restarted);
+    SettingsWindow window(restarted.coordinators());
     restarted.start();
     QCheckBox* tracking = nullptr;
     for (auto* box : window.findChildren<QCheckBox*>())
         if (box->text() == SettingsTexts::kTrackSessions)
             tracking = box;
     ASSERT_NE(tracking, nullptr);
-    EXPECT_TRUE(restarted.tracksSessions());
+    EXPECT_TRUE(restarted.coordinators().sessions->tracksSessions());
     EXPECT_TRUE(tracking->isChecked());
     restarted.stop();
 }
@@ -436,7 +446,7 @@ TEST_F(ViewsTest, OnlyTroubleHasAColour) {
 }
 
 TEST_F(ViewsTest, PanelTabOrdersAndEnablesTheMetrics) {
-    SettingsWindow window(controller.get());
+    SettingsWindow window(controller->coordinators());
     window.showTab(SettingsWindow::kPanelTab);
     auto* list = window.findChild<QListWidget*>();
     ASSERT_NE(list, nullptr);
@@ -457,7 +467,7 @@ TEST_F(ViewsTest, PanelTabOrdersAndEnablesTheMetrics) {
 TEST_F(ViewsTest, WithoutATrayTheOverviewWindowFitsKeepsItsSizeAndQuitsWhenClosed) {
     QRect placed;
     {
-        DashboardWindow window(controller.get(), &settings);
+        DashboardWindow window(controller->coordinators(), &settings);
         window.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
         const std::string text = visibleText(window);
@@ -478,8 +488,8 @@ TEST_F(ViewsTest, WithoutATrayTheOverviewWindowFitsKeepsItsSizeAndQuitsWhenClose
         // The user's size survives the content changing under it.
         window.resize(900, 700);
         QTest::qWait(20);
-        emit controller->snapshotChanged();
-        emit controller->sessionsChanged();
+        emit controller->coordinators().usage->snapshotChanged();
+        emit controller->coordinators().sessions->sessionsChanged();
         QTest::qWait(20);
         EXPECT_EQ(window.size(), QSize(900, 700));
         placed = window.geometry();
@@ -489,7 +499,7 @@ TEST_F(ViewsTest, WithoutATrayTheOverviewWindowFitsKeepsItsSizeAndQuitsWhenClose
         EXPECT_EQ(quit.count(), 1);
     }
     // It opens again the size it was left.
-    DashboardWindow again(controller.get(), &settings);
+    DashboardWindow again(controller->coordinators(), &settings);
     again.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&again));
     EXPECT_EQ(again.size(), placed.size());
@@ -511,7 +521,7 @@ TEST_F(ViewsTest, WithoutATrayTheOverviewWindowFitsKeepsItsSizeAndQuitsWhenClose
     EXPECT_TRUE(settings.value(DashboardWindow::kKeepRunningKey).toBool());
 
     // What changed while it was away is there when it comes back.
-    controller->setTracksSessions(false);
+    controller->coordinators().sessions->setTracksSessions(false);
     again.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&again));
     QTest::qWait(20);
@@ -606,7 +616,7 @@ TEST_F(ConnectionViewsTest, TheNetworkTabStoresTheSwitchesAndExplainsABadAddress
     app::AppController withNetwork(&settings,
                                    sessions::HookInstaller(home.path(), "/opt/Ravo/bin/ravo-hook"),
                                    std::move(services));
-    SettingsWindow window(&withNetwork);
+    SettingsWindow window(withNetwork.coordinators());
     window.showTab(SettingsWindow::kNetworkTab);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     const std::string text = visibleText(window);
@@ -646,7 +656,7 @@ TEST_F(ConnectionViewsTest, TheNetworkTabStoresTheSwitchesAndExplainsABadAddress
 TEST_F(ViewsTest, TheSyncTabOffersTheSyncedFoldersAtHomeAndShowsWhatWentWrong) {
     fs::create_directories(home.path() / "Nextcloud/Ravo");
     std::ofstream(home.path() / "Nextcloud/Ravo/settings.json") << "not json";
-    SettingsWindow window(controller.get());
+    SettingsWindow window(controller->coordinators());
     window.showTab(SettingsWindow::kSyncTab);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     EXPECT_NE(visibleText(window).find("saved to Ravo/settings.json"), std::string::npos);
@@ -663,7 +673,7 @@ TEST_F(ViewsTest, TheSyncTabOffersTheSyncedFoldersAtHomeAndShowsWhatWentWrong) {
     emit folders->activated(0);
     EXPECT_EQ(settings.value(sync::SettingsSync::kFolderKey).toString().toStdString(),
               (home.path() / "Nextcloud").string());
-    controller->settingsSync()->start();
+    controller->coordinators().settingsSync->start();
     // The folder is read off the window's thread; the tab shows what it found.
     EXPECT_TRUE(QTest::qWaitFor(
         [&] {

@@ -2,6 +2,8 @@
 #include "cloud/alert_notifier.h"
 #include "cloud/cloud_account.h"
 #include "cloud/telegram_settings.h"
+#include "common/launch_at_login.h"
+#include "sessions/session_tracker.h"
 #include "tests/support/http_stand_in.h"
 #include "tests/support/memory_secret_store.h"
 #include "tests/support/ravo_server_process.h"
@@ -14,6 +16,7 @@
 #include "ui/settings/settings_window.h"
 #include "ui/settings/websites_tab.h"
 #include "ui/widgets/popover_window.h"
+#include "usage/usage_coordinator.h"
 #include "wire/site_url.h"
 
 #include <QCheckBox>
@@ -80,8 +83,8 @@ protected:
         settings.setValue(cloud::CloudAccount::kServerKey, server.origin());
         settings.setValue("websiteCheckIntervalMinutes", 1);
         controller = makeController(home, settings, notifications, std::chrono::milliseconds(300));
-        account = controller->cloudAccount();
-        monitor = controller->websiteMonitor();
+        account = controller->coordinators().cloudAccount;
+        monitor = controller->coordinators().websiteMonitor;
         QCoro::waitFor(account->signIn(ravo::testing::RavoServerProcess::kEmail,
                                        ravo::testing::RavoServerProcess::kPassword));
         ASSERT_TRUE(account->isSignedIn()) << account->error().value_or("");
@@ -118,7 +121,7 @@ protected:
 
 TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
     ASSERT_NO_FATAL_FAILURE(addSites());
-    SettingsWindow window(controller.get());
+    SettingsWindow window(controller->coordinators());
     window.resize(720, 560);
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
@@ -165,7 +168,7 @@ TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
 
     window.showTab(SettingsWindow::kAlertsTab);
     QTest::qWait(5);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !controller->telegram()->isWorking(); }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !controller->coordinators().telegram->isWorking(); }));
     EXPECT_NE(visibleText(window).find("The Ravo server sends website alerts to Telegram"),
               std::string::npos);
     EXPECT_TRUE(clippedLabels(window).empty());
@@ -174,10 +177,10 @@ TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
     ASSERT_NE(desktop, nullptr);
     EXPECT_TRUE(desktop->isChecked());
     desktop->click();
-    EXPECT_FALSE(controller->alertNotifier()->desktopEnabled());
+    EXPECT_FALSE(controller->coordinators().alertNotifier->desktopEnabled());
 
     // Signed out, the tabs say where to sign in, and the account tab offers the ways.
-    QCoro::waitFor(controller->signOut());
+    QCoro::waitFor(controller->coordinators().cloudAccount->signOut());
     EXPECT_NE(visibleText(window).find("Sign in to your Ravo account in the Account tab."),
               std::string::npos);
     window.showTab(SettingsWindow::kAccountTab);
@@ -241,7 +244,7 @@ TEST(AccountTab, SignsInWithTheMailedCode) {
                        QSettings::IniFormat};
     SilentNotifications notifications;
     const auto controller = makeController(home, settings, notifications, std::chrono::seconds(60));
-    SettingsWindow window(controller.get());
+    SettingsWindow window(controller->coordinators());
     window.resize(720, 560);
     window.show();
     window.showTab(SettingsWindow::kAccountTab);
@@ -287,7 +290,8 @@ TEST(AccountTab, SignsInWithTheMailedCode) {
         << visibleText(window);
     codeField->setText(code);
     child<QPushButton>(window, "Sign in")->click();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return controller->cloudAccount()->isSignedIn(); }, 10000))
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return controller->coordinators().cloudAccount->isSignedIn(); }, 10000))
         << visibleText(window);
     QTest::qWait(20);
     EXPECT_NE(visibleText(window).find("Signed in as ada@example.org"), std::string::npos);

@@ -1,8 +1,10 @@
 #include "app/app_controller.h"
 #include "cloud/website_monitor.h"
+#include "common/launch_at_login.h"
 #include "connectivity/connection_watchdog.h"
 #include "core/group_settings.h"
 #include "metrics/system_monitor.h"
+#include "sessions/session_tracker.h"
 #include "tests/metrics/recorded_counter_source.h"
 #include "tests/support/fake_path_monitor.h"
 #include "tests/support/memory_secret_store.h"
@@ -11,6 +13,7 @@
 #include "tests/support/temporary_folder.h"
 #include "updates/release_tool/release_signer.h"
 #include "updates/update_checker.h"
+#include "usage/usage_coordinator.h"
 
 #include <QCoro/QCoroTask>
 #include <QSettings>
@@ -90,12 +93,12 @@ TEST_F(UpdatePauseTest, ANewerReleaseIsOfferedAndMonitoringGoesOn) {
     publish(9, 3, home.path() / "release.pem");
     auto controller = makeController();
     controller->start();
-    auto* checker = controller->updateChecker();
+    auto* checker = controller->coordinators().updateChecker;
     ASSERT_TRUE(QTest::qWaitFor(
         [&] { return checker->decision().kind == UpdateDecision::Kind::available; }, 5000));
     EXPECT_EQ(checker->decision().manifest->notes, "Safer alerts.");
     EXPECT_FALSE(controller->isPaused());
-    EXPECT_TRUE(controller->connectionWatchdog()->isRunning());
+    EXPECT_TRUE(controller->coordinators().watchdog->isRunning());
     EXPECT_TRUE(settings.contains(UpdateChecker::kManifestKey));
     controller->stop();
 }
@@ -104,12 +107,12 @@ TEST_F(UpdatePauseTest, AMinimumAboveThisBuildPausesMonitoringAndTheNextStartSta
     publish(9, 7, home.path() / "release.pem");
     auto controller = makeController();
     controller->start();
-    EXPECT_TRUE(controller->connectionWatchdog()->isRunning());
+    EXPECT_TRUE(controller->coordinators().watchdog->isRunning());
     ASSERT_TRUE(QTest::qWaitFor([&] { return controller->isPaused(); }, 5000));
     EXPECT_TRUE(monitor->isSuspended());
     EXPECT_EQ(monitor->suspendedReason(), "Paused until Ravo is updated to 0.9");
-    EXPECT_FALSE(controller->connectionWatchdog()->isRunning());
-    EXPECT_FALSE(controller->websiteMonitor()->isRunning());
+    EXPECT_FALSE(controller->coordinators().watchdog->isRunning());
+    EXPECT_FALSE(controller->coordinators().websiteMonitor->isRunning());
     EXPECT_TRUE(GroupSettings::readBool(GroupSettings::kUpdateRequired));
     const auto told =
         std::count_if(notifications.posted.begin(), notifications.posted.end(),
@@ -121,11 +124,11 @@ TEST_F(UpdatePauseTest, AMinimumAboveThisBuildPausesMonitoringAndTheNextStartSta
 
     // The verified manifest is kept: the next start knows at once and starts nothing.
     auto next = makeController();
-    EXPECT_EQ(next->updateChecker()->decision().kind, UpdateDecision::Kind::required);
+    EXPECT_EQ(next->coordinators().updateChecker->decision().kind, UpdateDecision::Kind::required);
     next->start();
     EXPECT_TRUE(next->isPaused());
-    EXPECT_FALSE(next->connectionWatchdog()->isRunning());
-    EXPECT_FALSE(next->websiteMonitor()->isRunning());
+    EXPECT_FALSE(next->coordinators().watchdog->isRunning());
+    EXPECT_FALSE(next->coordinators().websiteMonitor->isRunning());
     next->stop();
 }
 
@@ -133,7 +136,7 @@ TEST_F(UpdatePauseTest, AnOlderSignedReleaseIsRefusedAndANewerOneResumesAtOnce) 
     publish(9, 7, home.path() / "release.pem");
     auto controller = makeController();
     controller->start();
-    auto* checker = controller->updateChecker();
+    auto* checker = controller->coordinators().updateChecker;
     ASSERT_TRUE(QTest::qWaitFor([&] { return controller->isPaused(); }, 5000));
 
     // Replayed: an older manifest, correctly signed, that would lift the requirement.
@@ -151,8 +154,8 @@ TEST_F(UpdatePauseTest, AnOlderSignedReleaseIsRefusedAndANewerOneResumesAtOnce) 
     EXPECT_EQ(checker->decision().kind, UpdateDecision::Kind::available);
     EXPECT_FALSE(controller->isPaused());
     EXPECT_FALSE(monitor->isSuspended());
-    EXPECT_TRUE(controller->connectionWatchdog()->isRunning());
-    EXPECT_TRUE(controller->websiteMonitor()->isRunning());
+    EXPECT_TRUE(controller->coordinators().watchdog->isRunning());
+    EXPECT_TRUE(controller->coordinators().websiteMonitor->isRunning());
     EXPECT_FALSE(GroupSettings::readBool(GroupSettings::kUpdateRequired));
     controller->stop();
 }
@@ -163,7 +166,7 @@ TEST_F(UpdatePauseTest, AReleaseSignedWithAnotherKeyIsNeverActedOn) {
     publish(9, 7, other / "other.pem");
     auto controller = makeController();
     controller->start();
-    auto* checker = controller->updateChecker();
+    auto* checker = controller->coordinators().updateChecker;
     ASSERT_TRUE(QTest::qWaitFor([&] { return checker->lastError().has_value(); }, 5000));
     EXPECT_EQ(checker->lastError(), "The update information isn't signed by Ravo.");
     EXPECT_EQ(checker->decision().kind, UpdateDecision::Kind::upToDate);

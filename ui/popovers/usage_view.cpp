@@ -1,10 +1,10 @@
 #include "ui/popovers/usage_view.h"
 
-#include "app/app_controller.h"
-#include "app/session_link.h"
 #include "metrics/core/metric_level.h"
 #include "sessions/core/session_list.h"
 #include "sessions/core/session_settings.h"
+#include "sessions/session_link.h"
+#include "sessions/session_tracker.h"
 #include "ui/theme.h"
 #include "ui/widgets/clickable_row.h"
 #include "ui/widgets/layout_helpers.h"
@@ -12,6 +12,7 @@
 #include "ui/widgets/usage_bar.h"
 #include "ui/widgets/visible_refresh.h"
 #include "usage/core/usage_text.h"
+#include "usage/usage_coordinator.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -76,8 +77,9 @@ QWidget* windowRow(const UsageWindow& window, TimePoint now, const QPalette& pal
 
 } // namespace
 
-UsageView::UsageView(app::AppController* controller, QWidget* parent)
-    : QWidget(parent), controller_(controller) {
+UsageView::UsageView(usage::UsageCoordinator* usage, sessions::SessionTracker* sessions,
+                     QWidget* parent)
+    : QWidget(parent), usage_(usage), sessions_(sessions) {
     setMinimumWidth(360);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -100,16 +102,16 @@ UsageView::UsageView(app::AppController* controller, QWidget* parent)
     actions->addWidget(settings);
     actions->addWidget(quit);
     layout->addLayout(actions);
-    connect(refresh, &QPushButton::clicked, this, [this] { controller_->refresh(); });
+    connect(refresh, &QPushButton::clicked, this, [this] { usage_->refresh(); });
     connect(settings, &QPushButton::clicked, this, &UsageView::settingsRequested);
     connect(quit, &QPushButton::clicked, this, &UsageView::quitRequested);
 
     auto* keepCurrent = new VisibleRefresh(this, [this] { rebuild(); });
-    connect(controller_, &app::AppController::snapshotChanged, keepCurrent,
+    connect(usage_, &usage::UsageCoordinator::snapshotChanged, keepCurrent,
             &VisibleRefresh::request);
-    connect(controller_, &app::AppController::sessionsChanged, keepCurrent,
+    connect(sessions_, &sessions::SessionTracker::sessionsChanged, keepCurrent,
             &VisibleRefresh::request);
-    connect(controller_, &app::AppController::settingsChanged, keepCurrent,
+    connect(sessions_, &sessions::SessionTracker::settingsChanged, keepCurrent,
             &VisibleRefresh::request);
     // Reset times and ages count down while the popover is open.
     auto* clock = new QTimer(this);
@@ -132,7 +134,7 @@ void UsageView::rebuild() {
 }
 
 void UsageView::addProviders() {
-    const auto& snapshot = controller_->snapshot();
+    const auto& snapshot = usage_->snapshot();
     if (!snapshot || snapshot->providers.empty()) {
         body_->addWidget(mutedLabel("Ravo is asking Claude Code and Codex for your limits…"));
         return;
@@ -179,13 +181,13 @@ void UsageView::addProviders() {
 
 void UsageView::addSessions() {
     body_->addWidget(heading("Agent sessions", 14));
-    if (!controller_->tracksSessions()) {
+    if (!sessions_->tracksSessions()) {
         body_->addWidget(wrappedLabel("Turn on “Track agent sessions” in Settings to see your "
                                       "Claude Code and Codex sessions here.",
                                       Theme::mutedText(palette())));
         return;
     }
-    const auto& sessions = controller_->sessions();
+    const auto& sessions = sessions_->sessions();
     if (sessions.empty()) {
         body_->addWidget(wrappedLabel(
             QString::fromUtf8(sessions::SessionList::emptyText(
@@ -201,11 +203,11 @@ void UsageView::addSessions() {
         clickable->setToolTip(session.state == sessions::AgentSession::State::done
                                   ? "Dismiss this finished session"
                                   : "Bring this session's terminal forward");
-        const std::string link = app::SessionLink{session.provider, session.sessionID}.url();
+        const std::string link = sessions::SessionLink{session.provider, session.sessionID}.url();
         connect(clickable, &ClickableRow::clicked, this, [this, link] {
             if (auto* popover = qobject_cast<PopoverWindow*>(window()))
                 popover->hide();
-            controller_->openSession(link);
+            sessions_->openSession(link);
         });
         auto* row = new QGridLayout(clickable);
         row->setContentsMargins(0, 0, 0, 0);

@@ -5,8 +5,11 @@
 class QLabel;
 class QVBoxLayout;
 
-namespace ravo::app {
-class AppController;
+namespace ravo::sessions {
+class SessionTracker;
+}
+namespace ravo::usage {
+class UsageCoordinator;
 }
 
 namespace ravo::ui {
@@ -16,7 +19,8 @@ namespace ravo::ui {
 class UsageView : public QWidget {
     Q_OBJECT
 public:
-    explicit UsageView(app::AppController* controller, QWidget* parent = nullptr);
+    UsageView(usage::UsageCoordinator* usage, sessions::SessionTracker* sessions,
+              QWidget* parent = nullptr);
 
     void rebuild();
 
@@ -28,7 +32,8 @@ private:
     void addProviders();
     void addSessions();
 
-    app::AppController* controller_;
+    usage::UsageCoordinator* usage_;
+    sessions::SessionTracker* sessions_;
     QVBoxLayout* body_;
 };
 

@@ -1,6 +1,5 @@
 #include "ui/settings/account_tab.h"
 
-#include "app/app_controller.h"
 #include "cloud/cloud_account.h"
 #include "ui/settings/settings_texts.h"
 #include "ui/theme.h"
@@ -28,8 +27,8 @@ QHBoxLayout* row(QWidget* field, QPushButton* button) {
 
 } // namespace
 
-AccountTab::AccountTab(app::AppController* controller, QWidget* parent)
-    : QWidget(parent), controller_(controller), account_(controller->cloudAccount()) {
+AccountTab::AccountTab(const Coordinators& coordinators, QWidget* parent)
+    : QWidget(parent), coordinators_(coordinators), account_(coordinators.cloudAccount) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 18, 20, 18);
     layout->setSpacing(8);
@@ -111,7 +110,8 @@ AccountTab::AccountTab(app::AppController* controller, QWidget* parent)
     buttons->addStretch();
     in->addLayout(buttons);
     layout->addWidget(signedIn_);
-    connect(signOut_, &QPushButton::clicked, controller_, [this] { controller_->signOut(); });
+    connect(signOut_, &QPushButton::clicked, this,
+            [this] { coordinators_.cloudAccount->signOut(); });
     connect(delete_, &QPushButton::clicked, this, &AccountTab::confirmDeletion);
 
     error_ = wrappedLabel({}, Theme::errorText(palette()));
@@ -173,7 +173,7 @@ void AccountTab::confirmDeletion() {
     box.setDefaultButton(QMessageBox::Cancel);
     box.exec();
     if (box.clickedButton() == confirm)
-        controller_->deleteAccount();
+        coordinators_.cloudAccount->deleteAccount();
 }
 
 } // namespace ravo::ui

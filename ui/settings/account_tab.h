@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/coordinators.h"
 #include <QWidget>
 
 #include <qcoro/qcorotask.h>
@@ -8,9 +9,6 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 
-namespace ravo::app {
-class AppController;
-}
 namespace ravo::cloud {
 class CloudAccount;
 }
@@ -22,7 +20,7 @@ namespace ravo::ui {
 class AccountTab : public QWidget {
     Q_OBJECT
 public:
-    explicit AccountTab(app::AppController* controller, QWidget* parent = nullptr);
+    explicit AccountTab(const Coordinators& coordinators, QWidget* parent = nullptr);
 
 private:
     void sync();
@@ -30,7 +28,7 @@ private:
     QCoro::Task<> signInWithApple();
     void confirmDeletion();
 
-    app::AppController* controller_;
+    Coordinators coordinators_;
     cloud::CloudAccount* account_;
     QLineEdit* server_;
     QLabel* serverError_;

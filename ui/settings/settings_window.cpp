@@ -1,10 +1,11 @@
 #include "ui/settings/settings_window.h"
 
-#include "app/app_controller.h"
+#include "common/launch_at_login.h"
 #include "core/paths.h"
 #include "metrics/core/metric_source.h"
 #include "metrics/system_monitor.h"
 #include "sessions/codex_hook_trust_check.h"
+#include "sessions/session_tracker.h"
 #include "ui/settings/account_tab.h"
 #include "ui/settings/alerts_tab.h"
 #include "ui/settings/network_tab.h"
@@ -15,6 +16,7 @@
 #include "ui/settings/websites_tab.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
+#include "usage/usage_coordinator.h"
 
 #include <QCheckBox>
 #include <QDesktopServices>
@@ -47,8 +49,8 @@ void showNote(QLabel* label, const std::optional<std::string>& text) {
 
 } // namespace
 
-SettingsWindow::SettingsWindow(app::AppController* controller, QWidget* parent)
-    : QWidget(parent, Qt::Window), controller_(controller), tabs_(new QTabWidget) {
+SettingsWindow::SettingsWindow(const Coordinators& coordinators, QWidget* parent)
+    : QWidget(parent, Qt::Window), coordinators_(coordinators), tabs_(new QTabWidget) {
     setWindowTitle("Ravo Settings");
     setMinimumWidth(560);
     // Tabs do not pass on the height their wrapped texts need at this width.
@@ -60,18 +62,23 @@ SettingsWindow::SettingsWindow(app::AppController* controller, QWidget* parent)
     addTab(kPanelTab, panelTab(), "Panel");
     addTab(kAITab, aiTab(), "AI");
     addTab(kSessionsTab, sessionsTab(), "Sessions");
-    if (auto* watchdog = controller_->connectionWatchdog())
-        addTab(kNetworkTab, new NetworkTab(watchdog, controller_->speedTest()), "Network");
-    addTab(kSyncTab, new SyncTab(controller_->settingsSync()), "Sync");
-    if (controller_->cloudAccount()) {
-        addTab(kAccountTab, new AccountTab(controller_), "Account");
-        addTab(kWebsitesTab, new WebsitesTab(controller_->websiteMonitor()), "Websites");
+    if (auto* watchdog = coordinators_.watchdog)
+        addTab(kNetworkTab, new NetworkTab(watchdog, coordinators_.speedTest), "Network");
+    addTab(kSyncTab, new SyncTab(coordinators_.settingsSync), "Sync");
+    if (coordinators_.cloudAccount) {
+        addTab(kAccountTab, new AccountTab(coordinators_), "Account");
+        addTab(kWebsitesTab, new WebsitesTab(coordinators_.websiteMonitor), "Websites");
         addTab(kAlertsTab,
-               new AlertsTab(controller_->alertNotifier(), controller_->cloudAccount(),
-                             controller_->telegram()),
+               new AlertsTab(coordinators_.alertNotifier, coordinators_.cloudAccount,
+                             coordinators_.telegram),
                "Alerts");
     }
-    connect(controller_, &app::AppController::settingsChanged, this, &SettingsWindow::sync);
+    connect(coordinators_.usage, &usage::UsageCoordinator::settingsChanged, this,
+            &SettingsWindow::sync);
+    connect(coordinators_.sessions, &sessions::SessionTracker::settingsChanged, this,
+            &SettingsWindow::sync);
+    connect(coordinators_.launchAtLogin, &common::LaunchAtLogin::changed, this,
+            &SettingsWindow::sync);
     sync();
 }
 
@@ -92,16 +99,16 @@ QWidget* SettingsWindow::generalTab() {
     auto* page = new QWidget;
     auto* layout = pageLayout(page);
     launchAtLogin_ = addSettingSwitch(layout, SettingsTexts::kLaunchAtLogin);
-    if (!controller_->canManageLoginItem()) {
+    if (!coordinators_.launchAtLogin->canManage()) {
         launchAtLogin_->setEnabled(false);
         QLabel* note =
             wrappedLabel(SettingsTexts::kLoginItemUnavailable, Theme::mutedText(page->palette()));
         note->setContentsMargins(24, 0, 0, 0);
         layout->addWidget(note);
     }
-    connect(launchAtLogin_, &QCheckBox::toggled, controller_,
-            &app::AppController::setLaunchAtLogin);
-    if (auto* checker = controller_->updateChecker())
+    connect(launchAtLogin_, &QCheckBox::toggled, coordinators_.launchAtLogin,
+            &common::LaunchAtLogin::setEnabled);
+    if (auto* checker = coordinators_.updateChecker)
         layout->addWidget(new UpdateSection(checker));
     layout->addStretch();
     layout->addWidget(aboutSection());
@@ -158,7 +165,7 @@ QWidget* SettingsWindow::panelTab() {
     connect(down, &QPushButton::clicked, this, [this] { moveSelectedMetric(1); });
     connect(metrics_, &QListWidget::itemChanged, this, &SettingsWindow::storeMetrics);
     connect(metrics_->model(), &QAbstractItemModel::rowsMoved, this, &SettingsWindow::storeMetrics);
-    if (SystemMonitor* monitor = controller_->systemMonitor()) {
+    if (SystemMonitor* monitor = coordinators_.systemMonitor) {
         connect(monitor, &SystemMonitor::enabledMetricsChanged, this, &SettingsWindow::syncMetrics);
         connect(monitor, &SystemMonitor::metricOrderChanged, this, &SettingsWindow::syncMetrics);
     }
@@ -174,10 +181,10 @@ QWidget* SettingsWindow::aiTab() {
     claudeLimitsError_ = addSettingNote(layout, Theme::errorText(page->palette()));
     asksClaudeCode_ =
         addSettingSwitch(layout, SettingsTexts::kAskClaudeCode, SettingsTexts::kAskClaudeCodeHelp);
-    connect(readsClaudeLimits_, &QCheckBox::toggled, controller_,
-            &app::AppController::setReadsClaudeLimits);
-    connect(asksClaudeCode_, &QCheckBox::toggled, controller_,
-            &app::AppController::setAsksClaudeCodeForUsage);
+    connect(readsClaudeLimits_, &QCheckBox::toggled, coordinators_.usage,
+            &usage::UsageCoordinator::setReadsClaudeLimits);
+    connect(asksClaudeCode_, &QCheckBox::toggled, coordinators_.usage,
+            &usage::UsageCoordinator::setAsksClaudeCodeForUsage);
     layout->addStretch();
     return page;
 }
@@ -190,8 +197,8 @@ QWidget* SettingsWindow::sessionsTab() {
     sessionError_ = addSettingNote(layout, Theme::errorText(page->palette()));
     codexApproval_ =
         addSettingNote(layout, Theme::levelColor(MetricLevel::warning, page->palette()));
-    connect(tracksSessions_, &QCheckBox::toggled, controller_,
-            &app::AppController::setTracksSessions);
+    connect(tracksSessions_, &QCheckBox::toggled, coordinators_.sessions,
+            &sessions::SessionTracker::setTracksSessions);
     layout->addStretch();
     return page;
 }
@@ -200,19 +207,19 @@ void SettingsWindow::sync() {
     // The controller decides; the switches show what it ended up with.
     const QSignalBlocker a(launchAtLogin_), b(readsClaudeLimits_), c(asksClaudeCode_),
         d(tracksSessions_);
-    launchAtLogin_->setChecked(controller_->launchAtLogin());
-    readsClaudeLimits_->setChecked(controller_->readsClaudeLimits());
-    asksClaudeCode_->setChecked(controller_->asksClaudeCodeForUsage());
-    tracksSessions_->setChecked(controller_->tracksSessions());
-    showNote(claudeLimitsError_, controller_->claudeLimitsError());
-    showNote(sessionError_, controller_->sessionTrackingError());
-    showNote(codexApproval_, controller_->codexHooksNeedApproval()
+    launchAtLogin_->setChecked(coordinators_.launchAtLogin->isEnabled());
+    readsClaudeLimits_->setChecked(coordinators_.usage->readsClaudeLimits());
+    asksClaudeCode_->setChecked(coordinators_.usage->asksClaudeCodeForUsage());
+    tracksSessions_->setChecked(coordinators_.sessions->tracksSessions());
+    showNote(claudeLimitsError_, coordinators_.usage->claudeLimitsError());
+    showNote(sessionError_, coordinators_.sessions->trackingError());
+    showNote(codexApproval_, coordinators_.sessions->codexHooksNeedApproval()
                                  ? std::optional<std::string>(sessions::kCodexApprovalMessage)
                                  : std::nullopt);
 }
 
 void SettingsWindow::syncMetrics() {
-    SystemMonitor* monitor = controller_->systemMonitor();
+    SystemMonitor* monitor = coordinators_.systemMonitor;
     if (!monitor)
         return;
     bool same = metrics_->count() == static_cast<int>(monitor->metricOrder().size());
@@ -264,7 +271,7 @@ void SettingsWindow::moveSelectedMetric(int step) {
 }
 
 void SettingsWindow::storeMetrics() {
-    SystemMonitor* monitor = controller_->systemMonitor();
+    SystemMonitor* monitor = coordinators_.systemMonitor;
     if (!monitor)
         return;
     std::vector<SystemMetric> order;

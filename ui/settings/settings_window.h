@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/coordinators.h"
 #include <QHash>
 #include <QWidget>
 
@@ -7,10 +8,6 @@ class QCheckBox;
 class QLabel;
 class QListWidget;
 class QTabWidget;
-
-namespace ravo::app {
-class AppController;
-}
 
 namespace ravo::ui {
 
@@ -31,7 +28,7 @@ public:
         kAlertsTab
     };
 
-    explicit SettingsWindow(app::AppController* controller, QWidget* parent = nullptr);
+    explicit SettingsWindow(const Coordinators& coordinators, QWidget* parent = nullptr);
 
     void showTab(Tab tab);
     QTabWidget* tabs() const { return tabs_; }
@@ -53,7 +50,7 @@ private:
     void moveSelectedMetric(int step);
     void storeMetrics();
 
-    app::AppController* controller_;
+    Coordinators coordinators_;
     QTabWidget* tabs_;
     QHash<int, QWidget*> pages_;
     QCheckBox* launchAtLogin_ = nullptr;

@@ -1,12 +1,9 @@
 #pragma once
 
 #include "metrics/core/metric_format.h"
+#include "ui/coordinators.h"
 
 #include <QObject>
-
-namespace ravo::app {
-class AppController;
-}
 
 namespace ravo::ui {
 
@@ -17,13 +14,13 @@ class TerminalSession;
 class PlainDashboard : public QObject {
     Q_OBJECT
 public:
-    PlainDashboard(app::AppController* controller, TerminalSession* terminal,
+    PlainDashboard(const Coordinators& coordinators, TerminalSession* terminal,
                    QObject* parent = nullptr);
 
     void redraw();
 
 private:
-    app::AppController* controller_;
+    Coordinators coordinators_;
     TerminalSession* terminal_;
     metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
 };

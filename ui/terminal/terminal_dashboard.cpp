@@ -1,11 +1,12 @@
 #include "ui/terminal/terminal_dashboard.h"
 
-#include "app/app_controller.h"
-#include "app/session_link.h"
 #include "metrics/system_monitor.h"
+#include "sessions/session_link.h"
+#include "sessions/session_tracker.h"
 #include "ui/terminal/curses_screen.h"
 #include "ui/terminal/dashboard_frame_reader.h"
 #include "ui/terminal/dashboard_layout.h"
+#include "usage/usage_coordinator.h"
 
 namespace ravo::ui {
 
@@ -21,15 +22,17 @@ void appendCapped(std::deque<double>& values, double value) {
 
 } // namespace
 
-TerminalDashboard::TerminalDashboard(app::AppController* controller, CursesScreen* screen,
+TerminalDashboard::TerminalDashboard(const Coordinators& coordinators, CursesScreen* screen,
                                      QObject* parent)
-    : QObject(parent), controller_(controller), screen_(screen) {
-    connect(controller_->systemMonitor(), &SystemMonitor::readingChanged, this, [this] {
+    : QObject(parent), coordinators_(coordinators), screen_(screen) {
+    connect(coordinators_.systemMonitor, &SystemMonitor::readingChanged, this, [this] {
         record();
         redraw();
     });
-    connect(controller_, &app::AppController::snapshotChanged, this, &TerminalDashboard::redraw);
-    connect(controller_, &app::AppController::sessionsChanged, this, &TerminalDashboard::redraw);
+    connect(coordinators_.usage, &usage::UsageCoordinator::snapshotChanged, this,
+            &TerminalDashboard::redraw);
+    connect(coordinators_.sessions, &sessions::SessionTracker::sessionsChanged, this,
+            &TerminalDashboard::redraw);
     connect(screen_, &CursesScreen::resized, this, &TerminalDashboard::redraw);
     connect(screen_, &CursesScreen::quitRequested, this, &TerminalDashboard::quitRequested);
     connect(screen_, &CursesScreen::keyPressed, this,
@@ -44,7 +47,7 @@ TerminalDashboard::TerminalDashboard(app::AppController* controller, CursesScree
 }
 
 void TerminalDashboard::record() {
-    const auto reading = controller_->systemMonitor()->reading();
+    const auto reading = coordinators_.systemMonitor->reading();
     if (!reading)
         return;
     for (SystemMetric metric : kAllMetrics)
@@ -55,8 +58,8 @@ void TerminalDashboard::record() {
 }
 
 DashboardCounts TerminalDashboard::counts() const {
-    return {static_cast<int>(controller_->systemMonitor()->visibleMetrics().size()),
-            static_cast<int>(controller_->sessions().size())};
+    return {static_cast<int>(coordinators_.systemMonitor->visibleMetrics().size()),
+            static_cast<int>(coordinators_.sessions->sessions().size())};
 }
 
 void TerminalDashboard::act(DashboardAction action) {
@@ -65,19 +68,21 @@ void TerminalDashboard::act(DashboardAction action) {
         return;
     }
     if (action.kind == DashboardAction::Kind::openSession) {
-        const auto sessions = controller_->sessions();
+        const auto sessions = coordinators_.sessions->sessions();
         if (action.session >= 0 && action.session < static_cast<int>(sessions.size())) {
             const auto& session = sessions[static_cast<std::size_t>(action.session)];
-            controller_->openSession(app::SessionLink{session.provider, session.sessionID}.url());
+            coordinators_.sessions->openSession(
+                sessions::SessionLink{session.provider, session.sessionID}.url());
         }
     }
     redraw();
 }
 
 void TerminalDashboard::redraw() {
-    DashboardFrame frame = readDashboardFrame(
-        *controller_->systemMonitor(),
-        {controller_->snapshot(), controller_->tracksSessions(), controller_->sessions()});
+    DashboardFrame frame =
+        readDashboardFrame(*coordinators_.systemMonitor, {coordinators_.usage->snapshot(),
+                                                          coordinators_.sessions->tracksSessions(),
+                                                          coordinators_.sessions->sessions()});
     for (const auto& [metric, values] : history_)
         frame.history[metric] = {values.begin(), values.end()};
     frame.rateHistory[RateSeries::networkIn] = {networkIn_.begin(), networkIn_.end()};

@@ -2,6 +2,7 @@
 
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_metric.h"
+#include "ui/coordinators.h"
 #include "ui/terminal/dashboard_controls.h"
 #include "ui/terminal/screen_grid.h"
 
@@ -9,10 +10,6 @@
 
 #include <deque>
 #include <map>
-
-namespace ravo::app {
-class AppController;
-}
 
 namespace ravo::ui {
 
@@ -26,7 +23,7 @@ class TerminalDashboard : public QObject {
 public:
     static constexpr std::size_t kHistoryLength = 600;
 
-    TerminalDashboard(app::AppController* controller, CursesScreen* screen,
+    TerminalDashboard(const Coordinators& coordinators, CursesScreen* screen,
                       QObject* parent = nullptr);
 
     void redraw();
@@ -39,7 +36,7 @@ private:
     void act(DashboardAction action);
     DashboardCounts counts() const;
 
-    app::AppController* controller_;
+    Coordinators coordinators_;
     CursesScreen* screen_;
     metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
     DashboardView view_;

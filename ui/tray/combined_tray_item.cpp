@@ -1,6 +1,5 @@
 #include "ui/tray/combined_tray_item.h"
 
-#include "app/app_controller.h"
 #include "metrics/core/metric_summary.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/overview_view.h"
@@ -9,14 +8,16 @@
 #include "ui/tray/tray_icon_painter.h"
 #include "ui/tray/tray_item.h"
 #include "ui/widgets/popover_window.h"
+#include "usage/usage_coordinator.h"
 
 namespace ravo::ui {
 
 using namespace metrics;
 
-CombinedTrayItem::CombinedTrayItem(app::AppController* controller, QMenu* menu, QObject* parent)
-    : QObject(parent), controller_(controller), icon_(new TrayItem("ravo", "Ravo", this)),
-      view_(new OverviewView(controller->systemMonitor(), new UsageView(controller))),
+CombinedTrayItem::CombinedTrayItem(const Coordinators& coordinators, QMenu* menu, QObject* parent)
+    : QObject(parent), coordinators_(coordinators), icon_(new TrayItem("ravo", "Ravo", this)),
+      view_(new OverviewView(coordinators.systemMonitor,
+                             new UsageView(coordinators.usage, coordinators.sessions))),
       popover_(new PopoverWindow(view_)) {
     icon_->setContextMenu(menu);
     connect(icon_, &TrayItem::activated, this, [this] { popover_->toggleAt(icon_->anchor()); });
@@ -25,8 +26,9 @@ CombinedTrayItem::CombinedTrayItem(app::AppController* controller, QMenu* menu, 
         emit settingsRequested();
     });
     connect(view_->usage(), &UsageView::quitRequested, this, &CombinedTrayItem::quitRequested);
-    connect(controller_, &app::AppController::snapshotChanged, this, &CombinedTrayItem::redraw);
-    if (auto* monitor = controller_->systemMonitor())
+    connect(coordinators_.usage, &usage::UsageCoordinator::snapshotChanged, this,
+            &CombinedTrayItem::redraw);
+    if (auto* monitor = coordinators_.systemMonitor)
         connect(monitor, &SystemMonitor::readingChanged, this, &CombinedTrayItem::redraw);
     redraw();
     icon_->show();
@@ -46,11 +48,11 @@ void CombinedTrayItem::repaint() {
 }
 
 void CombinedTrayItem::redraw() {
-    SystemMonitor* monitor = controller_->systemMonitor();
+    SystemMonitor* monitor = coordinators_.systemMonitor;
     const SystemReading reading =
         monitor ? monitor->reading().value_or(SystemReading{}) : SystemReading{};
     const auto metrics = monitor ? monitor->visibleMetrics() : std::vector<SystemMetric>{};
-    const auto& snapshot = controller_->snapshot();
+    const auto& snapshot = coordinators_.usage->snapshot();
     const auto peak = snapshot ? snapshot->peakFraction() : std::nullopt;
     const auto content = TrayIconContent::combined(reading, metrics, peak);
     QString tooltip = "Ravo";

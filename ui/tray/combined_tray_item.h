@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/coordinators.h"
 #include "ui/tray/tray_icon_content.h"
 
 #include <QObject>
@@ -7,10 +8,6 @@
 #include <optional>
 
 class QMenu;
-
-namespace ravo::app {
-class AppController;
-}
 
 namespace ravo::ui {
 
@@ -23,7 +20,7 @@ class TrayItem;
 class CombinedTrayItem : public QObject {
     Q_OBJECT
 public:
-    CombinedTrayItem(app::AppController* controller, QMenu* menu, QObject* parent = nullptr);
+    CombinedTrayItem(const Coordinators& coordinators, QMenu* menu, QObject* parent = nullptr);
     ~CombinedTrayItem() override;
 
     void showPopover();
@@ -37,7 +34,7 @@ signals:
 private:
     void redraw();
 
-    app::AppController* controller_;
+    Coordinators coordinators_;
     TrayItem* icon_;
     OverviewView* view_;
     PopoverWindow* popover_;

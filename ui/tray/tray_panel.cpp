@@ -1,6 +1,5 @@
 #include "ui/tray/tray_panel.h"
 
-#include "app/app_controller.h"
 #include "ui/tray/combined_tray_item.h"
 #include "ui/tray/system_tray_items.h"
 #include "ui/tray/tray_item.h"
@@ -11,8 +10,8 @@
 
 namespace ravo::ui {
 
-TrayPanel::TrayPanel(app::AppController* controller, QSettings* settings, QObject* parent)
-    : QObject(parent), controller_(controller), settings_(settings),
+TrayPanel::TrayPanel(const Coordinators& coordinators, QSettings* settings, QObject* parent)
+    : QObject(parent), coordinators_(coordinators), settings_(settings),
       combined_(settings && settings->value(kCombinedKey, false).toBool()) {
     metricMenu_.addAction("AI usage", this, &TrayPanel::showUsage);
     metricMenu_.addAction("Settings…", this,
@@ -57,7 +56,7 @@ void TrayPanel::build() {
     metricItems_.reset();
     websitesItem_.reset();
     if (combined_) {
-        combinedItem_ = std::make_unique<CombinedTrayItem>(controller_, &metricMenu_);
+        combinedItem_ = std::make_unique<CombinedTrayItem>(coordinators_, &metricMenu_);
         connect(combinedItem_.get(), &CombinedTrayItem::settingsRequested, this,
                 [this] { emit settingsRequested(SettingsWindow::kPanelTab); });
         connect(combinedItem_.get(), &CombinedTrayItem::quitRequested, this,
@@ -65,8 +64,8 @@ void TrayPanel::build() {
     } else {
         const auto makeMetricItems = [this] {
             metricItems_ = std::make_unique<SystemTrayItems>(
-                controller_->systemMonitor(), &metricMenu_,
-                ConnectionServices{controller_->connectionWatchdog(), controller_->speedTest()});
+                coordinators_.systemMonitor, &metricMenu_,
+                ConnectionServices{coordinators_.watchdog, coordinators_.speedTest});
         };
         // Read left to right: the metrics, then AI usage, then websites. A host that lists
         // items in the order they come gets the metrics first; an embedded tray puts the
@@ -74,14 +73,14 @@ void TrayPanel::build() {
         const bool inOrder = TrayItem::hostListsInOrder();
         if (inOrder)
             makeMetricItems();
-        usageItem_ = std::make_unique<UsageTrayItem>(controller_);
+        usageItem_ = std::make_unique<UsageTrayItem>(coordinators_);
         connect(usageItem_.get(), &UsageTrayItem::settingsRequested, this,
                 [this] { emit settingsRequested(SettingsWindow::kGeneralTab); });
         connect(usageItem_.get(), &UsageTrayItem::quitRequested, this, &TrayPanel::quitRequested);
         if (!inOrder)
             makeMetricItems();
     }
-    if (auto* websites = controller_->websiteMonitor()) {
+    if (auto* websites = coordinators_.websiteMonitor) {
         websitesItem_ = std::make_unique<WebsitesTrayItem>(websites);
         connect(websitesItem_.get(), &WebsitesTrayItem::settingsRequested, this,
                 [this] { emit settingsRequested(SettingsWindow::kWebsitesTab); });

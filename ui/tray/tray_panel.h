@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/coordinators.h"
 #include "ui/settings/settings_window.h"
 
 #include <QMenu>
@@ -8,10 +9,6 @@
 #include <memory>
 
 class QSettings;
-
-namespace ravo::app {
-class AppController;
-}
 
 namespace ravo::ui {
 
@@ -27,7 +24,7 @@ class TrayPanel : public QObject {
 public:
     static constexpr const char* kCombinedKey = "combinedTrayItem";
 
-    TrayPanel(app::AppController* controller, QSettings* settings, QObject* parent = nullptr);
+    TrayPanel(const Coordinators& coordinators, QSettings* settings, QObject* parent = nullptr);
     ~TrayPanel() override;
 
     bool isCombined() const { return combined_; }
@@ -43,7 +40,7 @@ signals:
 private:
     void build();
 
-    app::AppController* controller_;
+    Coordinators coordinators_;
     QSettings* settings_;
     bool combined_ = false;
     QMenu metricMenu_;

@@ -1,19 +1,20 @@
 #include "ui/tray/usage_tray_item.h"
 
-#include "app/app_controller.h"
 #include "ui/popovers/usage_view.h"
 #include "ui/tray/tray_icon_painter.h"
 #include "ui/tray/tray_item.h"
 #include "ui/widgets/popover_window.h"
+#include "usage/usage_coordinator.h"
 
 #include <QMenu>
 
 namespace ravo::ui {
 
-UsageTrayItem::UsageTrayItem(app::AppController* controller, QObject* parent)
-    : QObject(parent), controller_(controller),
+UsageTrayItem::UsageTrayItem(const Coordinators& coordinators, QObject* parent)
+    : QObject(parent), coordinators_(coordinators),
       icon_(new TrayItem("ravo-ai-usage", "Ravo: AI usage", this)),
-      view_(new UsageView(controller)), popover_(new PopoverWindow(view_)) {
+      view_(new UsageView(coordinators.usage, coordinators.sessions)),
+      popover_(new PopoverWindow(view_)) {
     icon_->setContextMenu(buildMenu());
     connect(icon_, &TrayItem::activated, this, [this] { popover_->toggleAt(icon_->anchor()); });
     connect(view_, &UsageView::settingsRequested, this, [this] {
@@ -21,7 +22,8 @@ UsageTrayItem::UsageTrayItem(app::AppController* controller, QObject* parent)
         emit settingsRequested();
     });
     connect(view_, &UsageView::quitRequested, this, &UsageTrayItem::quitRequested);
-    connect(controller_, &app::AppController::snapshotChanged, this, &UsageTrayItem::redraw);
+    connect(coordinators_.usage, &usage::UsageCoordinator::snapshotChanged, this,
+            &UsageTrayItem::redraw);
     redraw();
     icon_->show();
 }
@@ -37,7 +39,7 @@ void UsageTrayItem::showPopover() {
 QMenu* UsageTrayItem::buildMenu() {
     auto* menu = new QMenu;
     menu->addAction("AI usage", this, &UsageTrayItem::showPopover);
-    menu->addAction("Refresh now", this, [this] { controller_->refresh(); });
+    menu->addAction("Refresh now", this, [this] { coordinators_.usage->refresh(); });
     menu->addSeparator();
     menu->addAction("Settings…", this, &UsageTrayItem::settingsRequested);
     menu->addAction("Quit Ravo", this, &UsageTrayItem::quitRequested);
@@ -51,7 +53,7 @@ void UsageTrayItem::repaint() {
 }
 
 void UsageTrayItem::redraw() {
-    const auto& snapshot = controller_->snapshot();
+    const auto& snapshot = coordinators_.usage->snapshot();
     const auto peak = snapshot ? snapshot->peakFraction() : std::nullopt;
     const bool attention = snapshot && snapshot->needsAttention(Clock::now());
     const QString key = QString("%1|%2").arg(peak ? qRound(*peak * 100) : -1).arg(attention);

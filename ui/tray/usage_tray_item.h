@@ -1,12 +1,9 @@
 #pragma once
 
+#include "ui/coordinators.h"
 #include <QObject>
 
 class QMenu;
-
-namespace ravo::app {
-class AppController;
-}
 
 namespace ravo::ui {
 
@@ -20,7 +17,7 @@ class UsageView;
 class UsageTrayItem : public QObject {
     Q_OBJECT
 public:
-    UsageTrayItem(app::AppController* controller, QObject* parent = nullptr);
+    UsageTrayItem(const Coordinators& coordinators, QObject* parent = nullptr);
     ~UsageTrayItem() override;
 
     void showPopover();
@@ -36,7 +33,7 @@ private:
     void redraw();
     QMenu* buildMenu();
 
-    app::AppController* controller_;
+    Coordinators coordinators_;
     TrayItem* icon_;
     UsageView* view_;
     PopoverWindow* popover_;

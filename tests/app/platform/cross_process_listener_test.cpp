@@ -1,5 +1,5 @@
-#include "app/platform/cross_process_listener.h"
 #include "app/platform/single_instance.h"
+#include "common/cross_process_listener.h"
 #include "core/atomic_file.h"
 #include "core/cross_process_signal.h"
 #include "tests/support/temporary_folder.h"
@@ -19,14 +19,14 @@ namespace {
 class CrossProcessListenerTest : public ::testing::Test {
 protected:
     testing::TemporaryFolder container;
-    CrossProcessListener listener{QString::fromStdString(container.path().string())};
+    common::CrossProcessListener listener{QString::fromStdString(container.path().string())};
 };
 
 TEST_F(CrossProcessListenerTest, TheHooksSignalsArriveAndBurstsCountOnce) {
     listener.start();
     ASSERT_TRUE(listener.isListeningOnBus());
-    QSignalSpy sessions(&listener, &CrossProcessListener::sessionsChanged);
-    QSignalSpy limits(&listener, &CrossProcessListener::claudeLimitsChanged);
+    QSignalSpy sessions(&listener, &common::CrossProcessListener::sessionsChanged);
+    QSignalSpy limits(&listener, &common::CrossProcessListener::claudeLimitsChanged);
     for (int i = 0; i < 50; ++i)
         QDBusConnection::sessionBus().send(
             QDBusMessage::createSignal(CrossProcessSignal::kPath, CrossProcessSignal::kInterface,
@@ -41,8 +41,8 @@ TEST_F(CrossProcessListenerTest, TheHooksSignalsArriveAndBurstsCountOnce) {
 
 TEST_F(CrossProcessListenerTest, WithoutTheBusTheFolderIsWatched) {
     listener.start();
-    QSignalSpy sessions(&listener, &CrossProcessListener::sessionsChanged);
-    QSignalSpy limits(&listener, &CrossProcessListener::claudeLimitsChanged);
+    QSignalSpy sessions(&listener, &common::CrossProcessListener::sessionsChanged);
+    QSignalSpy limits(&listener, &common::CrossProcessListener::claudeLimitsChanged);
     writeFileAtomically(container / "Sessions" / "claude-x.json", "{}");
     ASSERT_TRUE(sessions.wait(2000));
     writeFileAtomically(container / "claude-limits.json", "{}");

@@ -1,5 +1,5 @@
 #include "app/app_services.h"
-#include "app/platform/linux/xdg_autostart_login_item.h"
+#include "common/platform/linux/xdg_autostart_login_item.h"
 #include "core/atomic_file.h"
 #include "tests/support/temporary_folder.h"
 
@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 TEST(XdgAutostart, WritesAnEntryThatStartsThisCopyAndRemovesIt) {
     testing::TemporaryFolder folder;
-    XdgAutostartLoginItem item(folder / "autostart", "/usr/local/bin/ravo");
+    common::XdgAutostartLoginItem item(folder / "autostart", "/usr/local/bin/ravo");
     EXPECT_FALSE(item.isEnabled());
     ASSERT_TRUE(item.setEnabled(true).ok());
     EXPECT_TRUE(item.isEnabled());

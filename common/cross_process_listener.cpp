@@ -1,4 +1,4 @@
-#include "app/platform/cross_process_listener.h"
+#include "common/cross_process_listener.h"
 
 #include "core/cross_process_signal.h"
 
@@ -8,7 +8,7 @@
 #include <QFileSystemWatcher>
 #include <QTimer>
 
-namespace ravo::app {
+namespace ravo::common {
 
 namespace {
 constexpr int kBurstMs = 100;
@@ -72,4 +72,4 @@ void CrossProcessListener::watchFolders() {
     });
 }
 
-} // namespace ravo::app
+} // namespace ravo::common

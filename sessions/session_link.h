@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace ravo::app {
+namespace ravo::sessions {
 
 // "ravo://session/<provider>/<session id>": a link that opens an agent session.
 struct SessionLink {
@@ -19,4 +19,4 @@ struct SessionLink {
     std::string url() const;
 };
 
-} // namespace ravo::app
+} // namespace ravo::sessions

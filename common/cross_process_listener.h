@@ -6,7 +6,7 @@
 class QFileSystemWatcher;
 class QTimer;
 
-namespace ravo::app {
+namespace ravo::common {
 
 // What ravo-hook announces: the D-Bus signals on the session bus and, as a fallback without
 // a bus, changes in the shared folder. Bursts (an agent runs many hooks in a row) arrive
@@ -39,4 +39,4 @@ private:
     QTimer* limitsBurst_ = nullptr;
 };
 
-} // namespace ravo::app
+} // namespace ravo::common

@@ -1,8 +1,8 @@
-#include "app/platform/linux/xdg_autostart_login_item.h"
+#include "common/platform/linux/xdg_autostart_login_item.h"
 
 #include "core/atomic_file.h"
 
-namespace ravo::app {
+namespace ravo::common {
 
 namespace fs = std::filesystem;
 
@@ -40,4 +40,4 @@ Status XdgAutostartLoginItem::setEnabled(bool enabled) {
     return writeFileAtomically(entryPath(), entry);
 }
 
-} // namespace ravo::app
+} // namespace ravo::common

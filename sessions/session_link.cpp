@@ -1,8 +1,8 @@
-#include "app/session_link.h"
+#include "sessions/session_link.h"
 
 #include "sessions/core/session_store.h"
 
-namespace ravo::app {
+namespace ravo::sessions {
 
 std::string SessionLink::url() const {
     return "ravo://session/" + std::string(usage::rawValue(provider)) + "/" + sessionID;
@@ -23,4 +23,4 @@ std::optional<SessionLink> SessionLink::parse(std::string_view url) {
     return SessionLink{*provider, id};
 }
 
-} // namespace ravo::app
+} // namespace ravo::sessions

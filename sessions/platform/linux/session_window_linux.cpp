@@ -1,4 +1,4 @@
-#include "app/platform/session_window.h"
+#include "sessions/platform/session_window.h"
 
 #include "common/log_categories.h"
 
@@ -9,7 +9,7 @@
 
 #include <cstring>
 
-namespace ravo::app {
+namespace ravo::sessions {
 
 namespace {
 
@@ -83,4 +83,4 @@ bool bringSessionForward(const sessions::SessionPlace& place) {
     return found;
 }
 
-} // namespace ravo::app
+} // namespace ravo::sessions

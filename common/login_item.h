@@ -2,7 +2,7 @@
 
 #include "core/result.h"
 
-namespace ravo::app {
+namespace ravo::common {
 
 // Starting Ravo when the user logs in.
 class LoginItem {
@@ -12,4 +12,4 @@ public:
     virtual Status setEnabled(bool enabled) = 0;
 };
 
-} // namespace ravo::app
+} // namespace ravo::common

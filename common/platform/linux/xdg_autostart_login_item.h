@@ -1,10 +1,10 @@
 #pragma once
 
-#include "app/platform/login_item.h"
+#include "common/login_item.h"
 
 #include <filesystem>
 
-namespace ravo::app {
+namespace ravo::common {
 
 // The freedesktop way: "~/.config/autostart/ravo.desktop" starting this copy of ravo.
 class XdgAutostartLoginItem final : public LoginItem {
@@ -21,4 +21,4 @@ private:
     std::filesystem::path executable_;
 };
 
-} // namespace ravo::app
+} // namespace ravo::common
