@@ -10,7 +10,7 @@
 #include "common/sleep_wake_watcher.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
-#include "core/agent_detection.h"
+#include "base/agent_detection.h"
 #include "metrics/system_monitor.h"
 #include "sessions/core/session_tracking.h"
 #include "sessions/session_tracker.h"

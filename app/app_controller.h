@@ -3,7 +3,7 @@
 #include "app/cloud_services.h"
 #include "app/settings_file_watcher.h"
 #include "cloud/website_monitor.h"
-#include "core/user_notifications.h"
+#include "base/user_notifications.h"
 #include "sessions/core/hook_installer.h"
 #include "sync/synced_settings_source.h"
 #include "ui/coordinators.h"

@@ -3,7 +3,7 @@
 
 #include "common/log_categories.h"
 #include "connectivity/connection_watchdog.h"
-#include "core/group_settings.h"
+#include "base/group_settings.h"
 #include "metrics/system_monitor.h"
 #include "updates/update_checker.h"
 

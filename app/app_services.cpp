@@ -8,7 +8,7 @@
 #include "common/platform/linux/xdg_autostart_login_item.h"
 #include "common/settings_values.h"
 #include "connectivity/platform/linux/route_path_monitor.h"
-#include "core/paths.h"
+#include "base/paths.h"
 #include "metrics/platform/platform_counter_source.h"
 #include "metrics/system_monitor.h"
 #include "sessions/codex_hook_trust_check.h"

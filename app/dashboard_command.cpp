@@ -2,7 +2,7 @@
 #include "app/app_services.h"
 #include "app/commands.h"
 #include "app/log_file.h"
-#include "core/paths.h"
+#include "base/paths.h"
 #include "metrics/system_monitor.h"
 #include "ui/terminal/curses_screen.h"
 #include "ui/terminal/plain_dashboard.h"

@@ -4,7 +4,7 @@
 #include "app/log_file.h"
 #include "app/platform/single_instance.h"
 #include "common/log_categories.h"
-#include "core/paths.h"
+#include "base/paths.h"
 #include "ui/color_scheme.h"
 #include "ui/color_scheme_watcher.h"
 #include "ui/dashboard_window.h"

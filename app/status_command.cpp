@@ -7,7 +7,7 @@
 #include "connectivity/core/connection_evaluator.h"
 #include "connectivity/core/network_probe.h"
 #include "connectivity/network_info_reader.h"
-#include "core/paths.h"
+#include "base/paths.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_sampler.h"
 #include "metrics/platform/platform_counter_source.h"

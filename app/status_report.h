@@ -4,7 +4,7 @@
 #include "connectivity/core/connection_state.h"
 #include "connectivity/core/latency_math.h"
 #include "connectivity/core/network_interface_info.h"
-#include "core/json_exact_number.h"
+#include "base/json_exact_number.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
 #include "sessions/core/agent_session.h"

@@ -1,6 +1,6 @@
 #include "app/commands.h"
 #include "app/helper_path.h"
-#include "core/paths.h"
+#include "base/paths.h"
 #include "sessions/core/hook_installer.h"
 
 #include <iostream>

@@ -1,6 +1,6 @@
 #include "cloud/alert_notifier.h"
 
-#include "core/log.h"
+#include "base/log.h"
 
 namespace ravo::cloud {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cloud/core/site_alert.h"
-#include "core/user_notifications.h"
+#include "base/user_notifications.h"
 
 #include <QObject>
 #include <QSettings>

@@ -1,9 +1,9 @@
 #include "cloud/cloud_account.h"
 
 #include "cloud/core/apple_callback.h"
-#include "core/json_parse.h"
-#include "core/log.h"
-#include "core/trimmed.h"
+#include "base/json_parse.h"
+#include "base/log.h"
+#include "base/trimmed.h"
 
 #include <QLocale>
 #include <QSysInfo>

@@ -1,6 +1,6 @@
 #include "cloud/cloud_client.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 namespace ravo::cloud {
 

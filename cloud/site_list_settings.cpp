@@ -1,7 +1,7 @@
 #include "cloud/site_list_settings.h"
 
-#include "core/json_parse.h"
-#include "core/log.h"
+#include "base/json_parse.h"
+#include "base/log.h"
 
 #include <algorithm>
 

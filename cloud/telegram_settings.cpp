@@ -1,8 +1,8 @@
 #include "cloud/telegram_settings.h"
 
-#include "core/json_parse.h"
-#include "core/log.h"
-#include "core/trimmed.h"
+#include "base/json_parse.h"
+#include "base/log.h"
+#include "base/trimmed.h"
 
 namespace ravo::cloud {
 

@@ -2,9 +2,9 @@
 
 #include "cloud/alert_notifier.h"
 #include "cloud/site_list_settings.h"
-#include "core/atomic_file.h"
-#include "core/log.h"
-#include "core/paths.h"
+#include "base/atomic_file.h"
+#include "base/log.h"
+#include "base/paths.h"
 #include "wire/site_url.h"
 
 #include <QUuid>

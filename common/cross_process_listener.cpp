@@ -1,6 +1,6 @@
 #include "common/cross_process_listener.h"
 
-#include "core/cross_process_signal.h"
+#include "base/cross_process_signal.h"
 
 #include <QDBusConnection>
 #include <QDir>

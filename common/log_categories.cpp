@@ -1,6 +1,6 @@
 #include "common/log_categories.h"
 
-#include "core/log.h"
+#include "base/log.h"
 
 #include <QHash>
 #include <QMutex>

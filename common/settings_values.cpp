@@ -1,6 +1,6 @@
 #include "common/settings_values.h"
 
-#include "core/paths.h"
+#include "base/paths.h"
 
 #include <QStringList>
 #include <QVariant>

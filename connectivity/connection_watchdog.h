@@ -2,8 +2,8 @@
 
 #include "connectivity/core/connection_evaluator.h"
 #include "connectivity/core/probe_address.h"
-#include "core/result.h"
-#include "core/user_notifications.h"
+#include "base/result.h"
+#include "base/user_notifications.h"
 
 #include <QObject>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "connectivity/core/speed_test_result.h"
-#include "core/result.h"
+#include "base/result.h"
 
 #include <QObject>
 #include <QString>

@@ -1,7 +1,7 @@
 #include "hook/session_hook_command.h"
 
-#include "core/cross_process_signal.h"
-#include "core/json_parse.h"
+#include "base/cross_process_signal.h"
+#include "base/json_parse.h"
 #include "sessions/core/session_events.h"
 
 #include <cstdlib>

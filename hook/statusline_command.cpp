@@ -1,8 +1,8 @@
 #include "hook/statusline_command.h"
 
-#include "core/atomic_file.h"
-#include "core/cross_process_signal.h"
-#include "core/json_parse.h"
+#include "base/atomic_file.h"
+#include "base/cross_process_signal.h"
+#include "base/json_parse.h"
 #include "hook/chained_status_line.h"
 #include "usage/core/status_line_config.h"
 #include "usage/core/status_line_payload.h"

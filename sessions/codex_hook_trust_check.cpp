@@ -1,6 +1,6 @@
 #include "sessions/codex_hook_trust_check.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 #include "sessions/core/hook_config.h"
 
 #include <QLoggingCategory>

@@ -1,7 +1,7 @@
 #include "sessions/session_tracker.h"
 
 #include "common/log_categories.h"
-#include "core/group_settings.h"
+#include "base/group_settings.h"
 #include "sessions/core/session_list.h"
 #include "sessions/core/session_store.h"
 #include "sessions/core/session_tracking.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/time.h"
+#include "base/time.h"
 #include "sessions/core/agent_session.h"
 #include "sessions/core/hook_installer.h"
 

@@ -2,8 +2,8 @@
 
 #include "common/http_transport.h"
 #include "common/log_categories.h"
-#include "core/atomic_file.h"
-#include "core/json_parse.h"
+#include "base/atomic_file.h"
+#include "base/json_parse.h"
 #include "updates/core/update_verifier.h"
 
 #include <QPointer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/result.h"
+#include "base/result.h"
 #include "updates/core/update_decision.h"
 
 #include <QObject>

@@ -1,6 +1,6 @@
 #include "usage/claude_usage_command.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 #include "usage/core/claude_usage_text.h"
 
 #include <QDateTime>

@@ -1,8 +1,8 @@
 #include "usage/claude_usage_probe.h"
 
 #include "common/settings_values.h"
-#include "core/agent_detection.h"
-#include "core/json_parse.h"
+#include "base/agent_detection.h"
+#include "base/json_parse.h"
 #include "usage/claude_usage_command.h"
 #include "usage/core/claude_account_plan.h"
 #include "usage/core/snapshot_json.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/time.h"
+#include "base/time.h"
 #include "usage/core/usage_model.h"
 #include "usage/process_runner.h"
 

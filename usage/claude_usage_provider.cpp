@@ -1,6 +1,6 @@
 #include "usage/claude_usage_provider.h"
 
-#include "core/agent_detection.h"
+#include "base/agent_detection.h"
 #include "usage/core/claude_account_plan.h"
 #include "usage/core/claude_limits.h"
 #include "usage/core/claude_reading_merge.h"

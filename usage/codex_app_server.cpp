@@ -1,6 +1,6 @@
 #include "usage/codex_app_server.h"
 
-#include "core/agent_detection.h"
+#include "base/agent_detection.h"
 #include "usage/codex_exchange.h"
 
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 #include "usage/codex_exchange.h"
 
 #include "common/child_process_group.h"
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 #include <QProcessEnvironment>
 

@@ -1,6 +1,6 @@
 #include "usage/live_usage.h"
 
-#include "core/agent_detection.h"
+#include "base/agent_detection.h"
 #include "usage/claude_usage_provider.h"
 #include "usage/codex_usage_provider.h"
 #include "usage/core/snapshot_store.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/result.h"
-#include "core/time.h"
+#include "base/result.h"
+#include "base/time.h"
 #include "usage/core/usage_model.h"
 
 #include <QObject>

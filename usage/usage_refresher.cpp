@@ -1,6 +1,6 @@
 #include "usage/usage_refresher.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 #include "usage/usage_log.h"
 
 #include <QPointer>

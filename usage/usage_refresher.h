@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/result.h"
+#include "base/result.h"
 #include "usage/core/usage_model.h"
 #include "usage/usage_provider.h"
 

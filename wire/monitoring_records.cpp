@@ -1,6 +1,6 @@
 #include "wire/monitoring_records.h"
 
-#include "core/json_optional.h"
+#include "base/json_optional.h"
 #include "wire/wire_fields.h"
 
 namespace ravo::wire {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/result.h"
-#include "core/time.h"
+#include "base/result.h"
+#include "base/time.h"
 
 #include <nlohmann/json.hpp>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "wire/site_url.h"
 
-#include "core/trimmed.h"
+#include "base/trimmed.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,6 +1,6 @@
 #include "wire/wire_fields.h"
 
-#include "core/json_optional.h"
+#include "base/json_optional.h"
 #include "wire/wire_records.h"
 
 namespace ravo::wire {
@@ -54,7 +54,7 @@ std::optional<std::int64_t> WireFields::optionalInteger(const char* key) {
     const auto* value = find(key, false);
     if (!value)
         return std::nullopt;
-    const auto integer = json::exactInteger(*value);
+    const auto integer = ravo::json::exactInteger(*value);
     if (!integer)
         fail(std::string(key) + " must be a whole number");
     return integer;

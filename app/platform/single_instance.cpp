@@ -1,7 +1,7 @@
 #include "app/platform/single_instance.h"
 
 #include "common/log_categories.h"
-#include "core/private_folder.h"
+#include "base/private_folder.h"
 
 #include <QDir>
 #include <QLocalServer>

@@ -1,7 +1,7 @@
 #include "cloud/core/apple_callback.h"
 
 #include "cloud/core/cloud_error.h"
-#include "core/form_encoding.h"
+#include "base/form_encoding.h"
 
 #include <algorithm>
 #include <cctype>

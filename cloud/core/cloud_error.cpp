@@ -1,6 +1,6 @@
 #include "cloud/core/cloud_error.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 namespace ravo::cloud {
 

@@ -1,7 +1,7 @@
 #include "cloud/core/monitored_site.h"
 
-#include "core/json_optional.h"
-#include "core/trimmed.h"
+#include "base/json_optional.h"
+#include "base/trimmed.h"
 #include "wire/site_url.h"
 #include "wire/wire_fields.h"
 

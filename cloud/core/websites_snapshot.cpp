@@ -1,6 +1,6 @@
 #include "cloud/core/websites_snapshot.h"
 
-#include "core/json_optional.h"
+#include "base/json_optional.h"
 #include "wire/site_url.h"
 #include "wire/wire_fields.h"
 

@@ -1,6 +1,6 @@
 #include "connectivity/core/network_interface_info.h"
 
-#include "core/trimmed.h"
+#include "base/trimmed.h"
 
 #include <charconv>
 #include <cmath>

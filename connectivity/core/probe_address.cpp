@@ -1,6 +1,6 @@
 #include "connectivity/core/probe_address.h"
 
-#include "core/trimmed.h"
+#include "base/trimmed.h"
 
 #include <charconv>
 

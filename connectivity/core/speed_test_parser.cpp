@@ -1,6 +1,6 @@
 #include "connectivity/core/speed_test_parser.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 #include <cmath>
 #include <initializer_list>

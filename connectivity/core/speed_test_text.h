@@ -1,7 +1,7 @@
 #pragma once
 
 #include "connectivity/core/speed_test_result.h"
-#include "core/number_format.h"
+#include "base/number_format.h"
 
 #include <string>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "connectivity/netquality/netquality_config.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 namespace ravo::connectivity {
 

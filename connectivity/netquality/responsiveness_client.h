@@ -1,7 +1,7 @@
 #pragma once
 
 #include "connectivity/netquality/netquality_report.h"
-#include "core/result.h"
+#include "base/result.h"
 
 #include <chrono>
 #include <string>

@@ -1,6 +1,6 @@
 // A user's ~/.claude/settings.json or ~/.codex/hooks.json, read, edited and written back.
-#include "core/json_config_file.h"
-#include "core/json_parse.h"
+#include "base/json_config_file.h"
+#include "base/json_parse.h"
 #include "fuzz_check.h"
 #include "sessions/core/hook_config.h"
 #include "usage/core/status_line_config.h"

@@ -1,7 +1,7 @@
 // What reaches ravo-server from Sign in with Apple: the form Apple posts back, and the
 // identity token it hands out, checked against a key set.
 #include "fuzz_check.h"
-#include "server/core/apple_tokens.h"
+#include "server/auth/apple_tokens.h"
 
 #include <cstddef>
 #include <cstdint>

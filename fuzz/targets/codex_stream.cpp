@@ -1,5 +1,5 @@
 // `codex app-server` answers, line by line: rate limits and the hook trust list.
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 #include "fuzz_check.h"
 #include "sessions/core/hook_config.h"
 #include "usage/core/codex_rate_limits.h"

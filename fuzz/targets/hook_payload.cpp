@@ -1,5 +1,5 @@
 // The JSON that Claude Code and Codex send to `ravo-hook claude|codex` on standard input.
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 #include "fuzz_check.h"
 #include "sessions/core/session_events.h"
 

@@ -2,8 +2,8 @@
 // device (token "fuzz-token"); shared by the server's fuzz targets.
 #pragma once
 
-#include "server/core/api.h"
-#include "server/core/secrets.h"
+#include "server/api/api.h"
+#include "server/config/secrets.h"
 #include "server/store/sql_store.h"
 
 #include <filesystem>

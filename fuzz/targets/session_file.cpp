@@ -1,6 +1,6 @@
 // Files in the shared folder that other processes write: session records and where they
 // run, Claude's limits.
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 #include "fuzz_check.h"
 #include "sessions/core/agent_session.h"
 #include "sessions/core/session_place.h"

@@ -1,6 +1,6 @@
 // The JSON Claude Code sends to its status-line command, `ravo-hook statusline`.
-#include "core/json_parse.h"
-#include "core/time.h"
+#include "base/json_parse.h"
+#include "base/time.h"
 #include "fuzz_check.h"
 #include "usage/core/claude_limits.h"
 #include "usage/core/status_line_payload.h"

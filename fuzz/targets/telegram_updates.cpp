@@ -1,5 +1,5 @@
 // What the Telegram Bot API's getUpdates answers when the app looks for the user's chats.
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 #include "fuzz_check.h"
 #include "wire/telegram_api.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/number_format.h"
+#include "base/number_format.h"
 
 #include <cstdint>
 #include <string>

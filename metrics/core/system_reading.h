@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/time.h"
+#include "base/time.h"
 #include "metrics/core/system_metric.h"
 
 #include <cstdint>

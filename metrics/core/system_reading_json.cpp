@@ -1,6 +1,6 @@
 #include "metrics/core/system_reading_json.h"
 
-#include "core/json_optional.h"
+#include "base/json_optional.h"
 
 #include <nlohmann/json.hpp>
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/time.h"
+#include "base/time.h"
 #include "metrics/core/counter_source.h"
 #include "metrics/core/sample_request.h"
 

@@ -1,6 +1,6 @@
 #include "server/alerts/alert_worker.h"
 
-#include "core/log.h"
+#include "base/log.h"
 
 namespace ravo::server {
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "server/alerts/telegram_client.h"
-#include "server/core/store.h"
-#include "server/core/worker_thread.h"
+#include "server/store/store.h"
+#include "base/worker_thread.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "server/alerts/telegram_answer.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "server/alerts/telegram_client.h"
 
-#include "server/core/http_fetch.h"
+#include "server/net/http_fetch.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,6 +1,6 @@
 #include "server/checker/checker.h"
 
-#include "core/log.h"
+#include "base/log.h"
 
 #include <algorithm>
 #include <cmath>

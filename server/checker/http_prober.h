@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/core/store.h"
+#include "server/store/store.h"
 #include "server/net/ip_address.h"
 #include "server/net/ip_network.h"
 

@@ -1,6 +1,6 @@
 #include "server/http/http_request_reader.h"
 
-#include "core/trimmed.h"
+#include "base/trimmed.h"
 
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/http/empty_body.hpp>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/core/http_message.h"
+#include "server/http/http_message.h"
 #include "server/http/http_server.h"
 #include "server/net/client_address.h"
 

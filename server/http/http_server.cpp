@@ -2,7 +2,7 @@
 
 #include "server/http/http_session.h"
 
-#include "core/log.h"
+#include "base/log.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "server/core/http_message.h"
-#include "server/core/transfer_budget.h"
+#include "server/http/http_message.h"
+#include "server/api/transfer_budget.h"
 #include "server/net/client_address.h"
 
 #include <boost/asio/io_context.hpp>

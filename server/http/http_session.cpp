@@ -2,7 +2,7 @@
 
 #include "server/http/http_request_reader.h"
 
-#include "core/log.h"
+#include "base/log.h"
 
 #include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core.hpp>

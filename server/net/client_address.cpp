@@ -1,6 +1,6 @@
 #include "server/net/client_address.h"
 
-#include "core/trimmed.h"
+#include "base/trimmed.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,7 +1,7 @@
 #include "server/store/sql_store.h"
 
-#include "server/core/email_address.h"
-#include "server/core/secrets.h"
+#include "server/auth/email_address.h"
+#include "server/config/secrets.h"
 #include "server/store/postgres_database.h"
 #include "server/store/sql_schema.h"
 #include "server/store/sqlite_database.h"

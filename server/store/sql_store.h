@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/core/store.h"
+#include "server/store/store.h"
 #include "server/store/sql_pool.h"
 
 #include <memory>

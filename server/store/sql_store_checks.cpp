@@ -1,7 +1,7 @@
 #include "server/store/sql_store.h"
 
 #include "server/alerts/alert_text.h"
-#include "server/core/secrets.h"
+#include "server/config/secrets.h"
 #include "wire/site_url.h"
 
 #include <cmath>

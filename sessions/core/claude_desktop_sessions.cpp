@@ -1,7 +1,7 @@
 #include "sessions/core/claude_desktop_sessions.h"
 
-#include "core/json_file.h"
-#include "core/paths.h"
+#include "base/json_file.h"
+#include "base/paths.h"
 
 #include <nlohmann/json.hpp>
 

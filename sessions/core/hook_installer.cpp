@@ -1,10 +1,10 @@
 #include "sessions/core/hook_installer.h"
 
-#include "core/agent_detection.h"
-#include "core/atomic_file.h"
-#include "core/json_config_file.h"
-#include "core/log.h"
-#include "core/shell_quote.h"
+#include "base/agent_detection.h"
+#include "base/atomic_file.h"
+#include "base/json_config_file.h"
+#include "base/log.h"
+#include "base/shell_quote.h"
 #include "sessions/core/hook_config.h"
 #include "usage/core/status_line_config.h"
 

@@ -1,6 +1,6 @@
 #include "sessions/core/session_settings.h"
 
-#include "core/group_settings.h"
+#include "base/group_settings.h"
 
 #include <algorithm>
 

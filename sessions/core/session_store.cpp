@@ -1,8 +1,8 @@
 #include "sessions/core/session_store.h"
 
-#include "core/atomic_file.h"
-#include "core/json_file.h"
-#include "core/paths.h"
+#include "base/atomic_file.h"
+#include "base/json_file.h"
+#include "base/paths.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "sessions/core/session_tracking.h"
 
-#include "core/group_settings.h"
-#include "core/log.h"
+#include "base/group_settings.h"
+#include "base/log.h"
 #include "sessions/core/session_settings.h"
 
 namespace ravo::sessions::SessionTracking {

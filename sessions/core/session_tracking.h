@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/result.h"
+#include "base/result.h"
 #include "sessions/core/hook_installer.h"
 
 // The "Track agent sessions" switch: the hooks in the agents' files, and the shared flags

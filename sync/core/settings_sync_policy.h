@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/time.h"
+#include "base/time.h"
 #include "sync/core/synced_settings_file.h"
 
 #include <optional>

@@ -1,6 +1,6 @@
 #include "sync/core/synced_folder.h"
 
-#include "core/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 #include <cerrno>
 #include <fcntl.h>

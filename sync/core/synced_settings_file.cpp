@@ -1,6 +1,6 @@
 #include "sync/core/synced_settings_file.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 #include <nlohmann/json.hpp>
 

@@ -3,7 +3,7 @@
 #include "cloud/core/websites_snapshot.h"
 #include "cloud/site_list_settings.h"
 #include "cloud/website_monitor.h"
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 #include "tests/support/http_stand_in.h"
 #include "tests/support/memory_secret_store.h"
 #include "tests/support/ravo_server_process.h"

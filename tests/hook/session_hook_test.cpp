@@ -1,4 +1,4 @@
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "sessions/core/session_store.h"
 #include "tests/support/child_process.h"
 #include "tests/support/silent_bus.h"

@@ -1,4 +1,4 @@
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "tests/support/child_process.h"
 #include "tests/support/silent_bus.h"
 #include "usage/core/claude_limits.h"

@@ -1,5 +1,5 @@
-#include "server/core/apple_tokens.h"
-#include "server/core/secrets.h"
+#include "server/auth/apple_tokens.h"
+#include "server/config/secrets.h"
 
 #include <gtest/gtest.h>
 

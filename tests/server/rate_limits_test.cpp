@@ -1,5 +1,5 @@
-#include "server/core/rate_limiter.h"
-#include "server/core/transfer_budget.h"
+#include "server/api/rate_limiter.h"
+#include "server/api/transfer_budget.h"
 
 #include <gtest/gtest.h>
 

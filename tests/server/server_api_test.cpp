@@ -1,7 +1,7 @@
-#include "core/json_parse.h"
-#include "server/core/api.h"
-#include "server/core/mail_queue.h"
-#include "server/core/secrets.h"
+#include "base/json_parse.h"
+#include "server/api/api.h"
+#include "server/mail/mail_queue.h"
+#include "server/config/secrets.h"
 #include "server/store/sql_store.h"
 #include "tests/support/temporary_folder.h"
 

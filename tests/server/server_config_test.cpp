@@ -1,6 +1,6 @@
-#include "core/atomic_file.h"
-#include "server/core/server_config.h"
-#include "server/core/smtp_mailer.h"
+#include "base/atomic_file.h"
+#include "server/config/server_config.h"
+#include "server/mail/smtp_mailer.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>

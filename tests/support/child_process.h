@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "tests/support/temporary_folder.h"
 
 #include <fcntl.h>

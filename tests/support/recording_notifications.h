@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/user_notifications.h"
+#include "base/user_notifications.h"
 
 #include <vector>
 

@@ -2,7 +2,7 @@
 #include "common/launch_at_login.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
-#include "core/group_settings.h"
+#include "base/group_settings.h"
 #include "metrics/system_monitor.h"
 #include "sessions/core/hook_installer.h"
 #include "sessions/core/session_store.h"

@@ -2,7 +2,7 @@
 #include "cloud/website_monitor.h"
 #include "common/launch_at_login.h"
 #include "connectivity/connection_watchdog.h"
-#include "core/group_settings.h"
+#include "base/group_settings.h"
 #include "metrics/system_monitor.h"
 #include "sessions/session_tracker.h"
 #include "tests/metrics/recorded_counter_source.h"

@@ -1,4 +1,4 @@
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "tests/support/temporary_folder.h"
 #include "usage/claude_usage_probe.h"
 #include "usage/claude_usage_provider.h"

@@ -1,4 +1,4 @@
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "tests/support/temporary_folder.h"
 #include "usage/codex_app_server.h"
 #include "usage/codex_usage_provider.h"

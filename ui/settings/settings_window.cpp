@@ -1,7 +1,7 @@
 #include "ui/settings/settings_window.h"
 
 #include "common/launch_at_login.h"
-#include "core/paths.h"
+#include "base/paths.h"
 #include "metrics/core/metric_source.h"
 #include "metrics/system_monitor.h"
 #include "sessions/codex_hook_trust_check.h"

@@ -1,6 +1,6 @@
 #include "ui/settings/sync_tab.h"
 
-#include "core/paths.h"
+#include "base/paths.h"
 #include "sync/core/synced_folder.h"
 #include "sync/settings_sync.h"
 #include "ui/settings/setting_switch.h"

@@ -1,6 +1,6 @@
 #include "ui/settings/update_section.h"
 
-#include "core/paths.h"
+#include "base/paths.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 #include "updates/update_checker.h"

@@ -1,6 +1,6 @@
 #include "updates/core/update_verifier.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 #include <openssl/evp.h>
 

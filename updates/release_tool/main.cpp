@@ -1,7 +1,7 @@
 // ravo-release: makes the key, signs release manifests and checks envelopes exactly as
 // Ravo will, so a publisher needs no other tool.
-#include "core/atomic_file.h"
-#include "core/json_parse.h"
+#include "base/atomic_file.h"
+#include "base/json_parse.h"
 #include "updates/core/update_decision.h"
 #include "updates/core/update_verifier.h"
 #include "updates/release_tool/release_signer.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/result.h"
+#include "base/result.h"
 
 #include <filesystem>
 #include <string>

@@ -1,6 +1,6 @@
 #include "usage/core/claude_account_plan.h"
 
-#include "core/json_file.h"
+#include "base/json_file.h"
 #include "usage/core/usage_model.h"
 
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 #include "usage/core/claude_limits.h"
 
-#include "core/json_file.h"
-#include "core/paths.h"
+#include "base/json_file.h"
+#include "base/paths.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>

@@ -1,6 +1,6 @@
 #include "usage/core/codex_rate_limits.h"
 
-#include "core/json_parse.h"
+#include "base/json_parse.h"
 
 #include <algorithm>
 #include <cctype>

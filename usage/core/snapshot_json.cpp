@@ -1,8 +1,8 @@
 #include "usage/core/snapshot_json.h"
 
-#include "core/json_exact_number.h"
-#include "core/json_optional.h"
-#include "core/json_parse.h"
+#include "base/json_exact_number.h"
+#include "base/json_optional.h"
+#include "base/json_parse.h"
 
 #include <stdexcept>
 

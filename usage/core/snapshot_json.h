@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/json_exact_number.h"
-#include "core/result.h"
+#include "base/json_exact_number.h"
+#include "base/result.h"
 #include "usage/core/usage_model.h"
 
 #include <nlohmann/json.hpp>

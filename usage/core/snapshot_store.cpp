@@ -1,8 +1,8 @@
 #include "usage/core/snapshot_store.h"
 
-#include "core/atomic_file.h"
-#include "core/log.h"
-#include "core/paths.h"
+#include "base/atomic_file.h"
+#include "base/log.h"
+#include "base/paths.h"
 #include "usage/core/snapshot_json.h"
 
 #include <cerrno>

@@ -1,8 +1,8 @@
 #include "usage/core/status_line_config.h"
 
-#include "core/json_file.h"
-#include "core/paths.h"
-#include "core/shell_quote.h"
+#include "base/json_file.h"
+#include "base/paths.h"
+#include "base/shell_quote.h"
 
 namespace ravo::usage {
 

@@ -1,6 +1,6 @@
 #include "common/platform/linux/xdg_autostart_login_item.h"
 
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 
 namespace ravo::common {
 

@@ -1,8 +1,8 @@
 #include "connectivity/network_info_reader.h"
 
 #include "connectivity/platform/linux/route_parsers.h"
-#include "core/atomic_file.h"
-#include "core/trimmed.h"
+#include "base/atomic_file.h"
+#include "base/trimmed.h"
 
 #include <cstring>
 

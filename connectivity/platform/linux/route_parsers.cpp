@@ -1,6 +1,6 @@
 #include "connectivity/platform/linux/route_parsers.h"
 
-#include "core/kernel_text.h"
+#include "base/kernel_text.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "connectivity/platform/linux/route_path_monitor.h"
 
 #include "connectivity/platform/linux/route_parsers.h"
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 
 #include <QNetworkInformation>
 #include <QSocketNotifier>

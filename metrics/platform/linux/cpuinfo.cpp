@@ -1,7 +1,7 @@
 #include "metrics/platform/linux/cpuinfo.h"
 
-#include "core/atomic_file.h"
-#include "core/kernel_text.h"
+#include "base/atomic_file.h"
+#include "base/kernel_text.h"
 #include "metrics/platform/linux/sysfs_discovery.h"
 
 #include <algorithm>

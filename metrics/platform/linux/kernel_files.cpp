@@ -1,6 +1,6 @@
 #include "metrics/platform/linux/kernel_files.h"
 
-#include "core/kernel_text.h"
+#include "base/kernel_text.h"
 
 #include <cerrno>
 #include <fcntl.h>

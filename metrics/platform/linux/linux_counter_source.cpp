@@ -1,6 +1,6 @@
 #include "metrics/platform/linux/linux_counter_source.h"
 
-#include "core/kernel_text.h"
+#include "base/kernel_text.h"
 #include "metrics/platform/linux/proc_parsers.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "metrics/platform/linux/proc_parsers.h"
 
-#include "core/kernel_text.h"
+#include "base/kernel_text.h"
 
 #include <algorithm>
 

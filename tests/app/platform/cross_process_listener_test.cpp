@@ -1,7 +1,7 @@
 #include "app/platform/single_instance.h"
 #include "common/cross_process_listener.h"
-#include "core/atomic_file.h"
-#include "core/cross_process_signal.h"
+#include "base/atomic_file.h"
+#include "base/cross_process_signal.h"
 #include "tests/support/temporary_folder.h"
 
 #include <QDBusConnection>

@@ -1,6 +1,6 @@
 #include "app/app_services.h"
 #include "common/platform/linux/xdg_autostart_login_item.h"
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 #include "connectivity/core/network_probe.h"
 #include "connectivity/core/probe_address.h"
 #include "connectivity/network_info_reader.h"
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "sessions/core/claude_desktop_sessions.h"
 #include "sessions/core/session_settings.h"
 #include "sessions/core/session_store.h"

@@ -1,5 +1,5 @@
-#include "core/atomic_file.h"
-#include "core/json_config_file.h"
+#include "base/atomic_file.h"
+#include "base/json_config_file.h"
 #include "sessions/core/hook_installer.h"
 #include "tests/support/temporary_folder.h"
 #include "usage/core/status_line_config.h"

@@ -1,4 +1,4 @@
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 #include "tests/support/temporary_folder.h"
 #include "usage/core/snapshot_json.h"
 #include "usage/core/snapshot_store.h"

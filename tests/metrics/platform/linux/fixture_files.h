@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/atomic_file.h"
+#include "base/atomic_file.h"
 
 #include <filesystem>
 #include <string>
