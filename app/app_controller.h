@@ -2,8 +2,8 @@
 
 #include "app/cloud_services.h"
 #include "app/settings_file_watcher.h"
-#include "cloud/website_monitor.h"
 #include "base/user_notifications.h"
+#include "cloud/website_monitor.h"
 #include "sessions/core/hook_installer.h"
 #include "sync/synced_settings_source.h"
 #include "ui/coordinators.h"
@@ -127,6 +127,13 @@ signals:
     void pausedChanged();
 
 private:
+    // The composition: one function per subsystem, in the order they depend on each other.
+    void buildUpdates();
+    void buildUsage();
+    void buildSessions();
+    void buildConnectivity();
+    void buildCloud();
+    void buildSync();
     void startSessionTracking();
     // An installed copy's first start changes files of the user's: it says which.
     void tellWhatTheFirstStartChanged(bool addedStatusLine);

@@ -26,7 +26,7 @@ sync::SyncedSettings AppController::syncedSettings() const {
     }
     settings.desktopAlerts = alertNotifier_
                                  ? alertNotifier_->desktopEnabled()
-                                 : common::readBool(*defaults_, "desktopAlertsEnabled", true);
+                                 : common::readFlag(*defaults_, cloud::AlertNotifier::kDesktop);
     if (watchdog_) {
         settings.connectionAlerts = watchdog_->alertsEnabled();
         settings.latencyMonitoring = watchdog_->latencyMonitoringEnabled();
@@ -61,15 +61,18 @@ void AppController::reloadSetting(const std::string& key) {
         monitor->setEnabledMetrics(metrics::MetricSettings::enabledMetrics(
             common::readStringList(*defaults_, metrics::MetricSettings::kEnabledKey)));
     } else if (name == cloud::AlertNotifier::kEnabledKey && alertNotifier_) {
-        alertNotifier_->setDesktopEnabled(common::readBool(*defaults_, name, true));
+        alertNotifier_->setDesktopEnabled(
+            common::readFlag(*defaults_, cloud::AlertNotifier::kDesktop));
     } else if (name == connectivity::ConnectionWatchdog::kAlertsKey && watchdog_) {
-        watchdog_->setAlertsEnabled(common::readBool(*defaults_, name, true));
+        watchdog_->setAlertsEnabled(
+            common::readFlag(*defaults_, connectivity::ConnectionWatchdog::kAlerts));
     } else if (name == connectivity::ConnectionWatchdog::kLatencyKey && watchdog_) {
-        watchdog_->setLatencyMonitoringEnabled(common::readBool(*defaults_, name, true));
+        watchdog_->setLatencyMonitoringEnabled(
+            common::readFlag(*defaults_, connectivity::ConnectionWatchdog::kLatency));
     } else if (name == connectivity::ProbeAddress::kSettingsKey && watchdog_) {
         watchdog_->setProbeAddress(defaults_->value(name).toString().toStdString());
     } else if (name == sync::SettingsSync::kEnabledKey) {
-        settingsSync_->setEnabled(common::readBool(*defaults_, name, false));
+        settingsSync_->setEnabled(common::readFlag(*defaults_, sync::SettingsSync::kEnabled));
     } else if (name == sync::SettingsSync::kFolderKey) {
         settingsSync_->setFolder(defaults_->value(name).toString().toStdString());
     }

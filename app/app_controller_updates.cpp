@@ -1,9 +1,9 @@
 // The controller and a required update: monitoring pauses, and resumes when it is lifted.
 #include "app/app_controller.h"
 
+#include "base/group_settings.h"
 #include "common/log_categories.h"
 #include "connectivity/connection_watchdog.h"
-#include "base/group_settings.h"
 #include "metrics/system_monitor.h"
 #include "updates/update_checker.h"
 

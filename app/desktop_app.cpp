@@ -3,8 +3,8 @@
 #include "app/commands.h"
 #include "app/log_file.h"
 #include "app/platform/single_instance.h"
-#include "common/log_categories.h"
 #include "base/paths.h"
+#include "common/log_categories.h"
 #include "ui/color_scheme.h"
 #include "ui/color_scheme_watcher.h"
 #include "ui/dashboard_window.h"
@@ -21,6 +21,62 @@
 #include <iostream>
 
 namespace ravo::app {
+
+namespace {
+
+// The tray items, redrawn when the panel changes colour; the settings window opens from them.
+std::unique_ptr<ui::TrayPanel> showTray(AppServices& services, ui::SettingsWindow& settings,
+                                        ui::ColorSchemeWatcher& schemeWatcher,
+                                        ui::PanelTone startingTone) {
+    auto tray =
+        std::make_unique<ui::TrayPanel>(services.controller()->coordinators(), services.settings());
+    ui::TrayPanel* panel = tray.get();
+    QObject::connect(&schemeWatcher, &ui::ColorSchemeWatcher::changed, panel,
+                     [panel, tone = startingTone](int colorScheme) mutable {
+                         const ui::PanelTone now = ui::detectPanelTone(colorScheme);
+                         if (now == tone)
+                             return;
+                         tone = now;
+                         qCInfo(lcApp) << "The panel changed colour; drawing the items again";
+                         ui::TrayIconPainter::setPanelTone(now);
+                         panel->repaint();
+                     });
+    QObject::connect(panel, &ui::TrayPanel::settingsRequested, &settings,
+                     [&settings](ui::SettingsWindow::Tab tab) { settings.showTab(tab); });
+    QObject::connect(panel, &ui::TrayPanel::quitRequested, qApp, &QApplication::quit);
+    settings.setCombinedTrayItem(panel->isCombined());
+    QObject::connect(&settings, &ui::SettingsWindow::combinedTrayItemChosen, panel,
+                     &ui::TrayPanel::setCombined);
+    return tray;
+}
+
+// Without a tray, the overview in a window of its own; closing it the first time says that
+// Ravo keeps running.
+std::unique_ptr<ui::DashboardWindow> showDashboardWindow(AppServices& services,
+                                                         ui::SettingsWindow& settings) {
+    qCInfo(lcApp) << "No system tray; showing the dashboard window";
+    auto dashboard = std::make_unique<ui::DashboardWindow>(services.controller()->coordinators(),
+                                                           services.settings());
+    QObject::connect(dashboard.get(), &ui::DashboardWindow::keptRunning, services.controller(),
+                     [&services](bool firstTime) {
+                         if (!firstTime)
+                             return;
+                         services.notifications()->post(
+                             {"kept-running", "app", "Ravo is still running",
+                              ui::DashboardWindow::kStillRunningText, "ravo", ""},
+                             [](const std::string& error) {
+                                 qCWarning(lcApp).noquote() << QString::fromStdString(error);
+                             });
+                     });
+    QObject::connect(dashboard.get(), &ui::DashboardWindow::settingsRequested, &settings,
+                     [&settings] { settings.showTab(ui::SettingsWindow::kGeneralTab); });
+    QObject::connect(dashboard.get(), &ui::DashboardWindow::quitRequested, qApp,
+                     &QApplication::quit);
+    dashboard->show();
+    return dashboard;
+}
+
+} // namespace
 
 int runDesktop(int argc, char** argv, const std::string& openURL) {
     QApplication application(argc, argv);
@@ -61,46 +117,10 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
             dashboard->raise();
         }
     };
-    if (QSystemTrayIcon::isSystemTrayAvailable() || ui::TrayItem::hostListsInOrder()) {
-        tray = std::make_unique<ui::TrayPanel>(controller->coordinators(), services.settings());
-        QObject::connect(&schemeWatcher, &ui::ColorSchemeWatcher::changed, tray.get(),
-                         [&tray, tone = startingTone](int colorScheme) mutable {
-                             const ui::PanelTone now = ui::detectPanelTone(colorScheme);
-                             if (now == tone)
-                                 return;
-                             tone = now;
-                             qCInfo(lcApp) << "The panel changed colour; drawing the items again";
-                             ui::TrayIconPainter::setPanelTone(now);
-                             tray->repaint();
-                         });
-        QObject::connect(tray.get(), &ui::TrayPanel::settingsRequested, &settings,
-                         [&settings](ui::SettingsWindow::Tab tab) { settings.showTab(tab); });
-        QObject::connect(tray.get(), &ui::TrayPanel::quitRequested, &application,
-                         &QApplication::quit);
-        settings.setCombinedTrayItem(tray->isCombined());
-        QObject::connect(&settings, &ui::SettingsWindow::combinedTrayItemChosen, tray.get(),
-                         &ui::TrayPanel::setCombined);
-    } else {
-        qCInfo(lcApp) << "No system tray; showing the dashboard window";
-        dashboard =
-            std::make_unique<ui::DashboardWindow>(controller->coordinators(), services.settings());
-        QObject::connect(dashboard.get(), &ui::DashboardWindow::keptRunning, controller,
-                         [&services](bool firstTime) {
-                             if (!firstTime)
-                                 return;
-                             services.notifications()->post(
-                                 {"kept-running", "app", "Ravo is still running",
-                                  ui::DashboardWindow::kStillRunningText, "ravo", ""},
-                                 [](const std::string& error) {
-                                     qCWarning(lcApp).noquote() << QString::fromStdString(error);
-                                 });
-                         });
-        QObject::connect(dashboard.get(), &ui::DashboardWindow::settingsRequested, &settings,
-                         [&settings] { settings.showTab(ui::SettingsWindow::kGeneralTab); });
-        QObject::connect(dashboard.get(), &ui::DashboardWindow::quitRequested, &application,
-                         &QApplication::quit);
-        dashboard->show();
-    }
+    if (QSystemTrayIcon::isSystemTrayAvailable() || ui::TrayItem::hostListsInOrder())
+        tray = showTray(services, settings, schemeWatcher, startingTone);
+    else
+        dashboard = showDashboardWindow(services, settings);
     QObject::connect(&instance, &SingleInstance::showUsageRequested, &application, showUsage);
     QObject::connect(&instance, &SingleInstance::openRequested, controller,
                      [controller, showUsage, &settings](const QString& text) {

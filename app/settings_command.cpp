@@ -40,17 +40,18 @@ int unknown(const std::string& name) {
 int runSettingsCommand(const SettingsRequest& request) {
     auto settings = common::openUserSettings();
     if (request.action == "list") {
-        for (const auto& key : SettingKeys::all()) {
-            std::string line = key.name;
+        for (const Setting* setting : SettingKeys::all()) {
+            std::string line(setting->key);
             line.resize(28, ' ');
-            line += SettingKeys::read(key, *settings);
-            std::cout << line << "\n    " << key.meaning << (key.synced ? " (synced)" : "") << "\n";
+            line += SettingKeys::read(*setting, *settings);
+            std::cout << line << "\n    " << setting->meaning
+                      << (setting->synced ? " (synced)" : "") << "\n";
         }
         if (const auto problem = syncProblem(*settings))
             std::cout << "\nSettings sync: " << *problem << "\n";
         return 0;
     }
-    const SettingKey* key = SettingKeys::find(request.key);
+    const Setting* key = SettingKeys::find(request.key);
     if (!key)
         return unknown(request.key);
     if (request.action == "get") {

@@ -1,6 +1,7 @@
 #include "app/settings_file_watcher.h"
 
 #include "app/settings_keys.h"
+#include "common/settings_values.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -15,8 +16,8 @@ SettingsFileWatcher::SettingsFileWatcher(QSettings& settings,
                                          QObject* parent)
     : QObject(parent), settings_(settings), changed_(std::move(changed)),
       watcher_(new QFileSystemWatcher(this)), settle_(new QTimer(this)) {
-    for (const auto& key : SettingKeys::all())
-        seen_[key.name] = settings_.value(key.name);
+    for (const Setting* setting : SettingKeys::all())
+        seen_[std::string(setting->key)] = settings_.value(common::keyOf(*setting));
     // QSettings replaces the file by a rename: the folder is watched to see the new one.
     settle_->setSingleShot(true);
     settle_->setInterval(200);

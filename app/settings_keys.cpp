@@ -1,24 +1,24 @@
 #include "app/settings_keys.h"
 
+#include "base/trimmed.h"
+#include "cloud/alert_notifier.h"
 #include "common/settings_values.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
-#include "base/group_settings.h"
-#include "base/trimmed.h"
 #include "metrics/core/metric_settings.h"
+#include "sessions/core/session_tracking.h"
 #include "sync/settings_sync.h"
 #include "ui/tray/tray_panel.h"
 
 #include <QSettings>
 
 #include <algorithm>
-#include <filesystem>
 
 namespace ravo::app {
 
 namespace {
 
-using Kind = SettingKey::Kind;
+using Kind = Setting::Kind;
 
 std::optional<bool> parseFlag(std::string value) {
     std::transform(value.begin(), value.end(), value.begin(), ::tolower);
@@ -54,110 +54,82 @@ std::optional<std::vector<std::string>> metricList(const std::string& value) {
     return names;
 }
 
-bool flagDefault(const std::string& name) {
-    return name != sync::SettingsSync::kEnabledKey && name != ui::TrayPanel::kCombinedKey;
-}
-
 } // namespace
 
-const std::vector<SettingKey>& SettingKeys::all() {
-    static const std::vector<SettingKey> keys = {
-        {metrics::MetricSettings::kOrderKey, Kind::metrics, "the order of the tray's metric items",
-         true},
-        {metrics::MetricSettings::kEnabledKey, Kind::metrics, "the metric items shown", true},
-        {ui::TrayPanel::kCombinedKey, Kind::flag,
-         "one tray item for everything, for a crowded panel (read at start)", false},
-        {"desktopAlertsEnabled", Kind::flag, "a notification when a website goes down or up", true},
-        {connectivity::ConnectionWatchdog::kAlertsKey, Kind::flag,
-         "a notification when the connection drops, turns poor or recovers", true},
-        {connectivity::ConnectionWatchdog::kLatencyKey, Kind::flag,
-         "the latency probe once a minute", true},
-        {GroupSettings::kTracksSessions, Kind::flag, "Claude Code and Codex sessions tracked",
-         true},
-        {connectivity::ProbeAddress::kSettingsKey, Kind::text,
-         "where the latency probe connects (host:port)", false},
-        {connectivity::SpeedTest::kServerKey, Kind::text,
-         "the speed test's server; empty for the public one", false},
-        {sync::SettingsSync::kEnabledKey, Kind::flag, "settings synced through a folder", false},
-        {sync::SettingsSync::kFolderKey, Kind::text,
-         "the synced folder that holds Ravo/settings.json", false},
+const std::vector<const Setting*>& SettingKeys::all() {
+    static const std::vector<const Setting*> settings = {
+        &metrics::MetricSettings::kOrder,
+        &metrics::MetricSettings::kEnabled,
+        &ui::TrayPanel::kCombined,
+        &cloud::AlertNotifier::kDesktop,
+        &connectivity::ConnectionWatchdog::kAlerts,
+        &connectivity::ConnectionWatchdog::kLatency,
+        &sessions::SessionTracking::kSetting,
+        &connectivity::kProbeAddressSetting,
+        &connectivity::SpeedTest::kServer,
+        &sync::SettingsSync::kEnabled,
+        &sync::SettingsSync::kFolder,
     };
-    return keys;
+    return settings;
 }
 
-const SettingKey* SettingKeys::find(const std::string& name) {
-    for (const auto& key : all())
-        if (name == key.name)
-            return &key;
+const Setting* SettingKeys::find(std::string_view key) {
+    for (const Setting* setting : all())
+        if (key == setting->key)
+            return setting;
     return nullptr;
 }
 
-std::string SettingKeys::read(const SettingKey& key, const QSettings& settings) {
-    const QString name = QString::fromUtf8(key.name);
-    switch (key.kind) {
+std::string SettingKeys::read(const Setting& setting, const QSettings& settings) {
+    switch (setting.kind) {
     case Kind::flag:
-        if (name == GroupSettings::kTracksSessions)
-            return GroupSettings::readBool(key.name) ? "true" : "false";
-        return common::readBool(settings, name, flagDefault(key.name)) ? "true" : "false";
-    case Kind::metrics: {
-        const auto stored = common::readStringList(settings, name);
-        if (name == metrics::MetricSettings::kOrderKey)
+        return common::readFlag(settings, setting) ? "true" : "false";
+    case Kind::metricList: {
+        const auto stored = common::readStringList(settings, common::keyOf(setting));
+        if (setting.key == metrics::MetricSettings::kOrderKey)
             return joined(
                 metrics::MetricSettings::toStored(metrics::MetricSettings::metricOrder(stored)));
         return joined(
             metrics::MetricSettings::toStored(metrics::MetricSettings::enabledMetrics(stored)));
     }
     case Kind::text:
-        if (name == connectivity::ProbeAddress::kSettingsKey)
-            return connectivity::ConnectionWatchdog::storedProbeAddress(settings).text();
-        return settings.value(name).toString().toStdString();
+        return common::readText(settings, setting);
     }
     return {};
 }
 
-Status SettingKeys::write(const SettingKey& key, const std::string& value, QSettings& settings) {
-    const QString name = QString::fromUtf8(key.name);
-    switch (key.kind) {
+Status SettingKeys::write(const Setting& setting, const std::string& value, QSettings& settings) {
+    const QString key = common::keyOf(setting);
+    const std::string name(setting.key);
+    if (!setting.changedBy.empty())
+        return Failure{std::string(setting.changedBy)};
+    switch (setting.kind) {
     case Kind::flag: {
         const auto flag = parseFlag(trimmed(value));
         if (!flag)
-            return Failure{std::string(key.name) + " takes true or false."};
-        if (name == GroupSettings::kTracksSessions)
-            return Failure{"Turn session tracking on or off with `ravo hooks install` or "
-                           "`ravo hooks uninstall`."};
-        settings.setValue(name, *flag);
+            return Failure{name + " takes true or false."};
+        settings.setValue(key, *flag);
         return success();
     }
-    case Kind::metrics: {
+    case Kind::metricList: {
         const auto names = metricList(value);
         if (!names)
-            return Failure{std::string(key.name) +
-                           " takes metric names separated by commas: cpu, gpu, memory, disk, "
-                           "network, temperature."};
-        common::writeStringList(settings, name, *names);
+            return Failure{name + " takes metric names separated by commas: cpu, gpu, memory, "
+                                  "disk, network, temperature."};
+        common::writeStringList(settings, key, *names);
         return success();
     }
     case Kind::text:
         break;
     }
     const std::string text = trimmed(value);
-    if (name == connectivity::ProbeAddress::kSettingsKey) {
-        const auto address = connectivity::ProbeAddress::parse(text);
-        if (!address)
-            return address.failure();
-        settings.setValue(name, QString::fromStdString(address->text()));
-    } else if (name == connectivity::SpeedTest::kServerKey) {
-        const auto url = connectivity::SpeedTest::configURL(QString::fromStdString(text));
-        if (!url)
-            return url.failure();
-        url->isEmpty() ? settings.remove(name) : settings.setValue(name, *url);
-    } else if (name == sync::SettingsSync::kFolderKey) {
-        std::error_code error;
-        const auto folder = std::filesystem::absolute(text, error);
-        if (!text.empty() && (error || !std::filesystem::is_directory(folder, error)))
-            return Failure{"Choose a folder that exists, inside a folder your sync client keeps."};
-        settings.setValue(name, QString::fromStdString(text.empty() ? "" : folder.string()));
-    }
+    const auto checked = setting.check ? setting.check(text) : Result<std::string>(text);
+    if (!checked)
+        return checked.failure();
+    if (checked->empty())
+        settings.remove(key); // back to the default
+    else
+        settings.setValue(key, QString::fromStdString(*checked));
     return success();
 }
 

@@ -1,37 +1,27 @@
 #pragma once
 
 #include "base/result.h"
+#include "base/setting.h"
 
-#include <QString>
-
-#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class QSettings;
 
 namespace ravo::app {
 
-// The settings `ravo settings` reads and changes: their names, what they take and how a
-// typed value is checked and stored.
-struct SettingKey {
-    enum class Kind { flag, metrics, text };
-    const char* name;
-    Kind kind;
-    const char* meaning;
-    bool synced; // follows the user to other computers
-    bool operator==(const SettingKey&) const = default;
-};
-
+// Every setting a user can change, gathered from the subsystems that declare them, in the
+// order `ravo settings list` shows them; and how a typed value is read back and stored.
 namespace SettingKeys {
 
-const std::vector<SettingKey>& all();
-const SettingKey* find(const std::string& name);
+const std::vector<const Setting*>& all();
+const Setting* find(std::string_view key);
 
 // The value as `ravo settings get` prints it; defaults included.
-std::string read(const SettingKey& key, const QSettings& settings);
+std::string read(const Setting& setting, const QSettings& settings);
 // Checks and stores a typed value; the text says what is wrong.
-Status write(const SettingKey& key, const std::string& value, QSettings& settings);
+Status write(const Setting& setting, const std::string& value, QSettings& settings);
 
 } // namespace SettingKeys
 

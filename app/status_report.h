@@ -1,10 +1,10 @@
 #pragma once
 
+#include "base/json_exact_number.h"
 #include "cloud/core/websites_status.h"
 #include "connectivity/core/connection_state.h"
 #include "connectivity/core/latency_math.h"
 #include "connectivity/core/network_interface_info.h"
-#include "base/json_exact_number.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
 #include "sessions/core/agent_session.h"

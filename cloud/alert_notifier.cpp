@@ -1,12 +1,13 @@
 #include "cloud/alert_notifier.h"
 
 #include "base/log.h"
+#include "common/settings_values.h"
 
 namespace ravo::cloud {
 
 AlertNotifier::AlertNotifier(QSettings& settings, UserNotifications* notifications, QObject* parent)
     : QObject(parent), settings_(settings), notifications_(notifications),
-      desktopEnabled_(settings.value(kEnabledKey, true).toBool()) {}
+      desktopEnabled_(common::readFlag(settings, kDesktop)) {}
 
 void AlertNotifier::setDesktopEnabled(bool enabled) {
     desktopEnabled_ = enabled;

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "cloud/core/site_alert.h"
+#include "base/setting.h"
 #include "base/user_notifications.h"
+#include "cloud/core/site_alert.h"
 
 #include <QObject>
 #include <QSettings>
@@ -13,6 +14,8 @@ class AlertNotifier : public QObject {
     Q_OBJECT
 public:
     static constexpr const char* kEnabledKey = "desktopAlertsEnabled";
+    static constexpr Setting kDesktop{kEnabledKey, Setting::Kind::flag,
+                                      "a notification when a website goes down or up", true, true};
     static constexpr const char* kThread = "websites";
 
     AlertNotifier(QSettings& settings, UserNotifications* notifications, QObject* parent = nullptr);

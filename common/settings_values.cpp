@@ -1,5 +1,6 @@
 #include "common/settings_values.h"
 
+#include "base/group_settings.h"
 #include "base/paths.h"
 
 #include <QStringList>
@@ -55,6 +56,21 @@ bool readBool(const QSettings& settings, const QString& key, bool fallback) {
     if (text == QLatin1String("false"))
         return false;
     return fallback;
+}
+
+QString keyOf(const Setting& setting) {
+    return QString::fromUtf8(setting.key.data(), static_cast<qsizetype>(setting.key.size()));
+}
+
+bool readFlag(const QSettings& settings, const Setting& setting) {
+    if (setting.store == Setting::Store::shared)
+        return GroupSettings::readBool(std::string(setting.key));
+    return readBool(settings, keyOf(setting), setting.flagDefault);
+}
+
+std::string readText(const QSettings& settings, const Setting& setting) {
+    const std::string stored = settings.value(keyOf(setting)).toString().toStdString();
+    return stored.empty() ? std::string(setting.textDefault) : stored;
 }
 
 } // namespace ravo::common

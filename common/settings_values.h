@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/setting.h"
+
 #include <QSettings>
 #include <QString>
 
@@ -24,5 +26,11 @@ void writeStringList(QSettings& settings, const QString& key,
 
 // Anything but a boolean (or its text) reads as `fallback`.
 bool readBool(const QSettings& settings, const QString& key, bool fallback);
+
+QString keyOf(const Setting& setting);
+// A flag as stored where it lives, its declared default when absent or garbage.
+bool readFlag(const QSettings& settings, const Setting& setting);
+// A text setting as stored, its declared default when absent or empty.
+std::string readText(const QSettings& settings, const Setting& setting);
 
 } // namespace ravo::common

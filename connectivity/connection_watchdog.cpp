@@ -36,16 +36,15 @@ UserNotification notificationFor(const ConnectionState& state, const ConnectionN
 } // namespace
 
 ProbeAddress ConnectionWatchdog::storedProbeAddress(const QSettings& defaults) {
-    const auto stored = defaults.value(ProbeAddress::kSettingsKey).toString().toStdString();
-    auto parsed = ProbeAddress::parse(stored.empty() ? ProbeAddress::kDefault : stored);
+    auto parsed = ProbeAddress::parse(common::readText(defaults, kProbeAddressSetting));
     return parsed ? parsed.value() : ProbeAddress::parse(ProbeAddress::kDefault).value();
 }
 
 ConnectionWatchdog::ConnectionWatchdog(QSettings& defaults, Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), services_(std::move(services)),
       timer_(new common::ContinuousTimer(this)), alive_(std::make_shared<Alive>(Alive{this})),
-      alertsEnabled_(common::readBool(defaults, kAlertsKey, true)),
-      latencyMonitoringEnabled_(common::readBool(defaults, kLatencyKey, true)),
+      alertsEnabled_(common::readFlag(defaults, kAlerts)),
+      latencyMonitoringEnabled_(common::readFlag(defaults, kLatency)),
       probeAddress_(storedProbeAddress(defaults)) {
     if (!services_.probe)
         services_.probe = [](const ProbeAddress& address) {

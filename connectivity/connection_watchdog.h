@@ -1,9 +1,9 @@
 #pragma once
 
-#include "connectivity/core/connection_evaluator.h"
-#include "connectivity/core/probe_address.h"
 #include "base/result.h"
 #include "base/user_notifications.h"
+#include "connectivity/core/connection_evaluator.h"
+#include "connectivity/core/probe_address.h"
 
 #include <QObject>
 
@@ -30,6 +30,11 @@ class ConnectionWatchdog : public QObject {
 public:
     static constexpr const char* kAlertsKey = "connectionAlertsEnabled";
     static constexpr const char* kLatencyKey = "latencyMonitoringEnabled";
+    static constexpr Setting kAlerts{
+        kAlertsKey, Setting::Kind::flag,
+        "a notification when the connection drops, turns poor or recovers", true, true};
+    static constexpr Setting kLatency{kLatencyKey, Setting::Kind::flag,
+                                      "the latency probe once a minute", true, true};
     static constexpr const char* kLatencyText =
         "Monitor latency and notify when the connection is poor";
     static constexpr const char* kLatencyNote =

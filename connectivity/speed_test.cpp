@@ -40,6 +40,14 @@ QString SpeedTest::server() const {
     return defaults_.value(kServerKey).toString();
 }
 
+Result<std::string> SpeedTest::checkedServer(std::string_view typed) {
+    const auto url =
+        configURL(QString::fromUtf8(typed.data(), static_cast<qsizetype>(typed.size())));
+    if (!url)
+        return url.failure();
+    return url->toStdString();
+}
+
 Result<QString> SpeedTest::configURL(const QString& text) {
     const QString given = text.trimmed();
     if (given.isEmpty())

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "connectivity/core/speed_test_result.h"
 #include "base/result.h"
+#include "base/setting.h"
+#include "connectivity/core/speed_test_result.h"
 
 #include <QObject>
 #include <QString>
@@ -22,6 +23,17 @@ class SpeedTest : public QObject {
     Q_OBJECT
 public:
     static constexpr const char* kServerKey = "speedTestServer";
+    // A typed server as it is stored (its configuration document), or what is wrong with it.
+    static Result<std::string> checkedServer(std::string_view typed);
+    static constexpr Setting kServer{kServerKey,
+                                     Setting::Kind::text,
+                                     "the speed test's server; empty for the public one",
+                                     false,
+                                     false,
+                                     {},
+                                     Setting::Store::app,
+                                     {},
+                                     &SpeedTest::checkedServer};
     static constexpr int kMaxSeconds = 30;
     static constexpr const char* kFailedText = "The speed test failed.";
     static constexpr const char* kMeasuringText = "Measuring… (about 20 s)";

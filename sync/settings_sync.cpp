@@ -1,7 +1,9 @@
 #include "sync/settings_sync.h"
 
+#include "base/trimmed.h"
 #include "common/continuous_timer.h"
 #include "common/log_categories.h"
+#include "common/settings_values.h"
 #include "sync/core/settings_sync_policy.h"
 #include "sync/core/synced_folder.h"
 #include "sync/core/synced_settings_file.h"
@@ -61,7 +63,7 @@ UploadOutcome uploadFile(const fs::path& folder, const SyncedSettingsFile& file,
 SettingsSync::SettingsSync(QSettings& defaults, SyncedSettingsSource* source, Options options,
                            QObject* parent)
     : QObject(parent), defaults_(defaults), source_(source), options_(std::move(options)),
-      enabled_(defaults.value(kEnabledKey, false).toBool()),
+      enabled_(common::readFlag(defaults, kEnabled)),
       lastSynced_(storedDate(defaults, kSyncedAtKey)),
       changedAt_(storedDate(defaults, kChangedAtKey)),
       pendingUpload_(new common::ContinuousTimer(this)), poll_(new QTimer(this)),
@@ -183,10 +185,28 @@ void SettingsSync::setEnabled(bool enabled) {
         stop();
 }
 
+namespace {
+
+constexpr const char* kNoSuchFolder =
+    "Choose a folder that exists, inside a folder your sync client keeps.";
+
+} // namespace
+
+Result<std::string> SettingsSync::checkedFolder(std::string_view typed) {
+    const std::string text = trimmed(typed);
+    if (text.empty())
+        return std::string();
+    std::error_code error;
+    const fs::path folder = fs::absolute(text, error);
+    if (error || !fs::is_directory(folder, error))
+        return Failure{kNoSuchFolder};
+    return folder.string();
+}
+
 Status SettingsSync::setFolder(const fs::path& chosen) {
     std::error_code error;
     if (!chosen.empty() && !fs::is_directory(chosen, error))
-        return Failure{"Choose a folder that exists, inside a folder your sync client keeps."};
+        return Failure{kNoSuchFolder};
     const bool wasRunning = running_;
     stop();
     defaults_.setValue(kFolderKey, QString::fromStdString(chosen.string()));

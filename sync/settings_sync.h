@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "base/setting.h"
 #include "base/time.h"
 #include "sync/core/synced_settings.h"
 
@@ -39,6 +40,19 @@ class SettingsSync : public QObject {
 public:
     static constexpr const char* kEnabledKey = "iCloudSettingsSyncEnabled";
     static constexpr const char* kFolderKey = "settingsSyncFolder";
+    // A typed folder as it is stored (absolute), or what is wrong with it.
+    static Result<std::string> checkedFolder(std::string_view typed);
+    static constexpr Setting kEnabled{kEnabledKey, Setting::Kind::flag,
+                                      "settings synced through a folder"};
+    static constexpr Setting kFolder{kFolderKey,
+                                     Setting::Kind::text,
+                                     "the synced folder that holds Ravo/settings.json",
+                                     false,
+                                     false,
+                                     {},
+                                     Setting::Store::app,
+                                     {},
+                                     &SettingsSync::checkedFolder};
     static constexpr const char* kDeviceKey = "settingsSyncDeviceID";
     static constexpr const char* kChangedAtKey = "settingsChangedAt";
     static constexpr const char* kSyncedAtKey = "settingsSyncedAt";

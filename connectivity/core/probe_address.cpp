@@ -53,4 +53,11 @@ std::string ProbeAddress::text() const {
     return (bracketed ? "[" + host + "]" : host) + ":" + std::to_string(port);
 }
 
+Result<std::string> ProbeAddress::checked(std::string_view typed) {
+    const auto address = parse(typed);
+    if (!address)
+        return address.failure();
+    return address->text();
+}
+
 } // namespace ravo::connectivity

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "base/setting.h"
 
 #include <cstdint>
 #include <string>
@@ -12,6 +13,8 @@ namespace ravo::connectivity {
 struct ProbeAddress {
     // A public anycast DNS resolver that also answers on 443.
     static constexpr const char* kDefault = "1.1.1.1:443";
+    // A typed address as it is stored, or what is wrong with it.
+    static Result<std::string> checked(std::string_view typed);
     static constexpr const char* kSettingsKey = "latencyProbeAddress";
 
     std::string host;
@@ -21,5 +24,15 @@ struct ProbeAddress {
     static Result<ProbeAddress> parse(std::string_view text);
     std::string text() const;
 };
+
+inline constexpr Setting kProbeAddressSetting{ProbeAddress::kSettingsKey,
+                                              Setting::Kind::text,
+                                              "where the latency probe connects (host:port)",
+                                              false,
+                                              false,
+                                              ProbeAddress::kDefault,
+                                              Setting::Store::app,
+                                              {},
+                                              &ProbeAddress::checked};
 
 } // namespace ravo::connectivity

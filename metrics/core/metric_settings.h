@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/setting.h"
 #include "metrics/core/system_metric.h"
 
 #include <optional>
@@ -12,6 +13,11 @@ namespace ravo::metrics::MetricSettings {
 
 inline constexpr const char* kEnabledKey = "enabledSystemMetrics";
 inline constexpr const char* kOrderKey = "systemMetricOrder";
+
+inline constexpr Setting kEnabled{kEnabledKey, Setting::Kind::metricList, "the metric items shown",
+                                  true};
+inline constexpr Setting kOrder{kOrderKey, Setting::Kind::metricList,
+                                "the order of the tray's metric items", true};
 
 // No stored list enables all six; unknown entries are dropped, so an empty list enables none.
 std::set<SystemMetric> enabledMetrics(const std::optional<std::vector<std::string>>& stored);

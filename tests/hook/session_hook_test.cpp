@@ -39,8 +39,9 @@ protected:
 };
 
 // Regression: a bus that accepts the connection but never answers kept the hook, and so the
-// agent, waiting for good.
-TEST_F(SessionHookTest, ABusThatNeverAnswersCostsTheAgentAtMostAQuarterSecond) {
+// agent, waiting for good. The hook gives the bus a quarter second; a hang is what fails here,
+// the budget itself is measured in bench/measure_hook.sh.
+TEST_F(SessionHookTest, ABusThatNeverAnswersDoesNotKeepTheAgentWaiting) {
     testing::SilentBus bus;
     const auto started = std::chrono::steady_clock::now();
     const auto result = testing::runChild({RAVO_HOOK, "claude"},
@@ -51,7 +52,7 @@ TEST_F(SessionHookTest, ABusThatNeverAnswersCostsTheAgentAtMostAQuarterSecond) {
                                            {"XDG_RUNTIME_DIR", ""}});
     const auto took = std::chrono::steady_clock::now() - started;
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_LT(took, std::chrono::seconds(2)); // the budget is 250 ms; this leaves room
+    EXPECT_LT(took, std::chrono::seconds(2));
     EXPECT_EQ(bus.connections(), 1);
     ASSERT_EQ(loadAll().size(), 1u);
     EXPECT_EQ(loadAll()[0].state, AgentSession::State::running);

@@ -98,12 +98,20 @@ TEST_F(SettingsSyncTest, TheSameSecondOnBothSidesChangesNothing) {
     laptop.sync->start();
     first.change([](auto& s) { s.desktopAlerts = false; });
     laptop.change([](auto& s) { s.tracksSessions = true; });
+    // Both go up in the same second: whichever file is there, neither side applies it.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return file().has_value(); }, 3000));
     QTest::qWait(1000);
-    // Both went up in the same second: whichever file is there, neither side applies it.
     EXPECT_EQ(first.applied + laptop.applied, 0);
     EXPECT_FALSE(first.settings.desktopAlerts);
     EXPECT_TRUE(laptop.settings.tracksSessions);
     EXPECT_TRUE(laptop.settings.desktopAlerts);
+
+    // The watchers were listening all along: a change a second later does arrive.
+    first.now += std::chrono::seconds(1);
+    first.change([](auto& s) { s.latencyMonitoring = false; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return laptop.applied == 1; }, 3000));
+    EXPECT_FALSE(laptop.settings.latencyMonitoring);
+    EXPECT_FALSE(laptop.settings.desktopAlerts);
 }
 
 TEST_F(SettingsSyncTest, ABrokenFileChangesNothingAndIsNotOverwritten) {

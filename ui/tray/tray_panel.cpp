@@ -1,5 +1,6 @@
 #include "ui/tray/tray_panel.h"
 
+#include "common/settings_values.h"
 #include "ui/tray/combined_tray_item.h"
 #include "ui/tray/system_tray_items.h"
 #include "ui/tray/tray_item.h"
@@ -12,7 +13,7 @@ namespace ravo::ui {
 
 TrayPanel::TrayPanel(const Coordinators& coordinators, QSettings* settings, QObject* parent)
     : QObject(parent), coordinators_(coordinators), settings_(settings),
-      combined_(settings && settings->value(kCombinedKey, false).toBool()) {
+      combined_(settings && common::readFlag(*settings, kCombined)) {
     metricMenu_.addAction("AI usage", this, &TrayPanel::showUsage);
     metricMenu_.addAction("Settings…", this,
                           [this] { emit settingsRequested(SettingsWindow::kPanelTab); });

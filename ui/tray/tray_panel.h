@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/setting.h"
 #include "ui/coordinators.h"
 #include "ui/settings/settings_window.h"
 
@@ -23,6 +24,9 @@ class TrayPanel : public QObject {
     Q_OBJECT
 public:
     static constexpr const char* kCombinedKey = "combinedTrayItem";
+    static constexpr Setting kCombined{
+        kCombinedKey, Setting::Kind::flag,
+        "one tray item for everything, for a crowded panel (read at start)"};
 
     TrayPanel(const Coordinators& coordinators, QSettings* settings, QObject* parent = nullptr);
     ~TrayPanel() override;
