@@ -275,12 +275,11 @@ public:
             countedBytes = bytes;
             intervalStart = now;
             probesPerInterval.emplace_back();
-            const std::size_t n = throughput.size();
-            if (n >= 5 && ResponsivenessMath::isSteady(std::span(throughput).last(4)))
+            const auto step =
+                ResponsivenessMath::rampStep(throughput, int(flows.size()), kMaxFlows);
+            if (step.stop)
                 break;
-            // Another flow while the last one still added throughput.
-            if (int(flows.size()) < kMaxFlows &&
-                (n < 2 || throughput[n - 1] > throughput[n - 2] * 1.05))
+            if (step.addFlow)
                 addFlow();
             if (!freshProbe)
                 freshProbe =
@@ -300,13 +299,7 @@ public:
         }
         PhaseResult result;
         result.flows = int(flows.size());
-        const std::size_t stable = std::min<std::size_t>(4, throughput.size());
-        if (stable > 0) {
-            double sum = 0;
-            for (std::size_t i = throughput.size() - stable; i < throughput.size(); ++i)
-                sum += throughput[i];
-            result.bitsPerSecond = sum / double(stable);
-        }
+        result.bitsPerSecond = ResponsivenessMath::stableThroughput(throughput);
         const std::size_t from = probesPerInterval.size() > 5 ? probesPerInterval.size() - 5 : 0;
         for (std::size_t i = from; i < probesPerInterval.size(); ++i)
             merge(result.timings, probesPerInterval[i]);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "connectivity/netquality/netquality_report.h"
 #include "base/result.h"
+#include "connectivity/netquality/netquality_report.h"
 
 #include <chrono>
 #include <string>

@@ -51,4 +51,20 @@ bool isSteady(std::span<const double> lastIntervals) {
                        [mean](double value) { return std::abs(value - mean) <= 0.1 * mean; });
 }
 
+RampStep rampStep(std::span<const double> throughput, int flows, int maxFlows) {
+    const std::size_t n = throughput.size();
+    // The first interval is the one the first connection spent starting up: it is not judged.
+    if (n > kStableIntervals && isSteady(throughput.last(kStableIntervals)))
+        return {true, false};
+    const bool stillRising = n < 2 || throughput[n - 1] > throughput[n - 2] * 1.05;
+    return {false, flows < maxFlows && stillRising};
+}
+
+std::optional<double> stableThroughput(std::span<const double> throughput) {
+    if (throughput.empty())
+        return std::nullopt;
+    const auto last = throughput.last(std::min(kStableIntervals, throughput.size()));
+    return std::accumulate(last.begin(), last.end(), 0.0) / double(last.size());
+}
+
 } // namespace ravo::connectivity::ResponsivenessMath

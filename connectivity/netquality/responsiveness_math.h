@@ -25,4 +25,17 @@ std::optional<double> roundTripsPerMinute(const ProbeTimings& timings);
 // Throughput has settled when the last intervals lie within 10 % of their mean.
 bool isSteady(std::span<const double> lastIntervals);
 
+// The working conditions are built up one interval (a second) at a time: after each, the load
+// either stops, having been steady over the last four intervals, or goes on, with one more
+// connection while the last interval still raised the throughput by more than 5 %.
+struct RampStep {
+    bool stop = false;
+    bool addFlow = false;
+    bool operator==(const RampStep&) const = default;
+};
+inline constexpr std::size_t kStableIntervals = 4;
+RampStep rampStep(std::span<const double> throughput, int flows, int maxFlows);
+// The phase's throughput: the mean over the last stable intervals (fewer when it ran short).
+std::optional<double> stableThroughput(std::span<const double> throughput);
+
 } // namespace ravo::connectivity::ResponsivenessMath

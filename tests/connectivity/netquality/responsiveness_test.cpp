@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
 
@@ -47,6 +48,57 @@ TEST(ResponsivenessMath, ThroughputIsSteadyWithinTenPercent) {
     EXPECT_FALSE(isSteady(climbing));
     EXPECT_FALSE(isSteady(idle));
     EXPECT_FALSE(isSteady(std::span(steady).first(1)));
+}
+
+// One interval after another on a link whose throughput follows the number of connections,
+// as the test drives it: what it ends with.
+struct Ramp {
+    int flows = 1;
+    std::vector<double> throughput;
+};
+Ramp rampUp(const std::function<double(int flows)>& link, int maxFlows = 16) {
+    Ramp ramp;
+    for (int interval = 0; interval < 60; ++interval) {
+        ramp.throughput.push_back(link(ramp.flows));
+        const RampStep step = rampStep(ramp.throughput, ramp.flows, maxFlows);
+        if (step.stop)
+            break;
+        ramp.flows += step.addFlow ? 1 : 0;
+    }
+    return ramp;
+}
+
+TEST(ResponsivenessRamp, AddsAConnectionEachSecondUntilThroughputStopsRisingThenSettles) {
+    // 10 Mbit/s per connection up to a 40 Mbit/s link.
+    const Ramp saturating = rampUp([](int flows) { return std::min(flows * 10.0, 40.0) * 1e6; });
+    EXPECT_EQ(saturating.flows, 5) << "one more than the link needs, the one that showed it";
+    // Stopped once the last four intervals were within 10 % of their mean.
+    EXPECT_EQ(saturating.throughput.size(), 7u);
+    EXPECT_EQ(stableThroughput(saturating.throughput), 40e6);
+
+    // A link that keeps giving never gets more than the most connections allowed.
+    const Ramp endless = rampUp([](int flows) { return flows * 10e6; }, 16);
+    EXPECT_EQ(endless.flows, 16);
+    // It settles a second after the last connection: 140, 150, 160, 160 are within 10 %.
+    EXPECT_EQ(endless.throughput.size(), 17u);
+    EXPECT_EQ(stableThroughput(endless.throughput), 152.5e6);
+
+    // A dip is not a rise: no connection is added for it.
+    const std::vector<double> dipped = {10, 20, 15};
+    EXPECT_EQ(rampStep(dipped, 3, 16), (RampStep{false, false}));
+    // The first interval, spent starting up, is never one of the four judged steady.
+    const std::vector<double> flat = {50, 50, 50, 50};
+    EXPECT_FALSE(rampStep(flat, 1, 16).stop);
+    const std::vector<double> flatLonger = {50, 50, 50, 50, 50};
+    EXPECT_TRUE(rampStep(flatLonger, 1, 16).stop);
+}
+
+TEST(ResponsivenessRamp, AShortPhaseAveragesWhatItHas) {
+    const std::vector<double> two = {10, 20};
+    EXPECT_EQ(stableThroughput(two), 15);
+    EXPECT_EQ(stableThroughput({}), std::nullopt);
+    const std::vector<double> six = {1, 2, 40, 40, 44, 36};
+    EXPECT_EQ(stableThroughput(six), 40);
 }
 
 TEST(NetqualityConfig, ReadsTheThreeAddressesAndRefusesEverythingElse) {
