@@ -16,10 +16,6 @@ Account readAccount(const SqlRow& row) {
     return Account{row.text(0), row.text(1), row.optionalText(2)};
 }
 
-double now() {
-    return unixSeconds(Clock::now());
-}
-
 template <typename T, typename Read>
 Result<std::optional<T>> firstAs(SqlDatabase& db, std::string_view sql,
                                  const std::vector<SqlValue>& parameters, Read read) {
@@ -136,7 +132,7 @@ Result<Account> SqlStore::accountForEmail(const std::string& email, bool create)
         sql,
         "INSERT INTO accounts (id, email, created_at) VALUES (?, ?, ?) ON CONFLICT (email) "
         "DO UPDATE SET email = excluded.email RETURNING id, email, password_hash",
-        {Secrets::randomUUID(), email, now()}, readAccount);
+        {Secrets::randomUUID(), email, unixSeconds(now_())}, readAccount);
     if (!inserted)
         return inserted.failure();
     if (!*inserted)
@@ -159,7 +155,7 @@ Status SqlStore::setPassword(const std::string& email, const std::string& passwo
     return (*db)->execute("INSERT INTO accounts (id, email, password_hash, created_at) "
                           "VALUES (?, ?, ?, ?) ON CONFLICT (email) DO UPDATE SET "
                           "password_hash = excluded.password_hash",
-                          {Secrets::randomUUID(), email, passwordHash, now()});
+                          {Secrets::randomUUID(), email, passwordHash, unixSeconds(now_())});
 }
 
 Status SqlStore::deleteAccount(const std::string& accountID) {
@@ -177,7 +173,7 @@ Result<Device> SqlStore::addDevice(const std::string& accountID, const std::stri
     Device device{Secrets::randomUUID(), accountID, name};
     if (auto done = (*db)->execute("INSERT INTO devices (id, account_id, name, token_hash, "
                                    "created_at) VALUES (?, ?, ?, ?, ?)",
-                                   {device.id, accountID, name, tokenHash, now()});
+                                   {device.id, accountID, name, tokenHash, unixSeconds(now_())});
         !done)
         return done.failure();
     return device;
@@ -231,7 +227,7 @@ Status SqlStore::replaceSites(const std::string& accountID,
     if (auto done = sql.execute("UPDATE sites SET position = -1 WHERE account_id = ?", {accountID});
         !done)
         return done;
-    const TimePoint moment = Clock::now();
+    const TimePoint moment = now_();
     std::int64_t position = 0;
     for (const auto& site : sites) {
         const double slot = unixSeconds(

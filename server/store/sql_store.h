@@ -1,8 +1,9 @@
 #pragma once
 
-#include "server/store/store.h"
 #include "server/store/sql_pool.h"
+#include "server/store/store.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -41,6 +42,8 @@ public:
 
     // How long an interval's minute lasts: 60, or less for trial runs.
     void setMinuteSeconds(double seconds) { minuteSeconds_ = seconds; }
+    // The clock records are dated by; the real one outside tests.
+    void setClock(std::function<TimePoint()> now) { now_ = std::move(now); }
 
     Result<std::vector<wire::CloudSite>> sites(const std::string& accountID) override;
     Status replaceSites(const std::string& accountID,
@@ -71,6 +74,7 @@ private:
 
     std::unique_ptr<SqlPool> pool_;
     double minuteSeconds_ = 60;
+    std::function<TimePoint()> now_ = [] { return Clock::now(); };
 };
 
 // The first slot at or after `now` on the site's fixed clock: slots are `interval` apart,

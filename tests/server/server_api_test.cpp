@@ -1,9 +1,10 @@
 #include "base/json_parse.h"
 #include "server/api/api.h"
-#include "server/mail/mail_queue.h"
 #include "server/config/secrets.h"
+#include "server/mail/mail_queue.h"
 #include "server/store/sql_store.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_postgres.h"
 
 #include <gtest/gtest.h>
 
@@ -29,13 +30,31 @@ struct KeptMail final : Mailer {
     }
 };
 
-class ServerApiTest : public ::testing::Test {
+// The API over the store, on a SQLite file and on a fresh database of a PostgreSQL the suite
+// starts: what a client sees does not depend on the database.
+class ServerApiTest : public ::testing::TestWithParam<std::string> {
 protected:
-    ServerApiTest()
-        : store(std::move(SqlStore::open("sqlite:" + (folder / "ravo.db").string())).value()) {
+    static void TearDownTestSuite() { postgres.reset(); }
+    static std::unique_ptr<SqlStore> openStore(const std::string& database,
+                                               const std::filesystem::path& folder) {
+        std::string address = "sqlite:" + (folder / "ravo.db").string();
+        if (database == "postgresql") {
+            if (!postgres) // started for the first test that needs it, stopped after the last
+                postgres = std::make_unique<testing::TemporaryPostgres>();
+            EXPECT_EQ(postgres->failure(), "");
+            address = postgres->freshDatabase();
+        }
+        auto opened = SqlStore::open(address);
+        EXPECT_TRUE(opened.ok()) << opened.error();
+        return std::move(opened).value();
+    }
+    static inline std::unique_ptr<testing::TemporaryPostgres> postgres;
+
+    ServerApiTest() : store(openStore(GetParam(), folder.path())) {
         config.plan.maxSites = 2;
         config.plan.minIntervalMinutes = 3;
         context.now = [this] { return now; };
+        store->setClock([this] { return now; });
     }
 
     HttpResponse call(const std::string& method, const std::string& path,
@@ -98,7 +117,7 @@ protected:
     TimePoint now = *parseIso8601("2026-05-01T10:00:00Z");
 };
 
-TEST_F(ServerApiTest, AMailedCodeWorksOnceWithItsOwnVerifierWithinTenMinutes) {
+TEST_P(ServerApiTest, AMailedCodeWorksOnceWithItsOwnVerifierWithinTenMinutes) {
     const std::string verifier = Secrets::randomToken(40);
     const json start = {{"email", " Ada@Example.org "},
                         {"device_name", "Laptop"},
@@ -136,7 +155,7 @@ TEST_F(ServerApiTest, AMailedCodeWorksOnceWithItsOwnVerifierWithinTenMinutes) {
     (void)late;
 }
 
-TEST_F(ServerApiTest, TokensAreKeptHashedAndARevokedDeviceIsSignedOut) {
+TEST_P(ServerApiTest, TokensAreKeptHashedAndARevokedDeviceIsSignedOut) {
     const std::string token = signIn("ada@example.org");
     const std::string second = signIn("ada@example.org");
     EXPECT_FALSE(store->deviceForToken(token)->has_value()); // only the hash is stored
@@ -152,7 +171,7 @@ TEST_F(ServerApiTest, TokensAreKeptHashedAndARevokedDeviceIsSignedOut) {
     EXPECT_EQ(call("GET", "me", "", token).status, 200);
 }
 
-TEST_F(ServerApiTest, SyncReplacesTheListAtOnceOrNotAtAll) {
+TEST_P(ServerApiTest, SyncReplacesTheListAtOnceOrNotAtAll) {
     const std::string token = signIn("ada@example.org");
     const json shop = shopSite();
     json blog = shop;
@@ -185,7 +204,7 @@ TEST_F(ServerApiTest, SyncReplacesTheListAtOnceOrNotAtAll) {
     EXPECT_EQ(body(call("GET", "sites/status", "", token)).size(), 1u);
 }
 
-TEST_F(ServerApiTest, DeletingTheAccountTakesItsSitesAndDevices) {
+TEST_P(ServerApiTest, DeletingTheAccountTakesItsSitesAndDevices) {
     const std::string token = signIn("ada@example.org");
     const json shop = shopSite();
     ASSERT_EQ(call("PUT", "sites/sync", json::array({shop}).dump(), token).status, 200);
@@ -195,7 +214,7 @@ TEST_F(ServerApiTest, DeletingTheAccountTakesItsSitesAndDevices) {
     EXPECT_TRUE(store->sites(account)->empty());
 }
 
-TEST_F(ServerApiTest, SignInMailIsLimitedPerAddressAndPerClient) {
+TEST_P(ServerApiTest, SignInMailIsLimitedPerAddressAndPerClient) {
     const auto start = [](const std::string& email) {
         return json{{"email", email},
                     {"code_challenge", std::string(43, 'a')},
@@ -223,7 +242,7 @@ TEST_F(ServerApiTest, SignInMailIsLimitedPerAddressAndPerClient) {
     EXPECT_EQ(call("POST", "auth/email/start", start("ada@example.org")).status, 200);
 }
 
-TEST_F(ServerApiTest, WhatCannotBeAnAddressIsNeverCounted) {
+TEST_P(ServerApiTest, WhatCannotBeAnAddressIsNeverCounted) {
     // A megabyte of "address" would otherwise become a counter row.
     const std::string huge = std::string(300'000, 'a') + "@example.org";
     for (int i = 0; i < 12; ++i) {
@@ -235,7 +254,7 @@ TEST_F(ServerApiTest, WhatCannotBeAnAddressIsNeverCounted) {
     }
 }
 
-TEST_F(ServerApiTest, FailuresAreClearAndSayNothingOfOtherAccounts) {
+TEST_P(ServerApiTest, FailuresAreClearAndSayNothingOfOtherAccounts) {
     EXPECT_EQ(body(call("GET", "me"))["detail"], "not_authenticated");
     EXPECT_EQ(call("GET", "me", "", "made-up").status, 401);
     EXPECT_EQ(call("GET", "nothing-here").status, 404);
@@ -258,7 +277,7 @@ TEST_F(ServerApiTest, FailuresAreClearAndSayNothingOfOtherAccounts) {
     EXPECT_EQ(body(unsent)["detail"], "mail_unavailable");
 }
 
-TEST_F(ServerApiTest, OperatorPasswordsSignIn) {
+TEST_P(ServerApiTest, OperatorPasswordsSignIn) {
     ASSERT_TRUE(store->setPassword("ops@example.org", Secrets::hashPassword("correct horse")).ok());
     const auto login = call(
         "POST", "auth/token",
@@ -271,7 +290,7 @@ TEST_F(ServerApiTest, OperatorPasswordsSignIn) {
         "wrong", *store->accountForEmail("ops@example.org", false)->passwordHash));
 }
 
-TEST_F(ServerApiTest, TelegramSettingsAreCheckedAndTheTokenNeverComesBack) {
+TEST_P(ServerApiTest, TelegramSettingsAreCheckedAndTheTokenNeverComesBack) {
     const std::string token = signIn("ada@example.org");
     const auto put = [&](const json& change) {
         return call("PUT", "notifications/settings", change.dump(), token);
@@ -305,7 +324,7 @@ TEST_F(ServerApiTest, TelegramSettingsAreCheckedAndTheTokenNeverComesBack) {
     EXPECT_EQ(body(test)["detail"], "Telegram can't be reached.");
 }
 
-TEST_F(ServerApiTest, ReleasesAreServedAsPublishedAndOnlyFromTheirFolder) {
+TEST_P(ServerApiTest, ReleasesAreServedAsPublishedAndOnlyFromTheirFolder) {
     const auto latest = [&](const std::string& query) {
         HttpRequest request{"GET", "/api/v1/releases/latest", query, {}, "", "192.0.2.7"};
         return handleApi(context, request);
@@ -324,7 +343,7 @@ TEST_F(ServerApiTest, ReleasesAreServedAsPublishedAndOnlyFromTheirFolder) {
     EXPECT_EQ(latest("platform=../macos&channel=stable").status, 400);
 }
 
-TEST_F(ServerApiTest, FieldsTheServerDoesNotKnowAreRefusedNotDropped) {
+TEST_P(ServerApiTest, FieldsTheServerDoesNotKnowAreRefusedNotDropped) {
     const std::string token = signIn("ada@example.org");
     json site = shopSite();
     site["colour"] = "red";
@@ -343,6 +362,11 @@ TEST_F(ServerApiTest, FieldsTheServerDoesNotKnowAreRefusedNotDropped) {
         body(call("PUT", "notifications/settings", R"({"telegram_chat":"1"})", token))["detail"],
         "unknown field \"telegram_chat\"");
 }
+
+INSTANTIATE_TEST_SUITE_P(OnBothDatabases, ServerApiTest, ::testing::Values("sqlite", "postgresql"),
+                         [](const ::testing::TestParamInfo<std::string>& test) {
+                             return test.param;
+                         });
 
 TEST(MailQueue, AFailedSendIsTriedAgainAndTheRequestNeverWaits) {
     struct Flaky final : Mailer {

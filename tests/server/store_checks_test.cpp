@@ -1,5 +1,6 @@
 #include "server/store/sql_store.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_postgres.h"
 
 #include <gtest/gtest.h>
 
@@ -19,12 +20,30 @@ std::string uuid(int n) {
     return text;
 }
 
-class StoreChecksTest : public ::testing::Test {
+// The store's contract holds on both databases: each test runs on a SQLite file and on a
+// fresh database of a PostgreSQL the suite starts.
+class StoreChecksTest : public ::testing::TestWithParam<std::string> {
 protected:
-    StoreChecksTest()
-        : store(std::move(SqlStore::open("sqlite:" + (folder / "ravo.db").string())).value()) {
+    static void TearDownTestSuite() { postgres.reset(); }
+
+    void SetUp() override {
+        std::string address = "sqlite:" + (folder / "ravo.db").string();
+        if (GetParam() == "postgresql") {
+            if (!postgres) // started for the first test that needs it, stopped after the last
+                postgres = std::make_unique<testing::TemporaryPostgres>();
+            ASSERT_EQ(postgres->failure(), "");
+            address = postgres->freshDatabase();
+        }
+        auto opened = SqlStore::open(address);
+        ASSERT_TRUE(opened.ok()) << opened.error();
+        store = std::move(opened).value();
+        // Sites get their first slots from this clock, not from the moment the database was
+        // ready, which a PostgreSQL starting up puts a few seconds later.
+        store->setClock([this] { return now; });
         account = store->accountForEmail("ada@example.org", true).value().id;
     }
+
+    static inline std::unique_ptr<testing::TemporaryPostgres> postgres;
 
     void syncSites(const std::string& owner, int count, std::int64_t interval = 1) {
         std::vector<wire::CloudSite> sites;
@@ -71,7 +90,7 @@ TEST(FirstSlot, SlotsSpreadOverTheIntervalOnAFixedClock) {
         EXPECT_LT(count, 200) << "100 expected in each second, " << count << " at " << second;
 }
 
-TEST_F(StoreChecksTest, EverySlotIsClaimedOnceEvenByClaimersRacingEachOther) {
+TEST_P(StoreChecksTest, EverySlotIsClaimedOnceEvenByClaimersRacingEachOther) {
     syncSites(account, 60);
     EXPECT_TRUE(store->claimDueChecks(now, 1000).value().empty());
 
@@ -104,7 +123,7 @@ TEST_F(StoreChecksTest, EverySlotIsClaimedOnceEvenByClaimersRacingEachOther) {
     EXPECT_TRUE(store->claimDueChecks(later, 1000).value().empty());
 }
 
-TEST_F(StoreChecksTest, AServerThatWasAwaySkipsTheSlotsItMissed) {
+TEST_P(StoreChecksTest, AServerThatWasAwaySkipsTheSlotsItMissed) {
     syncSites(account, 3, 5);
     const auto first = store->claimDueChecks(now + 1h, 10).value();
     ASSERT_EQ(first.size(), 3u);
@@ -112,7 +131,7 @@ TEST_F(StoreChecksTest, AServerThatWasAwaySkipsTheSlotsItMissed) {
     EXPECT_EQ(store->claimDueChecks(now + 1h + 5min, 10).value().size(), 3u);
 }
 
-TEST_F(StoreChecksTest, OutagesBecomeStatusesIncidentsUptimeAndQueuedAlerts) {
+TEST_P(StoreChecksTest, OutagesBecomeStatusesIncidentsUptimeAndQueuedAlerts) {
     syncSites(account, 2);
     ASSERT_TRUE(store->updateNotificationSettings(account, {"-100123", std::nullopt}));
     TimePoint at = now + 61s;
@@ -152,7 +171,7 @@ TEST_F(StoreChecksTest, OutagesBecomeStatusesIncidentsUptimeAndQueuedAlerts) {
     EXPECT_EQ(store->claimDueAlerts(at + 121s, 10).value().size(), 4u);
 }
 
-TEST_F(StoreChecksTest, AlertOutcomesAreKeptWhereTheSettingsShowThem) {
+TEST_P(StoreChecksTest, AlertOutcomesAreKeptWhereTheSettingsShowThem) {
     syncSites(account, 1);
     ASSERT_TRUE(store->updateNotificationSettings(account, {"-100123", "12345:token"}));
     TimePoint at = now + 61s;
@@ -181,7 +200,7 @@ TEST_F(StoreChecksTest, AlertOutcomesAreKeptWhereTheSettingsShowThem) {
               (wire::CloudNotificationSettings{"-100999", false, std::nullopt}));
 }
 
-TEST_F(StoreChecksTest, WithoutATelegramChatNothingIsQueued) {
+TEST_P(StoreChecksTest, WithoutATelegramChatNothingIsQueued) {
     syncSites(account, 1);
     TimePoint at = now + 61s;
     checkAll(at, broken);
@@ -190,7 +209,7 @@ TEST_F(StoreChecksTest, WithoutATelegramChatNothingIsQueued) {
     EXPECT_TRUE(store->claimDueAlerts(at, 10).value().empty());
 }
 
-TEST_F(StoreChecksTest, ASiteRemovedMidCheckIsSkippedAndHistoryGoesWithItsAccount) {
+TEST_P(StoreChecksTest, ASiteRemovedMidCheckIsSkippedAndHistoryGoesWithItsAccount) {
     syncSites(account, 2);
     const TimePoint at = now + 61s;
     auto due = store->claimDueChecks(at, 10).value();
@@ -213,7 +232,7 @@ TEST_F(StoreChecksTest, ASiteRemovedMidCheckIsSkippedAndHistoryGoesWithItsAccoun
     EXPECT_TRUE(fresh->incidents.empty());
 }
 
-TEST_F(StoreChecksTest, PruningDropsOldPointsAndKeepsTheMonth) {
+TEST_P(StoreChecksTest, PruningDropsOldPointsAndKeepsTheMonth) {
     syncSites(account, 1);
     checkAll(now + 61s, ok);
     ASSERT_TRUE(store->pruneHistory(now + 20h, 30));
@@ -228,6 +247,12 @@ TEST_F(StoreChecksTest, PruningDropsOldPointsAndKeepsTheMonth) {
     ASSERT_TRUE(store->pruneHistory(now + 24h * 32, 30));
     EXPECT_FALSE(store->siteHistory(account, uuid(0), now + 24h * 32).value()->uptime30d);
 }
+
+INSTANTIATE_TEST_SUITE_P(OnBothDatabases, StoreChecksTest,
+                         ::testing::Values("sqlite", "postgresql"),
+                         [](const ::testing::TestParamInfo<std::string>& test) {
+                             return test.param;
+                         });
 
 } // namespace
 } // namespace ravo::server
