@@ -3,8 +3,8 @@
 #include "server/config/secrets.h"
 #include "server/mail/mail_queue.h"
 #include "server/store/sql_store.h"
+#include "tests/support/both_databases.h"
 #include "tests/support/temporary_folder.h"
-#include "tests/support/temporary_postgres.h"
 
 #include <gtest/gtest.h>
 
@@ -34,23 +34,9 @@ struct KeptMail final : Mailer {
 // starts: what a client sees does not depend on the database.
 class ServerApiTest : public ::testing::TestWithParam<std::string> {
 protected:
-    static void TearDownTestSuite() { postgres.reset(); }
-    static std::unique_ptr<SqlStore> openStore(const std::string& database,
-                                               const std::filesystem::path& folder) {
-        std::string address = "sqlite:" + (folder / "ravo.db").string();
-        if (database == "postgresql") {
-            if (!postgres) // started for the first test that needs it, stopped after the last
-                postgres = std::make_unique<testing::TemporaryPostgres>();
-            EXPECT_EQ(postgres->failure(), "");
-            address = postgres->freshDatabase();
-        }
-        auto opened = SqlStore::open(address);
-        EXPECT_TRUE(opened.ok()) << opened.error();
-        return std::move(opened).value();
-    }
-    static inline std::unique_ptr<testing::TemporaryPostgres> postgres;
+    static void TearDownTestSuite() { testing::BothDatabases::stop(); }
 
-    ServerApiTest() : store(openStore(GetParam(), folder.path())) {
+    ServerApiTest() : store(testing::BothDatabases::open(GetParam(), folder.path())) {
         config.plan.maxSites = 2;
         config.plan.minIntervalMinutes = 3;
         context.now = [this] { return now; };
@@ -364,9 +350,7 @@ TEST_P(ServerApiTest, FieldsTheServerDoesNotKnowAreRefusedNotDropped) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OnBothDatabases, ServerApiTest, ::testing::Values("sqlite", "postgresql"),
-                         [](const ::testing::TestParamInfo<std::string>& test) {
-                             return test.param;
-                         });
+                         testing::BothDatabases::name);
 
 TEST(MailQueue, AFailedSendIsTriedAgainAndTheRequestNeverWaits) {
     struct Flaky final : Mailer {

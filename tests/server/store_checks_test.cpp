@@ -1,6 +1,6 @@
 #include "server/store/sql_store.h"
+#include "tests/support/both_databases.h"
 #include "tests/support/temporary_folder.h"
-#include "tests/support/temporary_postgres.h"
 
 #include <gtest/gtest.h>
 
@@ -24,26 +24,16 @@ std::string uuid(int n) {
 // fresh database of a PostgreSQL the suite starts.
 class StoreChecksTest : public ::testing::TestWithParam<std::string> {
 protected:
-    static void TearDownTestSuite() { postgres.reset(); }
+    static void TearDownTestSuite() { testing::BothDatabases::stop(); }
 
     void SetUp() override {
-        std::string address = "sqlite:" + (folder / "ravo.db").string();
-        if (GetParam() == "postgresql") {
-            if (!postgres) // started for the first test that needs it, stopped after the last
-                postgres = std::make_unique<testing::TemporaryPostgres>();
-            ASSERT_EQ(postgres->failure(), "");
-            address = postgres->freshDatabase();
-        }
-        auto opened = SqlStore::open(address);
-        ASSERT_TRUE(opened.ok()) << opened.error();
-        store = std::move(opened).value();
+        store = testing::BothDatabases::open(GetParam(), folder.path());
+        ASSERT_NE(store, nullptr);
         // Sites get their first slots from this clock, not from the moment the database was
         // ready, which a PostgreSQL starting up puts a few seconds later.
         store->setClock([this] { return now; });
         account = store->accountForEmail("ada@example.org", true).value().id;
     }
-
-    static inline std::unique_ptr<testing::TemporaryPostgres> postgres;
 
     void syncSites(const std::string& owner, int count, std::int64_t interval = 1) {
         std::vector<wire::CloudSite> sites;
@@ -249,10 +239,7 @@ TEST_P(StoreChecksTest, PruningDropsOldPointsAndKeepsTheMonth) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OnBothDatabases, StoreChecksTest,
-                         ::testing::Values("sqlite", "postgresql"),
-                         [](const ::testing::TestParamInfo<std::string>& test) {
-                             return test.param;
-                         });
+                         ::testing::Values("sqlite", "postgresql"), testing::BothDatabases::name);
 
 } // namespace
 } // namespace ravo::server
