@@ -1,9 +1,9 @@
 #include "cloud/cloud_account.h"
 
-#include "cloud/core/apple_callback.h"
 #include "base/json_parse.h"
 #include "base/log.h"
 #include "base/trimmed.h"
+#include "cloud/core/apple_callback.h"
 
 #include <QLocale>
 #include <QSysInfo>

@@ -5,6 +5,7 @@
 #include "cloud/core/site_history_summary.h"
 #include "cloud/core/site_state.h"
 #include "cloud/core/websites_snapshot.h"
+#include "cloud/websites_widget_file.h"
 
 #include <QObject>
 #include <QSettings>
@@ -14,6 +15,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -87,7 +89,7 @@ private:
     std::map<std::string, SiteState> states_;
     std::map<std::string, double> uptimeDay_;
     std::optional<TimePoint> uptimeRefreshedAt_;
-    std::optional<std::pair<bool, std::vector<WidgetEssentials>>> published_;
+    std::unique_ptr<WebsitesWidgetFile> widgetFile_;
     std::optional<std::string> lastError_;
     std::optional<std::string> adoptedFor_;
     QTimer poll_;

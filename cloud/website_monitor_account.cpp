@@ -1,0 +1,62 @@
+// The monitor and the account: the list a signed-in account keeps is the list, and the
+// sites kept on this computer join it once per account.
+#include "cloud/website_monitor.h"
+
+namespace ravo::cloud {
+
+QCoro::Task<> WebsiteMonitor::adoptAccount() {
+    const auto me = account_.me();
+    if (!me)
+        co_return;
+    const std::string identity = account_.server().toStdString() + " " + me->email;
+    adoptedFor_ = identity;
+    beginSync();
+    const auto statuses = co_await account_.client().siteStatuses();
+    const auto listed = co_await account_.client().sites();
+    const CloudError* failure = std::get_if<CloudError>(&statuses);
+    if (!failure)
+        failure = std::get_if<CloudError>(&listed);
+    if (failure) {
+        report(*failure);
+        endSync();
+        co_return;
+    }
+    std::vector<MonitoredSite> server;
+    for (const auto& site : std::get<std::vector<wire::CloudSite>>(listed))
+        server.push_back(fromCloudSite(site));
+    // Once per account the sites kept on this computer join the account's list; after that
+    // the server's list is the list.
+    if (settings_.value(kMigratedKey).toString().toStdString() != identity) {
+        sites_ = mergedSiteLists(server, sites_);
+        settings_.setValue(kMigratedKey, QString::fromStdString(identity));
+        persist();
+        if (sites_ != server)
+            co_await push();
+    } else {
+        sites_ = std::move(server);
+        persist();
+    }
+    apply(std::get<std::vector<wire::CloudSiteStatus>>(statuses), false);
+    uptimeRefreshedAt_.reset();
+    co_await refreshUptimeIfDue();
+    endSync();
+}
+
+void WebsiteMonitor::accountChanged() {
+    if (account_.isSignedIn()) {
+        const std::string identity = account_.server().toStdString() + " " + account_.me()->email;
+        if (adoptedFor_ != identity)
+            adoptAccount();
+        return;
+    }
+    if (!adoptedFor_ && states_.empty())
+        return;
+    adoptedFor_.reset();
+    states_.clear();
+    uptimeDay_.clear();
+    uptimeRefreshedAt_.reset();
+    publishForWidget();
+    emit changed();
+}
+
+} // namespace ravo::cloud

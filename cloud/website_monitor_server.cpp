@@ -1,0 +1,129 @@
+// The monitor and the server: statuses polled and turned into alerts, the list sent up one
+// PUT at a time, uptimes and histories fetched.
+#include "cloud/website_monitor.h"
+
+#include "base/log.h"
+#include "cloud/alert_notifier.h"
+#include "wire/site_url.h"
+
+#include <algorithm>
+
+namespace ravo::cloud {
+
+QCoro::Task<> WebsiteMonitor::refresh() {
+    co_await pollRound();
+}
+
+QCoro::Task<> WebsiteMonitor::pollRound() {
+    if (polling_ || !account_.isSignedIn())
+        co_return;
+    polling_ = true;
+    beginSync();
+    const auto statuses = co_await account_.client().siteStatuses();
+    if (const auto* failure = std::get_if<CloudError>(&statuses)) {
+        report(*failure);
+    } else {
+        apply(std::get<std::vector<wire::CloudSiteStatus>>(statuses), true);
+        co_await refreshUptimeIfDue();
+    }
+    polling_ = false;
+    endSync();
+}
+
+QCoro::Task<> WebsiteMonitor::refreshUptimeIfDue() {
+    const TimePoint now = options_.now();
+    if (uptimeRefreshedAt_ && now - *uptimeRefreshedAt_ < options_.uptimeRefreshInterval)
+        co_return;
+    uptimeRefreshedAt_ = now;
+    std::map<std::string, double> uptimes;
+    const auto sites = sites_; // edits may land while a request is out
+    for (const auto& site : sites) {
+        const auto history = co_await account_.client().history(site.id);
+        if (const auto* failure = std::get_if<CloudError>(&history)) {
+            // A site the server has not taken yet has no history; that is no failure.
+            if (failure->status == 404)
+                continue;
+            report(*failure);
+            co_return;
+        }
+        if (const auto uptime = std::get<wire::CloudSiteHistory>(history).uptime24h)
+            uptimes[site.id] = *uptime;
+    }
+    if (uptimes != uptimeDay_) {
+        uptimeDay_ = std::move(uptimes);
+        publishForWidget();
+        emit changed();
+    }
+}
+
+void WebsiteMonitor::apply(const std::vector<wire::CloudSiteStatus>& statuses, bool announce) {
+    std::map<std::string, SiteState> fresh;
+    std::vector<std::string> ids;
+    for (const auto& site : sites_) {
+        ids.push_back(site.id);
+        const auto status = std::find_if(statuses.begin(), statuses.end(),
+                                         [&](const auto& s) { return s.site == site.id; });
+        if (status != statuses.end())
+            fresh[site.id] = siteStateFrom(*status);
+    }
+    const auto alerts = announce ? alertsBetween(ids, states_, fresh)
+                                 : std::vector<std::pair<std::string, SiteAlert>>{};
+    states_ = std::move(fresh);
+    persist();
+    publishForWidget();
+    for (const auto& [id, alert] : alerts) {
+        const auto site =
+            std::find_if(sites_.begin(), sites_.end(), [&](const auto& s) { return s.id == id; });
+        log::info("websites", site->url + (alert.kind == SiteAlert::Kind::down
+                                               ? " is down: " + alert.problem.text()
+                                               : " is back up"));
+        if (notifier_)
+            notifier_->deliver(alert.message(wire::siteDisplayName(site->name, site->url)), id);
+    }
+    emit changed();
+}
+
+QCoro::Task<> WebsiteMonitor::push() {
+    if (!account_.isSignedIn())
+        co_return;
+    // One PUT at a time, so the last edit is the list the server keeps.
+    if (pushing_) {
+        pushAgain_ = true;
+        co_return;
+    }
+    pushing_ = true;
+    beginSync();
+    do {
+        pushAgain_ = false;
+        std::vector<wire::CloudSite> wire;
+        for (const auto& site : sites_)
+            wire.push_back(toCloudSite(site, intervalMinutes()));
+        const auto synced = co_await account_.client().syncSites(std::move(wire));
+        if (const auto* failure = std::get_if<CloudError>(&synced)) {
+            report(*failure);
+            break;
+        }
+        lastError_.reset();
+    } while (pushAgain_ && account_.isSignedIn());
+    pushing_ = false;
+    endSync();
+}
+
+QCoro::Task<CloudResult<SiteHistorySummary>> WebsiteMonitor::historySummary(std::string siteID) {
+    const auto history = co_await account_.client().history(siteID);
+    if (const auto* failure = std::get_if<CloudError>(&history)) {
+        report(*failure);
+        co_return *failure;
+    }
+    co_return summarize(std::get<wire::CloudSiteHistory>(history));
+}
+
+void WebsiteMonitor::report(const CloudError& error) {
+    if (!account_.handle(error))
+        return;
+    lastError_ = error.text();
+    log::error("websites", "Website sync failed: " + error.text());
+    emit changed();
+}
+
+} // namespace ravo::cloud
