@@ -1,6 +1,6 @@
 #include "server/store/sql_store.h"
 
-#include "server/alerts/alert_text.h"
+#include "server/checker/check_record.h"
 #include "server/config/secrets.h"
 #include "wire/site_url.h"
 
@@ -9,8 +9,6 @@
 namespace ravo::server {
 
 namespace {
-
-constexpr double kLatencyPointSeconds = 300; // one latency point per site per 5 minutes
 
 Status recordOne(SqlDatabase& sql, const CheckReport& report, const CheckPolicy& policy) {
     const DueCheck& check = report.check;
@@ -28,8 +26,10 @@ Status recordOne(SqlDatabase& sql, const CheckReport& report, const CheckPolicy&
     SiteCondition before{row.optionalText(1).value_or("unknown"), static_cast<int>(row.integer(2)),
                          dateFromSeconds(row.optionalReal(3)),
                          dateFromSeconds(row.optionalReal(4))};
-    const Verdict verdict = judge(before, outcome, policy);
-    const SiteCondition& after = verdict.condition;
+    const CheckRecord record =
+        recordOf(before, outcome, policy, wire::siteDisplayName(check.name, check.url), check.url,
+                 row.optionalText(5).has_value());
+    const SiteCondition& after = record.condition;
     const double at = unixSeconds(outcome.at);
     if (auto done = sql.execute(
             "INSERT INTO site_status (site_key, health, last_checked_at, last_status_code, "
@@ -52,57 +52,44 @@ Status recordOne(SqlDatabase& sql, const CheckReport& report, const CheckPolicy&
              secondsValue(after.certificateWarnedFor)});
         !done)
         return done;
-
-    const bool passed = outcome.passed();
-    const double latency = passed ? outcome.latencyMs.value_or(0) : 0;
-    const std::int64_t measured = passed && outcome.latencyMs ? 1 : 0;
-    if (measured)
+    if (record.latencySlot)
         if (auto done = sql.execute(
                 "INSERT INTO latency_points (site_key, slot, latency_sum, checks) VALUES "
                 "(?, ?, ?, 1) ON CONFLICT (site_key, slot) DO UPDATE SET latency_sum = "
                 "latency_points.latency_sum + excluded.latency_sum, checks = "
                 "latency_points.checks + 1",
-                {check.siteKey, std::floor(at / kLatencyPointSeconds) * kLatencyPointSeconds,
-                 latency});
+                {check.siteKey, *record.latencySlot, record.latencyMs});
             !done)
             return done;
+    const bool measured = record.latencySlot.has_value();
     if (auto done = sql.execute(
             "INSERT INTO hourly_stats (site_key, hour, checks, successes, latency_sum, "
             "latency_count) VALUES (?, ?, 1, ?, ?, ?) ON CONFLICT (site_key, hour) DO UPDATE SET "
             "checks = hourly_stats.checks + 1, successes = hourly_stats.successes + "
             "excluded.successes, latency_sum = hourly_stats.latency_sum + excluded.latency_sum, "
             "latency_count = hourly_stats.latency_count + excluded.latency_count",
-            {check.siteKey, std::floor(at / 3600) * 3600, std::int64_t{passed}, latency, measured});
+            {check.siteKey, record.hour, std::int64_t{record.passed},
+             measured ? record.latencyMs : 0.0, std::int64_t{measured}});
         !done)
         return done;
-
-    const bool alertsWanted = row.optionalText(5).has_value();
-    const std::string name = wire::siteDisplayName(check.name, check.url);
-    for (const SiteEvent& event : verdict.events) {
-        if (event.kind == SiteEvent::Kind::down) {
-            if (auto done = sql.execute("INSERT INTO incidents (site_key, started_at, reason) "
-                                        "VALUES (?, ?, ?)",
-                                        {check.siteKey,
-                                         unixSeconds(after.failingSince.value_or(outcome.at)),
-                                         event.problem});
-                !done)
-                return done;
-        } else if (event.kind == SiteEvent::Kind::recovered) {
-            if (auto done = sql.execute("UPDATE incidents SET ended_at = ? WHERE site_key = ? "
-                                        "AND ended_at IS NULL",
-                                        {at, check.siteKey});
-                !done)
-                return done;
-        }
-        if (!alertsWanted)
-            continue;
-        if (auto done = sql.execute("INSERT INTO alerts (id, account_id, text, created_at, "
-                                    "next_attempt_at) VALUES (?, ?, ?, ?, ?)",
-                                    {Secrets::randomUUID(), check.accountID,
-                                     alertMessage(event, name, check.url), at, at});
+    if (record.incidentFrom)
+        if (auto done = sql.execute(
+                "INSERT INTO incidents (site_key, started_at, reason) VALUES (?, ?, ?)",
+                {check.siteKey, unixSeconds(*record.incidentFrom), record.incidentReason});
             !done)
             return done;
-    }
+    if (record.incidentEnd)
+        if (auto done = sql.execute("UPDATE incidents SET ended_at = ? WHERE site_key = ? AND "
+                                    "ended_at IS NULL",
+                                    {unixSeconds(*record.incidentEnd), check.siteKey});
+            !done)
+            return done;
+    for (const std::string& text : record.alerts)
+        if (auto done = sql.execute("INSERT INTO alerts (id, account_id, text, created_at, "
+                                    "next_attempt_at) VALUES (?, ?, ?, ?, ?)",
+                                    {Secrets::randomUUID(), check.accountID, text, at, at});
+            !done)
+            return done;
     return success();
 }
 
@@ -215,7 +202,8 @@ Status SqlStore::pruneHistory(TimePoint now, int historyDays) {
     const double moment = unixSeconds(now);
     const double kept = std::max(historyDays, 30) * 86400.0 + 3600;
     for (const auto& [sql, before] : std::initializer_list<std::pair<const char*, double>>{
-             {"DELETE FROM latency_points WHERE slot < ?", moment - 86400 - kLatencyPointSeconds},
+             {"DELETE FROM latency_points WHERE slot < ?",
+              moment - 86400 - CheckRecord::kLatencyPointSeconds},
              {"DELETE FROM hourly_stats WHERE hour < ?", moment - kept},
              {"DELETE FROM incidents WHERE ended_at < ?", moment - kept},
              {"DELETE FROM email_attempts WHERE expires_at < ?", moment - 86400},
