@@ -4,10 +4,6 @@ namespace ravo::ui {
 namespace {
 
 using namespace testing_views;
-using namespace usage;
-using testing::clippedLabels;
-using testing::visibleText;
-namespace fs = std::filesystem;
 
 TEST_F(ViewsTest, UsagePopoverShowsPlansWindowsCreditsFailuresAndSessions) {
     auto* view =
