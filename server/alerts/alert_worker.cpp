@@ -11,8 +11,9 @@ constexpr int kMaxAttempts = 6;
 } // namespace
 
 AlertWorker::AlertWorker(Store& store, const TelegramClient& telegram,
-                         std::optional<std::string> serverBotToken)
-    : store_(store), telegram_(telegram), serverBotToken_(std::move(serverBotToken)) {}
+                         std::optional<std::string> serverBotToken, std::function<TimePoint()> now)
+    : store_(store), telegram_(telegram), serverBotToken_(std::move(serverBotToken)),
+      now_(std::move(now)) {}
 
 AlertWorker::~AlertWorker() {
     stop();
@@ -57,12 +58,12 @@ AlertOutcome AlertWorker::deliver(const QueuedAlert& alert) {
     const auto delivery = telegram_.sendMessage(*token, *alert.chatID, alert.text);
     if (delivery.kind != TelegramDelivery::Kind::sent)
         log::info("alerts", "Telegram did not take an alert: " + delivery.description);
-    return outcomeFor(delivery, alert.attempts, Clock::now());
+    return outcomeFor(delivery, alert.attempts, now_());
 }
 
 void AlertWorker::run() {
     while (!thread_.stopping()) {
-        auto due = store_.claimDueAlerts(Clock::now(), 20);
+        auto due = store_.claimDueAlerts(now_(), 20);
         if (!due)
             log::error("alerts", "reading the alert queue failed: " + due.error());
         else

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "base/worker_thread.h"
 #include "server/alerts/telegram_client.h"
 #include "server/store/store.h"
-#include "base/worker_thread.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -13,8 +14,9 @@ namespace ravo::server {
 // delays alerts, never checks.
 class AlertWorker {
 public:
-    AlertWorker(Store& store, const TelegramClient& telegram,
-                std::optional<std::string> serverBotToken);
+    AlertWorker(
+        Store& store, const TelegramClient& telegram, std::optional<std::string> serverBotToken,
+        std::function<TimePoint()> now = [] { return Clock::now(); });
     ~AlertWorker();
     void start();
     void stop();
@@ -29,6 +31,7 @@ private:
     Store& store_;
     const TelegramClient& telegram_;
     std::optional<std::string> serverBotToken_;
+    std::function<TimePoint()> now_;
     WorkerThread thread_;
 };
 

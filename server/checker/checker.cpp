@@ -36,11 +36,11 @@ void Checker::stop() {
 }
 
 void Checker::run() {
-    const TimePoint started = Clock::now();
+    const TimePoint started = options_.now();
     nextReport_ = started + kReportEvery;
     nextPrune_ = started + std::chrono::seconds(30);
     while (!thread_.stopping()) {
-        const TimePoint now = Clock::now();
+        const TimePoint now = options_.now();
         if (now >= nextClaim_ && prober_.inFlight() < options_.maxInFlight)
             claim(now);
         for (auto& finished : prober_.poll(std::chrono::milliseconds(50))) {
@@ -80,7 +80,7 @@ void Checker::claim(TimePoint now) {
 }
 
 void Checker::flush(bool force) {
-    const TimePoint now = Clock::now();
+    const TimePoint now = options_.now();
     if (pending_.empty() || (!force && now - lastFlush_ < kFlushEvery))
         return;
     lastFlush_ = now;

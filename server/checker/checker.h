@@ -1,10 +1,11 @@
 #pragma once
 
+#include "base/worker_thread.h"
 #include "server/checker/http_prober.h"
 #include "server/store/store.h"
-#include "base/worker_thread.h"
 
 #include <chrono>
+#include <functional>
 
 namespace ravo::server {
 
@@ -13,6 +14,8 @@ struct CheckerOptions {
     CheckPolicy policy;
     std::size_t maxInFlight = 256;
     int historyDays = 30;
+    // The clock slots and results are read against; the real one outside tests.
+    std::function<TimePoint()> now = [] { return Clock::now(); };
 };
 
 // Claims due sites from the store, checks them, and writes the results back in batches,
