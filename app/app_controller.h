@@ -112,7 +112,6 @@ public:
     // A ravo:// link handed to Ravo: the browser's sign-in callback, or a session link.
     // True when it brought a session's terminal forward.
     bool handleLink(const std::string& url);
-    static bool isSignInCallback(const std::string& url);
     // Another process (`ravo settings set`) stored a new value, and the file has been read
     // again: hand it to its owner, so it takes effect and syncs as if changed here.
     void reloadSetting(const std::string& key);
@@ -165,5 +164,8 @@ private:
     QTimer* refreshLoop_;
     bool started_ = false;
 };
+
+// "ravo://auth?...": the browser handing back an Apple sign-in.
+bool isSignInCallback(const std::string& url);
 
 } // namespace ravo::app

@@ -8,7 +8,7 @@
 
 namespace ravo::app {
 
-bool AppController::isSignInCallback(const std::string& url) {
+bool isSignInCallback(const std::string& url) {
     return QUrl(QString::fromStdString(url)).host() == "auth";
 }
 

@@ -129,7 +129,7 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
                          // sessions are to be found in the usage view.
                          if (controller->handleLink(url))
                              return;
-                         if (AppController::isSignInCallback(url))
+                         if (isSignInCallback(url))
                              settings.showTab(ui::SettingsWindow::kAccountTab);
                          else
                              showUsage();
