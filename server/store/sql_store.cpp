@@ -6,6 +6,7 @@
 #include "server/store/sql_schema.h"
 #include "server/store/sqlite_database.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace ravo::server {
@@ -87,7 +88,18 @@ Status SqlStore::migrate() {
     // Processes that start together must not create the same tables at once.
     if (auto locked = connection->script("SELECT pg_advisory_lock(74211)"); !locked)
         return locked;
-    auto created = connection->script(storeSchema(SqlDialect::postgres));
+    // One statement at a time: as one script the schema is one transaction, and its
+    // CREATE INDEX IF NOT EXISTS steps, each locking a table, could deadlock with a running
+    // server's writes (a `ravo-server user add` beside it).
+    Status created = success();
+    const std::string schema = storeSchema(SqlDialect::postgres);
+    for (std::size_t start = 0; created && start < schema.size();) {
+        const auto end = std::min(schema.find(';', start), schema.size());
+        const std::string statement = schema.substr(start, end - start);
+        if (statement.find_first_not_of(" \n") != std::string::npos)
+            created = connection->script(statement);
+        start = end + 1;
+    }
     if (created)
         created = foldAccountAddresses(*connection);
     connection->script("SELECT pg_advisory_unlock(74211)");
