@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The systemd unit that `cmake --install` puts in place, as systemd reads it: it verifies,
-# starts the server as a user of its own with only its state folder writable, and rates
+# starts the server as its own system user with only its state folder writable, and rates
 # an exposure under 4 in `systemd-analyze security`.
 set -euo pipefail
 bin=$1
@@ -13,7 +13,7 @@ sed "s|/usr/local/bin/ravo-server|$bin/ravo-server|" "$unit" >"$work/ravo-server
 systemd-analyze verify "$work/ravo-server.service" || fail "systemd does not accept the unit"
 systemd-analyze security --offline=yes --threshold=40 "$work/ravo-server.service" >"$work/security" ||
     fail "exposure over 4: $(tail -n 1 "$work/security")"
-for setting in DynamicUser=yes StateDirectory=ravo-server UMask=0077 NoNewPrivileges=yes \
+for setting in User=ravo-server StateDirectory=ravo-server UMask=0077 NoNewPrivileges=yes \
     ProtectSystem=strict ProtectHome=yes PrivateTmp=yes LimitNOFILE= \
     LoadCredential=ravo-server.conf:/etc/ravo-server/ravo-server.conf; do
     grep -q "^$setting" "$unit" || fail "the unit lacks $setting"
