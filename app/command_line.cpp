@@ -95,12 +95,16 @@ Command speedTestCommand(const std::vector<std::string>& arguments) {
 }
 
 Command sitesCommand(const std::vector<std::string>& arguments) {
-    const std::string use = "Use: ravo sites [--json] | sites add URL [--name NAME] "
+    const std::string use = "Use: ravo sites [--json | --local] | sites add URL [--name NAME] "
                             "[--keyword TEXT] | sites remove ID|URL";
     Command command;
     command.kind = Command::Kind::sites;
     if (arguments.size() == 1 || (arguments.size() == 2 && arguments[1] == "--json")) {
         command.sites.json = arguments.size() == 2;
+        return command;
+    }
+    if (arguments.size() == 2 && arguments[1] == "--local") {
+        command.sites.action = "local";
         return command;
     }
     std::vector<std::pair<std::string, std::string>> options;
@@ -201,6 +205,8 @@ std::string usageText() {
            "                    prompt) or a password from standard input\n"
            "  account signout|status\n"
            "  sites [--json]    your monitored websites and how they are\n"
+           "  sites --local     the websites kept on this computer, one \"ID URL\" a line,\n"
+           "                    without asking the server\n"
            "  sites add URL [--name NAME] [--keyword TEXT]\n"
            "  sites remove ID|URL\n"
            "  settings list | get KEY | set KEY VALUE\n"

@@ -21,9 +21,9 @@ struct AccountRequest {
 };
 int runAccountCommand(const AccountRequest& request);
 
-// ravo sites [add URL | remove ID|URL]
+// ravo sites [--local | add URL | remove ID|URL]
 struct SitesRequest {
-    std::string action = "list";
+    std::string action = "list"; // list, local, add or remove
     bool json = false;
     std::string target; // add: the address; remove: the id or address
     std::string name;

@@ -93,6 +93,12 @@ QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest re
 
 int runSitesCommand(const SitesRequest& request) {
     auto settings = common::openUserSettings();
+    // Offline and without the secret store, so a shell completing a site id never waits.
+    if (request.action == "local") {
+        for (const auto& site : SiteListSettings::load(*settings))
+            std::cout << site.id << " " << site.url << "\n";
+        return 0;
+    }
     const auto cloud = CloudServices::forThisComputer();
     CloudAccount account(*settings, cloud.secrets, cloud.transport);
     return QCoro::waitFor(run(account, *settings, request));
