@@ -16,7 +16,8 @@ if [ "${1:-}" = "--tests" ]; then
     packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl
         openssl postgresql gnome-keyring libsecret-tools dunst
         iproute2 nftables tmux xterm python3-dbus python3-gi systemd util-linux
-        lintian dpkg-dev adduser file)
+        lintian dpkg-dev adduser file
+        groff-base man-db bsdextrautils zsh fish appstream desktop-file-utils libxml2-utils)
 fi
 
 missing=()
