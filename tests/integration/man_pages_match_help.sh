@@ -63,8 +63,8 @@ compare() { # what, program, page, from help, from page
     local missing extra
     missing=$(comm -23 <(printf '%s\n' "$4") <(printf '%s\n' "$5") | grep . || true)
     extra=$(comm -13 <(printf '%s\n' "$4") <(printf '%s\n' "$5") | grep . || true)
-    [ -z "$missing" ] || fail "$3 lacks the $1 $2 --help shows: $(echo $missing)"
-    [ -z "$extra" ] || fail "$3 shows $1 that $2 --help does not: $(echo $extra)"
+    [ -z "$missing" ] || fail "$3 lacks the $1 $2 --help shows: $(tr "\n" " " <<<"$missing")"
+    [ -z "$extra" ] || fail "$3 shows $1 that $2 --help does not: $(tr "\n" " " <<<"$extra")"
 }
 
 check() { # program, page, help text

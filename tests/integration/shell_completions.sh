@@ -33,7 +33,7 @@ bash_offers() { # script, function, program, line
 ravo_offers() { bash_offers "$completions/ravo.bash" _ravo ravo "$1"; }
 server_offers() { bash_offers "$completions/ravo-server.bash" _ravo_server ravo-server "$1"; }
 expect() { # what, expected, got
-    [ "$2" = "$3" ] || fail "$1: expected [$(echo $2)], got [$(echo $3)]"
+    [ "$2" = "$3" ] || fail "$1: expected [$(tr '\n' ' ' <<<"$2")], got [$(tr '\n' ' ' <<<"$3")]"
 }
 lines() { printf '%s\n' "$@" | sort; }
 
