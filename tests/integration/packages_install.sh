@@ -68,6 +68,7 @@ for file in /usr/share/applications/io.halvorsund.Ravo.desktop \
     /usr/share/icons/hicolor/scalable/apps/ravo.svg /usr/share/doc/ravo/README.md \
     /usr/share/doc/ravo/copyright /usr/share/doc/ravo/changelog.gz \
     /usr/share/doc/ravo-server/copyright /usr/share/doc/ravo-server/changelog.gz \
+    /usr/share/man/man1/ravo.1.gz /usr/share/man/man8/ravo-server.8.gz \
     /lib/systemd/system/ravo-server.service /etc/ravo-server/ravo-server.conf; do
     [ -f "$file" ] || fail "$file is not installed"
 done
