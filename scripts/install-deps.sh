@@ -13,7 +13,7 @@ packages=(
     dbus dbus-x11 xvfb xauth procps jq valgrind fonts-dejavu-core
 )
 if [ "${1:-}" = "--tests" ]; then
-    packages+=(nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl
+    packages+=(sqlite3 nodejs npm trayer x11-utils clang libclang-rt-14-dev python3-aiosmtpd curl
         openssl postgresql gnome-keyring libsecret-tools dunst
         iproute2 nftables tmux xterm python3-dbus python3-gi systemd util-linux
         lintian dpkg-dev adduser file

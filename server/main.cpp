@@ -2,14 +2,16 @@
 #include "base/atomic_file.h"
 #include "base/log.h"
 #include "server/alerts/alert_worker.h"
-#include "server/checker/checker.h"
 #include "server/api/api.h"
-#include "server/mail/mail_queue.h"
+#include "server/checker/checker.h"
 #include "server/config/secrets.h"
 #include "server/config/server_config.h"
-#include "server/mail/smtp_mailer.h"
 #include "server/http/http_server.h"
+#include "server/mail/mail_queue.h"
+#include "server/mail/smtp_mailer.h"
+#include "server/store/schema_migrations.h"
 #include "server/store/sql_store.h"
+#include "server/store/sqlite_backup.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
@@ -108,6 +110,16 @@ void keepDatabasePrivate(const std::string& database) {
     }
 }
 
+int backUp(const ServerConfig& config, const std::string& file) {
+    if (!config.database.starts_with("sqlite:"))
+        return fail("backup copies a SQLite database; back PostgreSQL up with pg_dump "
+                    "(see the README)");
+    if (auto copied = backupSqlite(config.database.substr(7), file); !copied)
+        return fail("backup: " + copied.error());
+    std::printf("%s now holds a copy of %s\n", file.c_str(), config.database.substr(7).c_str());
+    return 0;
+}
+
 int addUser(Store& store, const std::string& email) {
     std::string password;
     std::getline(std::cin, password);
@@ -133,9 +145,12 @@ CheckerOptions checkerOptions(const ServerConfig& config) {
 
 int serve(Store& store, const ServerConfig& config) {
     SmtpMailer smtp(config);
+    ServerTelemetry telemetry;
     MailQueue mailer(smtp);
+    mailer.setTelemetry(&telemetry);
     TelegramClient telegram(config.telegramAPI);
     ApiContext context{store, mailer, config, telegram};
+    context.telemetry = &telemetry;
     std::unique_ptr<AppleSignIn> apple;
     if (config.appleClientID) {
         const auto key = readFile(*config.applePrivateKeyFile, 64 * 1024);
@@ -161,10 +176,14 @@ int serve(Store& store, const ServerConfig& config) {
                                                   : defaultMaxConnections(config);
     TransferBudget::Limits budget;
     budget.bytesPerWindow = static_cast<std::uint64_t>(config.speedTestMiBPerHour) << 20;
-    HttpStreams streams{
-        std::string(SpeedTestApi::kLargePath), std::string(SpeedTestApi::kUploadPath),
-        [&context](const HttpRequest& request) { return SpeedTestApi::admit(context, request); },
-        std::make_shared<TransferBudget>(budget)};
+    HttpStreams streams{std::string(SpeedTestApi::kLargePath),
+                        std::string(SpeedTestApi::kUploadPath),
+                        [&context](const HttpRequest& request) {
+                            auto refused = SpeedTestApi::admit(context, request);
+                            countRequest(context, request, refused ? refused->status : 200);
+                            return refused;
+                        },
+                        std::make_shared<TransferBudget>(budget)};
     try {
         server = std::make_unique<HttpServer>(
             io,
@@ -180,10 +199,13 @@ int serve(Store& store, const ServerConfig& config) {
     log::info("server", "listening on " + config.listenHost + ":" + std::to_string(server->port()) +
                             ", database " + redactedDatabase(config.database) + ", at most " +
                             std::to_string(limits.maxConnections) + " connections");
-    Checker checker(store, checkerOptions(config));
+    CheckerOptions options = checkerOptions(config);
+    options.telemetry = &telemetry;
+    Checker checker(store, options);
     if (config.checker)
         checker.start();
     AlertWorker alerts(store, telegram, config.telegramBotToken);
+    alerts.setTelemetry(&telemetry);
     alerts.start();
     std::vector<std::thread> threads;
     for (int i = 1; i < config.threads; ++i)
@@ -215,12 +237,15 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (command->kind == ServerCommand::Kind::version) {
-        std::printf("ravo-server %s\n", RAVO_VERSION);
+        std::printf("ravo-server %s (database layout %d)\n", RAVO_VERSION, latestSchemaVersion());
         return 0;
     }
-    curl_global_init(CURL_GLOBAL_DEFAULT);
     const ServerConfig& config = command->config;
     keepDatabasePrivate(config.database);
+    // Before anything opens the database, so a copy taken before an upgrade is of the old one.
+    if (command->kind == ServerCommand::Kind::backup)
+        return backUp(config, command->backupFile);
+    curl_global_init(CURL_GLOBAL_DEFAULT);
     auto store = SqlStore::open(config.database, static_cast<std::size_t>(config.threads) + 3);
     if (!store)
         return fail(store.error());

@@ -68,7 +68,13 @@ void AlertWorker::run() {
             log::error("alerts", "reading the alert queue failed: " + due.error());
         else
             for (const auto& alert : *due) {
-                if (auto finished = store_.finishAlert(alert, deliver(alert)); !finished)
+                const AlertOutcome outcome = deliver(alert);
+                if (telemetry_)
+                    telemetry_->alertDeliveries.add(
+                        {outcome.kind == AlertOutcome::Kind::sent    ? "sent"
+                         : outcome.kind == AlertOutcome::Kind::retry ? "retry"
+                                                                     : "given_up"});
+                if (auto finished = store_.finishAlert(alert, outcome); !finished)
                     log::error("alerts", "recording a sent alert failed: " + finished.error());
             }
         for (int i = 0; i < 10 && !thread_.stopping() && (!due || due->empty()); ++i)

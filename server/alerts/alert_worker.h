@@ -3,6 +3,7 @@
 #include "base/worker_thread.h"
 #include "server/alerts/telegram_client.h"
 #include "server/store/store.h"
+#include "server/telemetry/server_telemetry.h"
 
 #include <functional>
 #include <optional>
@@ -20,6 +21,8 @@ public:
     ~AlertWorker();
     void start();
     void stop();
+    // Where deliveries are counted for the operator; before start().
+    void setTelemetry(ServerTelemetry* telemetry) { telemetry_ = telemetry; }
 
     // What to do with an alert after Telegram's answer; the retry waits grow with attempts.
     static AlertOutcome outcomeFor(const TelegramDelivery& delivery, int attempts, TimePoint now);
@@ -33,6 +36,7 @@ private:
     std::optional<std::string> serverBotToken_;
     std::function<TimePoint()> now_;
     WorkerThread thread_;
+    ServerTelemetry* telemetry_ = nullptr;
 };
 
 } // namespace ravo::server

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "server/alerts/telegram_client.h"
+#include "server/api/rate_limiter.h"
 #include "server/auth/apple_sign_in.h"
+#include "server/auth/password_timing.h"
+#include "server/config/server_config.h"
 #include "server/http/http_message.h"
 #include "server/mail/mailer.h"
-#include "server/auth/password_timing.h"
-#include "server/api/rate_limiter.h"
-#include "server/config/server_config.h"
 #include "server/store/store.h"
+#include "server/telemetry/server_telemetry.h"
 
 #include <functional>
 #include <optional>
@@ -20,7 +21,8 @@ struct ApiContext {
     Mailer& mailer;
     const ServerConfig& config;
     const TelegramClient& telegram;
-    AppleSignIn* apple = nullptr; // when the operator configured Sign in with Apple
+    AppleSignIn* apple = nullptr;         // when the operator configured Sign in with Apple
+    ServerTelemetry* telemetry = nullptr; // counts requests; /metrics reads it
     std::function<TimePoint()> now = [] { return Clock::now(); };
     // Sign-in attempts per client, in this process: the first, cheap line.
     RateLimiter perClient{30, std::chrono::minutes(10)};
@@ -55,6 +57,8 @@ struct Caller {
 
 // Parses the target under /api/v1/, authenticates and routes; never throws.
 HttpResponse handleApi(ApiContext& context, const HttpRequest& request);
+// Counts an answer for /metrics; handleApi counts its own.
+void countRequest(ApiContext& context, const HttpRequest& request, int status);
 
 // The caller a request's bearer token stands for, or the answer that refuses it.
 std::variant<Caller, HttpResponse> authenticate(ApiContext& context, const HttpRequest& request);
@@ -89,6 +93,13 @@ HttpResponse settings(ApiContext& context, const Caller& caller);
 HttpResponse update(ApiContext& context, const Caller& caller, const HttpRequest& request);
 HttpResponse telegramTest(ApiContext& context, const Caller& caller);
 } // namespace NotificationsApi
+
+// For the operator: /metrics (from metrics-allow-networks only), /healthz (the process
+// answers) and /readyz (the database answers and checks keep to their slots).
+namespace OperatorApi {
+bool handles(const std::string& path);
+HttpResponse answer(ApiContext& context, const HttpRequest& request);
+} // namespace OperatorApi
 
 // Published release envelopes and notes; the signing key never comes near the server.
 namespace ReleasesApi {

@@ -149,7 +149,11 @@ HttpResponse storeFailure(const Failure& failure) {
     return jsonResponse(503, nlohmann::json{{"detail", "storage_unavailable"}}.dump());
 }
 
-HttpResponse handleApi(ApiContext& context, const HttpRequest& request) {
+namespace {
+
+HttpResponse answer(ApiContext& context, const HttpRequest& request) {
+    if (OperatorApi::handles(request.path))
+        return OperatorApi::answer(context, request);
     if (!request.path.starts_with(kPrefix))
         return errorResponse(404, "not_found");
     try {
@@ -159,6 +163,20 @@ HttpResponse handleApi(ApiContext& context, const HttpRequest& request) {
         log::error("server", std::string("request failed: ") + error.what());
         return jsonResponse(500, nlohmann::json{{"detail", "internal_error"}}.dump());
     }
+}
+
+} // namespace
+
+void countRequest(ApiContext& context, const HttpRequest& request, int status) {
+    if (context.telemetry)
+        context.telemetry->requests.add(
+            {methodLabel(request.method), routeLabel(request.path), std::to_string(status)});
+}
+
+HttpResponse handleApi(ApiContext& context, const HttpRequest& request) {
+    HttpResponse response = answer(context, request);
+    countRequest(context, request, response.status);
+    return response;
 }
 
 } // namespace ravo::server

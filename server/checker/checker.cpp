@@ -26,12 +26,16 @@ Checker::~Checker() {
 }
 
 void Checker::start() {
+    if (options_.telemetry)
+        options_.telemetry->checkerRunning = true;
     thread_.start([this] { run(); });
 }
 
 void Checker::stop() {
     if (!thread_.stop())
         return;
+    if (options_.telemetry)
+        options_.telemetry->checkerRunning = false;
     log::info("checker", "stopped after " + std::to_string(totalChecked_) + " checks");
 }
 
@@ -45,8 +49,11 @@ void Checker::run() {
             claim(now);
         for (auto& finished : prober_.poll(std::chrono::milliseconds(50))) {
             lateness_.push_back(secondsBetween(finished.check.slot, finished.outcome.at));
+            count(finished, options_.now());
             pending_.push_back(std::move(finished));
         }
+        if (options_.telemetry)
+            options_.telemetry->checksInFlight = static_cast<std::int64_t>(prober_.inFlight());
         flush(false);
         if (now >= nextPrune_) {
             nextPrune_ = now + std::chrono::hours(1);
@@ -73,10 +80,25 @@ void Checker::claim(TimePoint now) {
     if (storeAway_)
         log::info("checker", "the database is back, checks resume");
     storeAway_ = false;
-    for (const auto& check : *due)
+    TimePoint oldest = now;
+    for (const auto& check : *due) {
+        oldest = std::min(oldest, check.slot);
         prober_.start(check);
+    }
+    if (options_.telemetry)
+        options_.telemetry->checkerBehindSeconds = secondsBetween(oldest, now);
     // A full batch means more are due: claim again at once.
     nextClaim_ = static_cast<int>(due->size()) == std::min(room, 500) ? now : now + kClaimEvery;
+}
+
+void Checker::count(const CheckReport& finished, TimePoint now) {
+    if (!options_.telemetry)
+        return;
+    auto& telemetry = *options_.telemetry;
+    telemetry.checks.add({finished.outcome.problemKind.value_or("ok")});
+    telemetry.checkLatenessSeconds.observe(
+        std::max(0.0, secondsBetween(finished.check.slot, finished.outcome.at)));
+    telemetry.checkSeconds.observe(std::max(0.0, secondsBetween(finished.outcome.at, now)));
 }
 
 void Checker::flush(bool force) {

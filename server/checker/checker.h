@@ -3,6 +3,7 @@
 #include "base/worker_thread.h"
 #include "server/checker/http_prober.h"
 #include "server/store/store.h"
+#include "server/telemetry/server_telemetry.h"
 
 #include <chrono>
 #include <functional>
@@ -16,6 +17,8 @@ struct CheckerOptions {
     int historyDays = 30;
     // The clock slots and results are read against; the real one outside tests.
     std::function<TimePoint()> now = [] { return Clock::now(); };
+    // Where results, durations and lateness are counted for the operator, if anywhere.
+    ServerTelemetry* telemetry = nullptr;
 };
 
 // Claims due sites from the store, checks them, and writes the results back in batches,
@@ -33,6 +36,7 @@ private:
     void claim(TimePoint now);
     void flush(bool force);
     void report(TimePoint now);
+    void count(const CheckReport& finished, TimePoint now);
 
     Store& store_;
     CheckerOptions options_;

@@ -175,6 +175,13 @@ Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments
         command.kind = ServerCommand::Kind::userAdd;
         return command;
     }
+    if (!words.empty() && words[0] == "backup") {
+        if (words.size() != 2 || words[1].empty())
+            return Failure{"usage: ravo-server backup FILE"};
+        command.backupFile = words[1];
+        command.kind = ServerCommand::Kind::backup;
+        return command;
+    }
     if (!words.empty())
         return Failure{"unknown command \"" + words[0] + "\" (see --help)"};
     return command;
@@ -183,9 +190,14 @@ Result<ServerCommand> parseCommandLine(const std::vector<std::string>& arguments
 std::string helpText() {
     std::string text =
         "Usage: ravo-server [OPTIONS]\n"
-        "       ravo-server user add EMAIL --password-stdin [OPTIONS]\n\n"
+        "       ravo-server user add EMAIL --password-stdin [OPTIONS]\n"
+        "       ravo-server backup FILE [OPTIONS]\n\n"
         "The companion service of Ravo: accounts, monitored websites and their statuses,\n"
         "under /api/v1/. Logs go to standard error.\n\n"
+        "Commands:\n"
+        "  user add EMAIL --password-stdin  give EMAIL an account that signs in with the\n"
+        "                                password read from standard input\n"
+        "  backup FILE                   copy the SQLite database, in use or not, to FILE\n\n"
         "Options (each also RAVO_SERVER_<NAME> in the environment, or a \"name = value\"\n"
         "line of the file given with --config FILE or RAVO_SERVER_CONFIG):\n";
     for (const auto& setting : serverSettings()) {

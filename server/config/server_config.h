@@ -45,6 +45,9 @@ struct ServerConfig {
     // Checks reach only global addresses, and these networks besides.
     std::vector<IpNetwork> checkAllowNetworks;
     ProxyTrust proxyTrust;
+    // Who may read /metrics: loopback unless the operator says otherwise.
+    std::vector<IpNetwork> metricsAllowNetworks = {*parseIpNetwork("127.0.0.0/8"),
+                                                   *parseIpNetwork("::1/128")};
     // Open connections at most; nothing: worked out from the file descriptors allowed.
     std::optional<std::int64_t> maxConnections;
     std::int64_t maxConnectionsPerClient = 64;
@@ -58,8 +61,9 @@ struct ServerConfig {
 
 // What the command line asked for: serving, or one of the operator's commands.
 struct ServerCommand {
-    enum class Kind { serve, userAdd, help, version } kind = Kind::serve;
-    std::string email; // user add
+    enum class Kind { serve, userAdd, backup, help, version } kind = Kind::serve;
+    std::string email;      // user add
+    std::string backupFile; // backup
     ServerConfig config;
     // Said once at start: secrets given where `ps` shows them, and the like.
     std::vector<std::string> warnings;

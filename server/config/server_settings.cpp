@@ -203,6 +203,10 @@ const std::vector<ServerSetting>& serverSettings() {
          "networks checks may reach besides the public internet, such as 192.168.1.0/24 "
          "(default none: no loopback, private or link-local addresses)",
          networksInto(&ServerConfig::checkAllowNetworks)},
+        {"metrics-allow-networks",
+         "who may read /metrics, as networks (default 127.0.0.0/8, ::1/128: this machine "
+         "only)",
+         networksInto(&ServerConfig::metricsAllowNetworks)},
         {"trusted-proxies",
          "the proxies (networks) whose forwarding header names the client (default none)",
          [](ServerConfig& c, const std::string& v) -> Status {

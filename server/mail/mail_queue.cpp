@@ -30,6 +30,7 @@ Status MailQueue::send(const MailMessage& message) {
         if (queue_.size() >= kMaxQueued)
             return Failure{"the mail queue is full"};
         queue_.push_back({message, 0, std::chrono::steady_clock::now()});
+        counted(nullptr);
     }
     changed_.notify_all();
     return success();
@@ -54,18 +55,36 @@ void MailQueue::run() {
         lock.unlock();
         const Status sent = transport_.send(pending.message);
         lock.lock();
-        if (sent)
+        if (sent) {
+            counted("sent");
             continue;
+        }
         if (pending.attempts >= retryWaits_.size()) {
             log::error("mail",
                        "gave up on the mail to " + pending.message.to + ": " + sent.error());
+            counted("given_up");
             continue;
         }
         log::info("mail",
                   "the mail to " + pending.message.to + " will be tried again: " + sent.error());
         pending.due = std::chrono::steady_clock::now() + retryWaits_[pending.attempts++];
         queue_.push_back(std::move(pending));
+        counted("retry");
     }
+}
+
+void MailQueue::setTelemetry(ServerTelemetry* telemetry) {
+    std::lock_guard lock(mutex_);
+    telemetry_ = telemetry;
+    counted(nullptr);
+}
+
+void MailQueue::counted(const char* outcome) {
+    if (!telemetry_)
+        return;
+    if (outcome)
+        telemetry_->mails.add({outcome});
+    telemetry_->mailQueued = static_cast<std::int64_t>(queue_.size());
 }
 
 } // namespace ravo::server

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/mail/mailer.h"
+#include "server/telemetry/server_telemetry.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -22,6 +23,8 @@ public:
 
     // Queues the message; fails only when the queue is full.
     Status send(const MailMessage& message) override;
+    // Where sends and the queue's length are counted for the operator.
+    void setTelemetry(ServerTelemetry* telemetry);
 
 private:
     struct Pending {
@@ -30,6 +33,7 @@ private:
         std::chrono::steady_clock::time_point due;
     };
     void run();
+    void counted(const char* outcome); // with the lock held
 
     Mailer& transport_;
     std::vector<std::chrono::milliseconds> retryWaits_;
@@ -37,6 +41,7 @@ private:
     std::condition_variable changed_;
     std::deque<Pending> queue_;
     bool stopping_ = false;
+    ServerTelemetry* telemetry_ = nullptr;
     std::thread thread_;
 };
 

@@ -51,6 +51,7 @@ Result<std::unique_ptr<PostgresDatabase>> PostgresDatabase::open(const std::stri
     if (PQstatus(connection) != CONNECTION_OK) {
         std::string message = errorText(PQerrorMessage(connection));
         PQfinish(connection);
+        ++databaseErrorCount();
         return Failure{"cannot connect to PostgreSQL: " + message.substr(10)};
     }
     std::unique_ptr<PostgresDatabase> database(new PostgresDatabase(connection));
@@ -86,9 +87,11 @@ Result<std::vector<SqlRow>> PostgresDatabase::query(std::string_view sql,
         ~Clear() { PQclear(result); }
     } clear{result};
     const auto status = PQresultStatus(result);
-    if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK)
+    if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
+        ++databaseErrorCount();
         return Failure{
             errorText(result ? PQresultErrorMessage(result) : PQerrorMessage(connection_))};
+    }
     std::vector<SqlRow> rows;
     const int count = PQntuples(result);
     const int columns = PQnfields(result);
@@ -112,8 +115,10 @@ Status PostgresDatabase::script(std::string_view sql) {
             ? std::string()
             : errorText(result ? PQresultErrorMessage(result) : PQerrorMessage(connection_));
     PQclear(result);
-    if (!message.empty())
+    if (!message.empty()) {
+        ++databaseErrorCount();
         return Failure{message};
+    }
     return success();
 }
 

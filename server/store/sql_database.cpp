@@ -5,6 +5,11 @@
 
 namespace ravo::server {
 
+std::atomic<std::uint64_t>& databaseErrorCount() {
+    static std::atomic<std::uint64_t> count{0};
+    return count;
+}
+
 std::string SqlRow::text(std::size_t column) const {
     return optionalText(column).value_or(std::string());
 }

@@ -3,6 +3,7 @@
 #include "base/result.h"
 #include "base/time.h"
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -65,6 +66,9 @@ public:
     Result<std::optional<SqlRow>> first(std::string_view sql,
                                         const std::vector<SqlValue>& parameters = {});
 };
+
+// Statements and connections that failed in this process, for the operator's metrics.
+std::atomic<std::uint64_t>& databaseErrorCount();
 
 // BEGIN ... COMMIT, rolled back unless committed.
 class SqlTransaction {

@@ -6,7 +6,8 @@
 
 namespace ravo::server {
 
-// The tables, written once for both databases: SQLite reads DOUBLE PRECISION and BIGINT
+// The tables of layout version 1, as the first release made them; a change goes in a step of
+// its own after it. Written once for both databases: SQLite reads DOUBLE PRECISION and BIGINT
 // by affinity. Only the site key's auto-numbering differs.
 std::string storeSchema(SqlDialect dialect);
 

@@ -1,9 +1,9 @@
 #include "server/store/sql_store.h"
 
-#include "server/auth/email_address.h"
+#include "base/log.h"
 #include "server/config/secrets.h"
 #include "server/store/postgres_database.h"
-#include "server/store/sql_schema.h"
+#include "server/store/schema_migrations.h"
 #include "server/store/sqlite_database.h"
 
 #include <algorithm>
@@ -79,51 +79,36 @@ Status SqlStore::migrate() {
     auto db = pool_->acquire();
     if (!db)
         return db.failure();
-    const auto& connection = *db;
-    if (connection->dialect() == SqlDialect::sqlite) {
-        if (auto created = connection->script(storeSchema(SqlDialect::sqlite)); !created)
-            return created;
-        return foldAccountAddresses(*connection);
-    }
-    // Processes that start together must not create the same tables at once.
-    if (auto locked = connection->script("SELECT pg_advisory_lock(74211)"); !locked)
-        return locked;
-    // One statement at a time: as one script the schema is one transaction, and its
-    // CREATE INDEX IF NOT EXISTS steps, each locking a table, could deadlock with a running
-    // server's writes (a `ravo-server user add` beside it).
-    Status created = success();
-    const std::string schema = storeSchema(SqlDialect::postgres);
-    for (std::size_t start = 0; created && start < schema.size();) {
-        const auto end = std::min(schema.find(';', start), schema.size());
-        const std::string statement = schema.substr(start, end - start);
-        if (statement.find_first_not_of(" \n") != std::string::npos)
-            created = connection->script(statement);
-        start = end + 1;
-    }
-    if (created)
-        created = foldAccountAddresses(*connection);
-    connection->script("SELECT pg_advisory_unlock(74211)");
-    return created;
+    auto upgrade = upgradeSchema(**db, schemaMigrations());
+    if (!upgrade)
+        return upgrade.failure();
+    if (upgrade->from != upgrade->to)
+        log::info("server", "database upgraded from layout version " +
+                                std::to_string(upgrade->from) + " to " +
+                                std::to_string(upgrade->to));
+    return success();
 }
 
-// Addresses were once kept as typed: each becomes the one spelling sign-in looks up, unless
-// another account already has that spelling, which is left for the operator.
-Status SqlStore::foldAccountAddresses(SqlDatabase& db) {
-    auto rows = db.query("SELECT id, email FROM accounts WHERE email <> lower(email) OR "
-                         "email LIKE '%.' OR email LIKE ' %' OR email LIKE '% '");
-    if (!rows)
-        return rows.failure();
-    for (const auto& row : *rows) {
-        const std::string folded = normalizedEmail(row.text(1));
-        if (folded == row.text(1))
-            continue;
-        if (auto done = db.execute("UPDATE accounts SET email = ? WHERE id = ? AND NOT EXISTS "
-                                   "(SELECT 1 FROM accounts other WHERE other.email = ?)",
-                                   {folded, row.text(0), folded});
-            !done)
-            return done;
-    }
-    return success();
+Result<StoredTotals> SqlStore::totals() {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    auto row = (*db)->first("SELECT (SELECT count(*) FROM accounts), (SELECT count(*) FROM sites), "
+                            "(SELECT count(*) FROM sites WHERE enabled = 1), "
+                            "(SELECT count(*) FROM alerts)");
+    if (!row)
+        return row.failure();
+    if (!*row)
+        return Failure{"database: no totals"};
+    return StoredTotals{(*row)->integer(0), (*row)->integer(1), (*row)->integer(2),
+                        (*row)->integer(3)};
+}
+
+Status SqlStore::ping() {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    return (*db)->execute("SELECT 1");
 }
 
 Result<Account> SqlStore::accountForEmail(const std::string& email, bool create) {

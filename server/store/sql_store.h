@@ -13,7 +13,7 @@ namespace ravo::server {
 // processes. Every operation takes a connection from the pool for its transaction.
 class SqlStore final : public Store {
 public:
-    // "sqlite:PATH" or "postgresql://..."; the schema is created when missing.
+    // "sqlite:PATH" or "postgresql://..."; the tables are created or brought up to date.
     static Result<std::unique_ptr<SqlStore>> open(const std::string& database,
                                                   std::size_t connections = 4);
 
@@ -65,10 +65,12 @@ public:
     Result<std::vector<QueuedAlert>> claimDueAlerts(TimePoint now, int limit) override;
     Status finishAlert(const QueuedAlert& alert, const AlertOutcome& outcome) override;
 
+    Result<StoredTotals> totals() override;
+    Status ping() override;
+
 private:
     explicit SqlStore(std::unique_ptr<SqlPool> pool);
     Status migrate();
-    Status foldAccountAddresses(SqlDatabase& db);
     // " FOR UPDATE SKIP LOCKED" where several processes may claim at once.
     const char* skipLocked() const;
 

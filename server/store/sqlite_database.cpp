@@ -78,6 +78,7 @@ SqliteDatabase::~SqliteDatabase() {
 }
 
 Failure SqliteDatabase::failure() const {
+    ++databaseErrorCount();
     return Failure{std::string("database: ") + sqlite3_errmsg(db_)};
 }
 
@@ -120,6 +121,7 @@ Status SqliteDatabase::script(std::string_view sql) {
         return success();
     std::string text = message ? message : sqlite3_errmsg(db_);
     sqlite3_free(message);
+    ++databaseErrorCount();
     return Failure{"database: " + text};
 }
 

@@ -67,6 +67,15 @@ struct AttemptCount {
     TimePoint windowStart;
 };
 
+// What the database holds, as the operator's metrics count it.
+struct StoredTotals {
+    std::int64_t accounts = 0;
+    std::int64_t sites = 0;
+    std::int64_t enabledSites = 0;
+    std::int64_t queuedAlerts = 0;
+    bool operator==(const StoredTotals&) const = default;
+};
+
 // One site whose slot has come, claimed by this process.
 struct DueCheck {
     std::int64_t siteKey = 0;
@@ -174,6 +183,10 @@ public:
     // unless finished, so a process that dies mid-send loses nothing.
     virtual Result<std::vector<QueuedAlert>> claimDueAlerts(TimePoint now, int limit) = 0;
     virtual Status finishAlert(const QueuedAlert& alert, const AlertOutcome& outcome) = 0;
+
+    // For the operator: what the database holds, and whether it answers at all.
+    virtual Result<StoredTotals> totals() = 0;
+    virtual Status ping() = 0;
 };
 
 } // namespace ravo::server

@@ -18,16 +18,22 @@ class BothDatabases {
 public:
     static std::unique_ptr<server::SqlStore> open(const std::string& kind,
                                                   const std::filesystem::path& folder) {
-        std::string address = "sqlite:" + (folder / "ravo.db").string();
-        if (kind == "postgresql") {
-            if (!postgres())
-                postgres() = std::make_unique<TemporaryPostgres>();
-            EXPECT_EQ(postgres()->failure(), "");
-            address = postgres()->freshDatabase();
-        }
-        auto opened = server::SqlStore::open(address);
+        auto opened = server::SqlStore::open(address(kind, folder));
         EXPECT_TRUE(opened.ok()) << opened.error();
         return opened.ok() ? std::move(opened).value() : nullptr;
+    }
+    // An empty database, as --database takes it.
+    static std::string address(const std::string& kind, const std::filesystem::path& folder) {
+        if (kind != "postgresql")
+            return "sqlite:" + (folder / "ravo.db").string();
+        return server().freshDatabase();
+    }
+    // The PostgreSQL the suite's databases live on.
+    static TemporaryPostgres& server() {
+        if (!postgres())
+            postgres() = std::make_unique<TemporaryPostgres>();
+        EXPECT_EQ(postgres()->failure(), "");
+        return *postgres();
     }
     static void stop() { postgres().reset(); }
     static std::string name(const ::testing::TestParamInfo<std::string>& test) {

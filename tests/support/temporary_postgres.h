@@ -72,6 +72,12 @@ public:
         return "postgresql://ravo@127.0.0.1:" + std::to_string(port_) + "/" + name;
     }
 
+    // Runs a file of SQL (a pg_dump, say) in a database of this server; psql's exit code.
+    int load(const std::string& database, const std::filesystem::path& sql) {
+        return run({(bin_ / "psql").string(), "-q", "-v", "ON_ERROR_STOP=1", "-d", database, "-f",
+                    sql.string()});
+    }
+
 private:
     static std::filesystem::path newestBin() {
         std::vector<std::filesystem::path> found;
