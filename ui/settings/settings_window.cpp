@@ -1,7 +1,7 @@
 #include "ui/settings/settings_window.h"
 
-#include "common/launch_at_login.h"
 #include "base/paths.h"
+#include "common/launch_at_login.h"
 #include "metrics/core/metric_source.h"
 #include "metrics/system_monitor.h"
 #include "sessions/codex_hook_trust_check.h"
@@ -19,6 +19,7 @@
 #include "usage/usage_coordinator.h"
 
 #include <QCheckBox>
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -128,10 +129,13 @@ QWidget* SettingsWindow::aboutSection() {
     links->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     connect(links, &QLabel::linkActivated, this, [](const QString& which) {
         QString file;
-        if (which == "readme")
-            file = QFileInfo::exists(RAVO_README_INSTALLED) ? RAVO_README_INSTALLED
-                                                            : RAVO_README_SOURCE;
-        else if (const auto log = paths::logFile())
+        if (which == "readme") {
+            const QString packaged =
+                QCoreApplication::applicationDirPath() + "/" + RAVO_README_FROM_BINDIR;
+            file = QFileInfo::exists(packaged)                ? packaged
+                   : QFileInfo::exists(RAVO_README_INSTALLED) ? QString(RAVO_README_INSTALLED)
+                                                              : QString(RAVO_README_SOURCE);
+        } else if (const auto log = paths::logFile())
             file = QString::fromStdString(log->string());
         QDesktopServices::openUrl(QUrl::fromLocalFile(file));
     });
