@@ -329,6 +329,42 @@ TEST_P(ServerApiTest, ReleasesAreServedAsPublishedAndOnlyFromTheirFolder) {
     EXPECT_EQ(latest("platform=../macos&channel=stable").status, 400);
 }
 
+TEST_P(ServerApiTest, ReadinessFollowsTheCheckerAndMetricsStayWithTheirNetworks) {
+    ServerTelemetry telemetry;
+    context.telemetry = &telemetry;
+    const auto get = [this](const std::string& path, const std::string& from) {
+        return handleApi(context, HttpRequest{"GET", path, "", {}, "", from});
+    };
+    EXPECT_EQ(get("/readyz", client).status, 200);
+    telemetry.checkerRunning = true;
+    telemetry.checkerBehindSeconds = 30;
+    EXPECT_EQ(get("/readyz", client).status, 200);
+    telemetry.checkerBehindSeconds = 95;
+    const auto late = get("/readyz", client);
+    EXPECT_EQ(late.status, 503);
+    EXPECT_EQ(late.body, "checks start 95 s late\n");
+    // Another process may do the checking; this one answering is ready.
+    telemetry.checkerRunning = false;
+    EXPECT_EQ(get("/readyz", client).status, 200);
+
+    EXPECT_EQ(get("/metrics", client).status, 403);
+    EXPECT_EQ(get("/metrics", "127.0.0.1").status, 200);
+    EXPECT_EQ(get("/metrics", "::1").status, 200);
+    EXPECT_EQ(get("/metrics", "not an address").status, 403);
+    config.metricsAllowNetworks = *parseIpNetworks("192.0.2.0/24");
+    EXPECT_EQ(get("/metrics", "127.0.0.1").status, 403);
+    const auto metrics = get("/metrics", client);
+    EXPECT_EQ(metrics.status, 200);
+    EXPECT_NE(metrics.body.find("ravo_server_http_requests_total{method=\"GET\",route=\"/readyz\","
+                                "status=\"503\"} 1\n"),
+              std::string::npos)
+        << metrics.body;
+    EXPECT_NE(metrics.body.find("ravo_server_http_requests_total{method=\"GET\",route=\"/metrics\","
+                                "status=\"403\"} 3\n"),
+              std::string::npos)
+        << metrics.body;
+}
+
 TEST_P(ServerApiTest, FieldsTheServerDoesNotKnowAreRefusedNotDropped) {
     const std::string token = signIn("ada@example.org");
     json site = shopSite();
