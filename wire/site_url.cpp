@@ -97,9 +97,16 @@ std::string siteDisplayName(std::string_view name, std::string_view url) {
     name = trimmedView(name);
     if (!name.empty())
         return std::string(name);
-    if (const auto host = siteHost(url))
-        return *host;
-    return std::string(url);
+    if (!siteHost(url))
+        return std::string(url);
+    // The host alone would call every site on one host by the same name.
+    std::string_view rest = url.substr(url.find("://") + 3);
+    const auto authorityEnd = rest.find_first_of("/?#");
+    if (const auto at = rest.substr(0, authorityEnd).rfind('@'); at != std::string_view::npos)
+        rest.remove_prefix(at + 1);
+    if (rest.ends_with('/'))
+        rest.remove_suffix(1);
+    return std::string(rest);
 }
 
 } // namespace ravo::wire

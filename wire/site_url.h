@@ -15,8 +15,8 @@ std::optional<std::string> normalizedSiteURL(std::string_view typed);
 // The host of a normalized address ("example.com"), or nothing.
 std::optional<std::string> siteHost(std::string_view url);
 
-// What alerts and lists call a site: its trimmed name, else its address's host, else the
-// address as it stands.
+// What alerts and lists call a site: its trimmed name, else its address without the scheme,
+// a user name or a closing "/" ("shop.example:8443/health"), else the address as it stands.
 std::string siteDisplayName(std::string_view name, std::string_view url);
 
 } // namespace ravo::wire

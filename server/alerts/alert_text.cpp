@@ -20,6 +20,22 @@ std::string escapeHtml(const std::string& text) {
     return escaped;
 }
 
+std::string clippedLine(const std::string& text, std::size_t maxCharacters) {
+    std::string line;
+    std::size_t characters = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const bool startsCharacter = (byte & 0xC0) != 0x80;
+        if (startsCharacter && ++characters > maxCharacters) {
+            line += "…";
+            break;
+        }
+        // A line break in a stranger's text would pass for a line of the message.
+        line += byte < 0x20 || byte == 0x7F ? ' ' : text[i];
+    }
+    return line;
+}
+
 std::string durationText(double seconds) {
     const auto total = static_cast<long long>(std::llround(std::max(0.0, seconds)));
     if (total < 60)
@@ -37,13 +53,13 @@ std::string durationText(double seconds) {
 
 std::string alertMessage(const SiteEvent& event, const std::string& siteName,
                          const std::string& url) {
-    const std::string name = escapeHtml(siteName);
+    const std::string name = escapeHtml(clippedLine(siteName, kNameCharacters));
     std::string title;
     std::string body;
     switch (event.kind) {
     case SiteEvent::Kind::down:
         title = name + " is down";
-        body = escapeHtml(event.problem);
+        body = escapeHtml(clippedLine(event.problem, kProblemCharacters));
         break;
     case SiteEvent::Kind::recovered:
         title = name + " is back up";
@@ -57,7 +73,7 @@ std::string alertMessage(const SiteEvent& event, const std::string& siteName,
                    : "It expires in " + std::to_string(event.certificateDaysLeft) + " days.";
         break;
     }
-    return "<b>" + title + "</b>\n" + body + "\n" + escapeHtml(url);
+    return "<b>" + title + "</b>\n" + body + "\n" + escapeHtml(clippedLine(url, kURLCharacters));
 }
 
 } // namespace ravo::server

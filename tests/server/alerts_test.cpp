@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace ravo::server {
 namespace {
 
@@ -25,14 +27,38 @@ TEST(AlertText, TitlesAndBodiesAreEscapedForHtmlParseMode) {
               "<b>The certificate for Shop is expiring</b>\nIt has already expired.\nu");
 }
 
-TEST(AlertText, ANamelessSiteIsCalledByItsHost) {
+TEST(AlertText, ANamelessSiteIsCalledByItsAddressSoSitesOnOneHostDiffer) {
     EXPECT_EQ(wire::siteDisplayName("  Shop \n", "https://x/"), "Shop");
-    EXPECT_EQ(wire::siteDisplayName(" ", "https://user@shop.example:8443/health"), "shop.example");
-    EXPECT_EQ(wire::siteDisplayName("", "https://[2001:db8::1]:443/"), "[2001:db8::1]");
+    EXPECT_EQ(wire::siteDisplayName(" ", "https://user@shop.example:8443/health"),
+              "shop.example:8443/health");
+    EXPECT_EQ(wire::siteDisplayName("", "https://shop.example/"), "shop.example");
+    EXPECT_EQ(wire::siteDisplayName("", "https://[2001:db8::1]:443/"), "[2001:db8::1]:443");
     EXPECT_EQ(wire::siteDisplayName("", "not a url"), "not a url");
+    const SiteEvent down{SiteEvent::Kind::down, "No response in time", {}, 0};
+    const std::string flap = "http://127.0.0.1:8080/flap";
+    const std::string health = "http://127.0.0.1:8080/health?full=1";
+    EXPECT_EQ(alertMessage(down, wire::siteDisplayName("", flap), flap),
+              "<b>127.0.0.1:8080/flap is down</b>\nNo response in time\n" + flap);
+    EXPECT_EQ(alertMessage(down, wire::siteDisplayName("", health), health),
+              "<b>127.0.0.1:8080/health?full=1 is down</b>\nNo response in time\n" + health);
     EXPECT_EQ(durationText(59.4), "59 s");
     EXPECT_EQ(durationText(7200), "2 h");
     EXPECT_EQ(durationText(93600), "1 d 2 h");
+}
+
+TEST(AlertText, StrangersTextsStayOnTheirLineAndWithinTheirLength) {
+    const SiteEvent down{SiteEvent::Kind::down, std::string(5000, 'p'), {}, 0};
+    const std::string message =
+        alertMessage(down, "Shop\n<b>Fake</b> line\t" + std::string(400, 'n'),
+                     "https://shop.example/" + std::string(5000, 'u'));
+    EXPECT_TRUE(message.starts_with("<b>Shop &lt;b&gt;Fake&lt;/b&gt; line nnnn"));
+    // A bold title, the body and the address: three lines, whatever the name held.
+    EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 2);
+    EXPECT_LT(message.size(), 1200u);
+    EXPECT_NE(message.find(std::string(kProblemCharacters, 'p') + "…\n"), std::string::npos);
+    // Cutting never splits a character.
+    EXPECT_EQ(clippedLine("ååå", 2), "åå…");
+    EXPECT_EQ(clippedLine("ååå", 3), "ååå");
 }
 
 TEST(TelegramAnswer, EachKindOfAnswerIsToldApart) {
