@@ -76,6 +76,18 @@ const std::vector<SchemaMigration>& schemaMigrations() {
                  db, "CREATE INDEX IF NOT EXISTS devices_by_account ON devices (account_id);"
                      "CREATE INDEX IF NOT EXISTS alerts_by_account ON alerts (account_id)");
          }},
+        // Writers of the site list say which version they changed; a list that moved since
+        // is not overwritten.
+        {4, "a version of each account's site list",
+         [](SqlDatabase& db) {
+             // Processes starting together may each run the steps; PostgreSQL can say
+             // IF NOT EXISTS here, and SQLite lets only one writer in.
+             return db.script(db.dialect() == SqlDialect::postgres
+                                  ? "ALTER TABLE accounts ADD COLUMN IF NOT EXISTS sites_version "
+                                    "BIGINT NOT NULL DEFAULT 0"
+                                  : "ALTER TABLE accounts ADD COLUMN sites_version BIGINT NOT "
+                                    "NULL DEFAULT 0");
+         }},
     };
     return migrations;
 }

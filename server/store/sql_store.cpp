@@ -213,17 +213,62 @@ Result<std::vector<wire::CloudSite>> SqlStore::sites(const std::string& accountI
     return sites;
 }
 
-Status SqlStore::replaceSites(const std::string& accountID,
-                              const std::vector<wire::CloudSite>& sites) {
+Result<SiteList> SqlStore::siteList(const std::string& accountID) {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    // One statement, so the version is the one of these very rows.
+    auto rows = (*db)->query(
+        "SELECT a.sites_version, s.id, s.url, s.name, s.keyword, s.enabled, s.interval_minutes "
+        "FROM accounts a LEFT JOIN sites s ON s.account_id = a.id WHERE a.id = ? "
+        "ORDER BY s.position",
+        {accountID});
+    if (!rows)
+        return rows.failure();
+    SiteList list;
+    for (const auto& row : *rows) {
+        list.version = row.integer(0);
+        if (row.optionalText(1))
+            list.sites.push_back({row.text(1), row.text(2), row.text(3), row.optionalText(4),
+                                  row.integer(5) != 0, row.integer(6)});
+    }
+    return list;
+}
+
+Result<bool> SqlStore::replaceSites(const std::string& accountID,
+                                    const std::vector<wire::CloudSite>& sites,
+                                    const std::optional<std::vector<std::int64_t>>& ifVersion) {
     auto db = pool_->acquire();
     if (!db)
         return db.failure();
     SqlDatabase& sql = **db;
     SqlTransaction transaction(sql);
+    // The version moves first and only while it is one the writer read: the row stays
+    // locked to the end, so a second writer of the same version finds it moved.
+    std::string bump = "UPDATE accounts SET sites_version = sites_version + 1 WHERE id = ?";
+    std::vector<SqlValue> parameters{accountID};
+    if (ifVersion) {
+        if (ifVersion->empty())
+            return false;
+        bump += " AND sites_version IN (";
+        for (std::size_t n = 0; n < ifVersion->size(); ++n) {
+            bump += n == 0 ? "?" : ", ?";
+            parameters.emplace_back((*ifVersion)[n]);
+        }
+        bump += ")";
+    }
+    auto bumped = sql.query(bump + " RETURNING sites_version", parameters);
+    if (!bumped)
+        return bumped.failure();
+    if (bumped->empty()) {
+        if (!ifVersion)
+            return Failure{"no such account"};
+        return false;
+    }
     // Sites that stay keep their rows, and so their statuses and history.
     if (auto done = sql.execute("UPDATE sites SET position = -1 WHERE account_id = ?", {accountID});
         !done)
-        return done;
+        return done.failure();
     const TimePoint moment = now_();
     std::int64_t position = 0;
     for (const auto& site : sites) {
@@ -240,13 +285,15 @@ Status SqlStore::replaceSites(const std::string& accountID,
                 {accountID, site.id, position++, site.url, site.name, sqlValue(site.keyword),
                  std::int64_t{site.enabled}, site.intervalMinutes, slot});
             !done)
-            return done;
+            return done.failure();
     }
     if (auto done =
             sql.execute("DELETE FROM sites WHERE account_id = ? AND position = -1", {accountID});
         !done)
-        return done;
-    return transaction.commit();
+        return done.failure();
+    if (auto committed = transaction.commit(); !committed)
+        return committed.failure();
+    return true;
 }
 
 Result<std::vector<wire::CloudSiteStatus>> SqlStore::siteStatuses(const std::string& accountID) {

@@ -46,8 +46,10 @@ public:
     void setClock(std::function<TimePoint()> now) { now_ = std::move(now); }
 
     Result<std::vector<wire::CloudSite>> sites(const std::string& accountID) override;
-    Status replaceSites(const std::string& accountID,
-                        const std::vector<wire::CloudSite>& sites) override;
+    Result<SiteList> siteList(const std::string& accountID) override;
+    Result<bool>
+    replaceSites(const std::string& accountID, const std::vector<wire::CloudSite>& sites,
+                 const std::optional<std::vector<std::int64_t>>& ifVersion = std::nullopt) override;
     Result<std::vector<wire::CloudSiteStatus>> siteStatuses(const std::string& accountID) override;
 
     Result<std::vector<DueCheck>> claimDueChecks(TimePoint now, int limit) override;

@@ -104,6 +104,12 @@ struct QueuedAlert {
     std::optional<std::string> botToken;
 };
 
+// An account's site list as one writer read it: `version` moves on with every change.
+struct SiteList {
+    std::vector<wire::CloudSite> sites;
+    std::int64_t version = 0;
+};
+
 struct AlertOutcome {
     enum class Kind { sent, retry, failed } kind = Kind::sent;
     TimePoint retryAt;                      // retry
@@ -155,9 +161,14 @@ public:
     virtual Status forgiveAttempt(const std::string& key) = 0;
 
     virtual Result<std::vector<wire::CloudSite>> sites(const std::string& accountID) = 0;
-    // Replaces the account's whole list at once; statuses of removed sites go with them.
-    virtual Status replaceSites(const std::string& accountID,
-                                const std::vector<wire::CloudSite>& sites) = 0;
+    // The list and its version together, read in one statement.
+    virtual Result<SiteList> siteList(const std::string& accountID) = 0;
+    // Replaces the account's whole list at once and moves its version on; statuses of
+    // removed sites go with them. With `ifVersion`, only while the list is still at one of
+    // those versions, decided in the statement that moves it: false when it had moved.
+    virtual Result<bool>
+    replaceSites(const std::string& accountID, const std::vector<wire::CloudSite>& sites,
+                 const std::optional<std::vector<std::int64_t>>& ifVersion = std::nullopt) = 0;
     virtual Result<std::vector<wire::CloudSiteStatus>>
     siteStatuses(const std::string& accountID) = 0;
 

@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace ravo::server {
@@ -383,6 +385,75 @@ TEST_P(ServerApiTest, FieldsTheServerDoesNotKnowAreRefusedNotDropped) {
     EXPECT_EQ(
         body(call("PUT", "notifications/settings", R"({"telegram_chat":"1"})", token))["detail"],
         "unknown field \"telegram_chat\"");
+}
+
+// Two devices of one account edit the list: a write names the version it was built on
+// and is refused once the list moved; a client that names none writes as before.
+TEST_P(ServerApiTest, AListBuiltOnAnOlderOneIsRefused) {
+    const std::string laptop = signIn("ada@example.org");
+    const std::string desktop = signIn("ada@example.org");
+    const auto put = [this](const json& list, const std::string& token,
+                            std::optional<std::string> ifMatch) {
+        HttpRequest request{"PUT", "/api/v1/sites/sync", "", {}, list.dump(), client};
+        request.headers["authorization"] = "Bearer " + token;
+        if (ifMatch)
+            request.headers["if-match"] = *ifMatch;
+        return handleApi(context, request);
+    };
+    const auto read = call("GET", "sites/sync", "", laptop);
+    ASSERT_EQ(read.status, 200);
+    const std::string first = read.headers.at("ETag");
+    EXPECT_EQ(first.front(), '"');
+    EXPECT_EQ(call("GET", "sites/sync", "", desktop).headers.at("ETag"), first);
+
+    const json shop = shopSite();
+    json blog = shop;
+    blog["id"] = "0f9e8d7c-6b5a-4c3d-8e2f-1a0b9c8d7e6f";
+    blog["url"] = "http://blog.example/";
+    const auto added = put(json::array({shop}), desktop, first);
+    ASSERT_EQ(added.status, 200) << added.body;
+    const std::string second = added.headers.at("ETag");
+    EXPECT_NE(second, first);
+    EXPECT_EQ(call("GET", "sites/sync", "", laptop).headers.at("ETag"), second);
+
+    // The laptop still holds the empty list: its write would drop the shop.
+    const auto stale = put(json::array({blog}), laptop, first);
+    EXPECT_EQ(stale.status, 412);
+    EXPECT_TRUE(body(stale).contains("detail"));
+    EXPECT_EQ(body(call("GET", "sites/sync", "", laptop)), json::array({shop}));
+    for (const std::string& hostile :
+         {std::string("W/") + second, std::string("\"sites-\""), std::string("\"sites-1x\""),
+          std::string("\"sites-99999999999999999999\""), std::string(5000, ','),
+          "\"" + second + "\"", std::string("sites-1"), std::string("")})
+        EXPECT_EQ(put(json::array({blog}), laptop, hostile).status, 412) << hostile;
+    EXPECT_EQ(call("GET", "sites/sync", "", laptop).headers.at("ETag"), second)
+        << "a refused write moves nothing";
+
+    // Read again, apply the change again: kept. A list of tags matches any of them.
+    const auto both = put(json::array({shop, blog}), laptop, first + ", " + second);
+    ASSERT_EQ(both.status, 200) << both.body;
+    EXPECT_EQ(body(both).size(), 2u);
+    EXPECT_EQ(put(json::array({shop}), laptop, "*").status, 200);
+    EXPECT_EQ(put(json::array({shop, blog}), desktop, std::nullopt).status, 200);
+    const std::string latest = call("GET", "sites/sync", "", laptop).headers.at("ETag");
+    EXPECT_EQ(put(json::array({shop}), desktop, latest).status, 200);
+    // A refusal of the list itself still says what is wrong with it, not 412.
+    EXPECT_EQ(put(json::array({shop, blog, shopSite()}), desktop, first).status, 400);
+
+    // Writers racing from one version, on connections of their own: exactly one wins.
+    const std::string from = call("GET", "sites/sync", "", laptop).headers.at("ETag");
+    std::vector<int> answers(6, 0);
+    std::vector<std::thread> writers;
+    for (std::size_t n = 0; n < answers.size(); ++n)
+        writers.emplace_back([&, n] {
+            json site = blog;
+            site["name"] = "Writer " + std::to_string(n);
+            answers[n] = put(json::array({site}), n % 2 ? laptop : desktop, from).status;
+        });
+    for (auto& writer : writers)
+        writer.join();
+    EXPECT_EQ(std::count(answers.begin(), answers.end(), 200), 1);
+    EXPECT_EQ(std::count(answers.begin(), answers.end(), 412), 5);
 }
 
 INSTANTIATE_TEST_SUITE_P(OnBothDatabases, ServerApiTest, ::testing::Values("sqlite", "postgresql"),
