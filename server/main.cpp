@@ -160,7 +160,8 @@ int serve(Store& store, const ServerConfig& config) {
                                config.appleURL};
         if (auto secret = appleClientSecret(settings, Clock::now()); !secret)
             return fail("apple-private-key: " + secret.error());
-        apple = std::make_unique<AppleSignIn>(std::move(settings), config.publicURL);
+        apple = std::make_unique<AppleSignIn>(std::move(settings),
+                                              config.publicURL.value_or("http://127.0.0.1:8470"));
         context.apple = apple.get();
     }
     boost::asio::io_context io;
@@ -199,6 +200,9 @@ int serve(Store& store, const ServerConfig& config) {
     log::info("server", "listening on " + config.listenHost + ":" + std::to_string(server->port()) +
                             ", database " + redactedDatabase(config.database) + ", at most " +
                             std::to_string(limits.maxConnections) + " connections");
+    if (!config.publicURL && config.proxyTrust.proxies.empty() && !address.is_loopback())
+        log::info("server", "without public-url or trusted-proxies, the speed test's links use the "
+                            "host and port each client asked for; behind a proxy set one of them");
     CheckerOptions options = checkerOptions(config);
     options.telemetry = &telemetry;
     Checker checker(store, options);

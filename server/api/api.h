@@ -112,7 +112,9 @@ HttpResponse notes(ApiContext& context, const HttpRequest& request);
 namespace SpeedTestApi {
 inline constexpr std::string_view kLargePath = "/api/v1/speedtest/large";
 inline constexpr std::string_view kUploadPath = "/api/v1/speedtest/upload";
-HttpResponse config(ApiContext& context);
+// The files' addresses: under public-url when it is set, else under the origin the
+// request reached this server at.
+HttpResponse config(ApiContext& context, const HttpRequest& request);
 HttpResponse small();
 // Whether the request may use the speed test (`speedtest`: public, signed-in or off):
 // nothing when it may, else the answer that refuses it.

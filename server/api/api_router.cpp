@@ -61,7 +61,7 @@ HttpResponse route(ApiContext& context, const HttpRequest& request) {
         if (auto refused = SpeedTestApi::admit(context, request))
             return *refused;
     if (path == "speedtest/config" && method == "GET")
-        return SpeedTestApi::config(context);
+        return SpeedTestApi::config(context, request);
     if (path == "speedtest/small" && method == "GET")
         return SpeedTestApi::small();
 

@@ -1,9 +1,15 @@
 #include "server/api/api.h"
+#include "server/http/request_origin.h"
 
 namespace ravo::server::SpeedTestApi {
 
-HttpResponse config(ApiContext& context) {
-    std::string base = context.config.publicURL;
+HttpResponse config(ApiContext& context, const HttpRequest& request) {
+    std::optional<std::string> origin = context.config.publicURL;
+    if (!origin)
+        origin = requestOrigin(request);
+    if (!origin)
+        return errorResponse(400, "the Host header does not name a host");
+    std::string base = *origin;
     while (!base.empty() && base.back() == '/')
         base.pop_back();
     const nlohmann::json document = {

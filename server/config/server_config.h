@@ -26,7 +26,8 @@ struct ServerConfig {
     bool smtpTls = true;
     std::optional<std::string> smtpCAFile;
     std::string mailFrom = "ravo@localhost";
-    std::string publicURL = "http://127.0.0.1:8470";
+    // Nothing: links the server hands out follow the address each request came to.
+    std::optional<std::string> publicURL;
     std::string telegramAPI = "https://api.telegram.org";
     std::optional<std::string> telegramBotToken;
     std::optional<std::string> releaseDir;

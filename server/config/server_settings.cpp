@@ -138,9 +138,11 @@ const std::vector<ServerSetting>& serverSettings() {
              c.mailFrom = v;
              return success();
          }},
-        {"public-url", "the address users reach this server at",
+        {"public-url",
+         "the address users reach this server at (default: the address each request names)",
          [](ServerConfig& c, const std::string& v) -> Status {
-             if (!v.starts_with("http://") && !v.starts_with("https://"))
+             if ((!v.starts_with("http://") && !v.starts_with("https://")) ||
+                 std::any_of(v.begin(), v.end(), [](unsigned char ch) { return ch <= ' '; }))
                  return Failure{"\"" + v + "\" is not an http:// or https:// address"};
              c.publicURL = v;
              return success();

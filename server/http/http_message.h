@@ -15,6 +15,8 @@ struct HttpRequest {
     std::map<std::string, std::string> headers;
     std::string body;
     std::string clientAddress;
+    // The peer is a trusted proxy: its forwarding headers say what the client used.
+    bool viaTrustedProxy = false;
 };
 
 struct HttpResponse {

@@ -107,7 +107,9 @@ std::variant<HttpRequest, int> readHttpRequest(std::string_view bytes, const Htt
         whole.put_eof(error);
     if (error || !whole.is_done())
         return error ? refusal(error) : 400;
-    return requestFromMessage(whole.get(), client);
+    auto request = requestFromMessage(whole.get(), client);
+    request.viaTrustedProxy = isTrustedProxy(peer, trust);
+    return request;
 }
 
 } // namespace ravo::server

@@ -227,7 +227,9 @@ private:
                           11, false));
         }
         auto request = parser_->release();
-        const HttpResponse response = shared_.handler(requestFromMessage(request, client_));
+        auto handed = requestFromMessage(request, client_);
+        handed.viaTrustedProxy = isTrustedProxy(peer_, shared_.trust);
+        const HttpResponse response = shared_.handler(handed);
         auto message = toMessage(response, request.version(), request.keep_alive());
         if (response.delay <= std::chrono::milliseconds::zero())
             return write(std::move(message));

@@ -84,6 +84,10 @@ IpAddress clientAddress(const IpAddress& peer, std::string_view headerValue,
     return nearest; // every hop is a proxy of ours: the farthest one is the best we know
 }
 
+bool isTrustedProxy(const IpAddress& peer, const ProxyTrust& trust) {
+    return anyContains(trust.proxies, peer);
+}
+
 std::string clientKey(const IpAddress& client) {
     if (client.isV4())
         return toString(client);

@@ -30,6 +30,9 @@ std::vector<std::optional<IpAddress>> forwardedAddresses(std::string_view value,
 IpAddress clientAddress(const IpAddress& peer, std::string_view headerValue,
                         const ProxyTrust& trust);
 
+// Whether the peer is one of the trusted proxies, whose forwarding headers count.
+bool isTrustedProxy(const IpAddress& peer, const ProxyTrust& trust);
+
 // The key limits are counted under: an IPv4 address, or an IPv6 address's /64 (one
 // subscriber's network, which a client can roam freely).
 std::string clientKey(const IpAddress& client);

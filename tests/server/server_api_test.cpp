@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -454,6 +455,57 @@ TEST_P(ServerApiTest, AListBuiltOnAnOlderOneIsRefused) {
         writer.join();
     EXPECT_EQ(std::count(answers.begin(), answers.end(), 200), 1);
     EXPECT_EQ(std::count(answers.begin(), answers.end(), 412), 5);
+}
+
+// Without public-url the speed test's files are where the client reached the server; a
+// proxy's word for that counts only when the proxy is trusted, and a host that is not a
+// host is never echoed.
+TEST_P(ServerApiTest, SpeedTestLinksFollowTheAddressTheClientUsed) {
+    const auto links = [this](std::map<std::string, std::string> headers, bool trusted) {
+        HttpRequest request{"GET", "/api/v1/speedtest/config", "", std::move(headers), "", client};
+        request.viaTrustedProxy = trusted;
+        return handleApi(context, request);
+    };
+    const auto upload = [&](std::map<std::string, std::string> headers, bool trusted) {
+        const auto answer = links(std::move(headers), trusted);
+        return answer.status == 200 ? body(answer)["urls"]["https_upload_url"].get<std::string>()
+                                    : "HTTP " + std::to_string(answer.status);
+    };
+    EXPECT_EQ(upload({{"host", "192.0.2.10:8470"}}, false),
+              "http://192.0.2.10:8470/api/v1/speedtest/upload");
+    EXPECT_EQ(upload({{"host", "Ravo.Example.org"}}, false),
+              "http://ravo.example.org/api/v1/speedtest/upload");
+    EXPECT_EQ(upload({{"host", "[2001:db8::7]:8470"}}, false),
+              "http://[2001:db8::7]:8470/api/v1/speedtest/upload");
+    const std::map<std::string, std::string> proxied = {{"host", "10.0.0.5:8470"},
+                                                        {"x-forwarded-proto", "https"},
+                                                        {"x-forwarded-host", "ravo.example.org"}};
+    EXPECT_EQ(upload(proxied, true), "https://ravo.example.org/api/v1/speedtest/upload");
+    EXPECT_EQ(upload(proxied, false), "http://10.0.0.5:8470/api/v1/speedtest/upload")
+        << "anyone can send these headers";
+    EXPECT_EQ(upload({{"host", "10.0.0.5"},
+                      {"forwarded", "for=192.0.2.1;proto=http;host=evil.example, "
+                                    "for=198.51.100.4;proto=https;host=\"ravo.example.org:8443\""}},
+                     true),
+              "https://ravo.example.org:8443/api/v1/speedtest/upload");
+    EXPECT_EQ(upload({{"host", "ravo.example.org"}, {"x-forwarded-proto", "gopher"}}, true),
+              "http://ravo.example.org/api/v1/speedtest/upload");
+    for (const std::string& hostile :
+         {std::string("evil.example\r\nSet-Cookie: a=b"), std::string("evil.example/path"),
+          std::string("user@evil.example"), std::string("evil.example:99999"),
+          std::string("evil.example:80:80"), std::string("evil example"), std::string(""),
+          std::string(300, 'a'), std::string("[::1"), std::string("[nothex]:80"),
+          std::string("a..b"), std::string("\"quoted\"")}) {
+        EXPECT_EQ(upload({{"host", hostile}}, false), "HTTP 400") << hostile;
+        EXPECT_EQ(upload({{"host", "ok.example"}, {"x-forwarded-host", hostile}}, true),
+                  hostile.empty() ? "http://ok.example/api/v1/speedtest/upload" : "HTTP 400")
+            << hostile;
+    }
+    EXPECT_EQ(upload({}, false), "HTTP 400");
+    // The operator's address wins over anything a request says.
+    config.publicURL = "https://speed.example.org/";
+    EXPECT_EQ(upload({{"host", "elsewhere.example"}}, false),
+              "https://speed.example.org/api/v1/speedtest/upload");
 }
 
 INSTANTIATE_TEST_SUITE_P(OnBothDatabases, ServerApiTest, ::testing::Values("sqlite", "postgresql"),
