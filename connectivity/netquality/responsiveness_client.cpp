@@ -5,6 +5,10 @@
 
 #include <curl/curl.h>
 
+#include <linux/tcp.h> // tcp_info as the kernel fills it, with tcpi_bytes_acked
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -20,6 +24,8 @@ using std::chrono::milliseconds;
 constexpr milliseconds kInterval{1000};
 constexpr int kMaxFlows = 16;
 constexpr int kBaseProbes = 5;
+// Enough for a queue of a few seconds left by an earlier load to drain.
+constexpr int kMaxBaseProbes = 16;
 constexpr std::size_t kConfigLimit = 64 * 1024;
 constexpr std::size_t kProbeLimit = 64 * 1024;
 
@@ -47,7 +53,41 @@ struct Transfer {
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;
     bool isLoad() const { return kind == Kind::download || kind == Kind::upload; }
+
+    // An upload counts what the server acknowledged: what still sits in send buffers and
+    // queues has not crossed the link. Bytes handed over only where the kernel cannot say.
+    curl_off_t bytesMoved() const {
+        if (kind != Kind::upload)
+            return bytes;
+        tcp_info info{};
+        socklen_t size = sizeof info;
+        if (fd < 0 || ::getsockopt(fd, IPPROTO_TCP, TCP_INFO, &info, &size) != 0 ||
+            size < offsetof(tcp_info, tcpi_bytes_acked) + sizeof info.tcpi_bytes_acked)
+            return fd < 0 ? acked : bytes;
+        acked = std::max(acked, curl_off_t(info.tcpi_bytes_acked));
+        return acked;
+    }
+
+    // Closing drops what is still buffered instead of sending it on, so the load does not
+    // outlive its phase in the queues.
+    void abortOnClose() const {
+        const linger reset{1, 0};
+        if (fd >= 0)
+            ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+    }
+
+    int fd = -1; // of a load-generating connection, once it is open
+
+private:
+    mutable curl_off_t acked = 0;
 };
+
+// The library tells which socket a transfer uses only once it is done; loads need it live.
+int noteSocket(void* context, curl_socket_t socket, curlsocktype purpose) {
+    if (purpose == CURLSOCKTYPE_IPCXN)
+        static_cast<Transfer*>(context)->fd = int(socket);
+    return CURL_SOCKOPT_OK;
+}
 
 std::size_t receive(char* data, std::size_t size, std::size_t count, void* context) {
     auto* transfer = static_cast<Transfer*>(context);
@@ -77,8 +117,11 @@ public:
     // No "Expect: 100-continue": the upload starts at once.
     TransferSet() : multi_(curl_multi_init()), headers_(curl_slist_append(nullptr, "Expect:")) {}
     ~TransferSet() {
-        for (auto& transfer : transfers_)
+        for (auto& transfer : transfers_) {
+            if (transfer->isLoad())
+                transfer->abortOnClose();
             curl_multi_remove_handle(multi_, transfer->easy);
+        }
         transfers_.clear();
         curl_multi_cleanup(multi_);
     }
@@ -108,6 +151,8 @@ public:
             // Each load-generating flow is a connection of its own.
             curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
             curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 0L);
+            curl_easy_setopt(easy, CURLOPT_SOCKOPTFUNCTION, noteSocket);
+            curl_easy_setopt(easy, CURLOPT_SOCKOPTDATA, transfer.get());
         }
         if (kind == Transfer::Kind::upload) {
             curl_easy_setopt(easy, CURLOPT_POST, 1L);
@@ -168,11 +213,43 @@ bool succeeded(const Transfer& transfer) {
     return transfer.finished && transfer.result == CURLE_OK && transfer.status == 200;
 }
 
+// What went wrong, in words of our own: the library's texts are for its developers.
 std::string failureOf(const Transfer& transfer) {
-    if (transfer.result != CURLE_OK)
-        return curl_easy_strerror(transfer.result);
-    return "HTTP " + std::to_string(transfer.status);
+    switch (transfer.result) {
+    case CURLE_OK:
+        return "the server answered with error " + std::to_string(transfer.status);
+    case CURLE_COULDNT_RESOLVE_HOST:
+        return "the server's name could not be looked up";
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_COULDNT_CONNECT:
+        return "the server could not be reached";
+    case CURLE_OPERATION_TIMEDOUT:
+        return "the server did not answer in time";
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CERTPROBLEM:
+    case CURLE_SSL_CIPHER:
+    case CURLE_SSL_CACERT_BADFILE:
+        return "a secure connection to the server could not be set up";
+    case CURLE_GOT_NOTHING:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+    case CURLE_PARTIAL_FILE:
+        return "the server closed the connection";
+    case CURLE_WRITE_ERROR:
+        return "the server's answer was too long";
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_URL_MALFORMAT:
+        return "the server's address is not an http:// or https:// address";
+    default:
+        return "the connection to the server failed";
+    }
 }
+
+constexpr const char* kCheckServer =
+    " Check the speed test server in Ravo's settings, or leave it empty for the public one.";
+constexpr const char* kTryAgain = " Try again; if it keeps failing, the server or the network "
+                                  "between you and it is at fault.";
 
 // The timings of a finished probe, into the lists they belong to.
 void recordProbe(const Transfer& probe, ResponsivenessMath::ProbeTimings& timings) {
@@ -213,8 +290,11 @@ public:
 
     Result<double> baseRTT() {
         ResponsivenessMath::ProbeTimings timings;
-        std::string lastFailure = "no answer";
-        for (int i = 0; i < kBaseProbes && Clock::now() < deadline_; ++i) {
+        std::string lastFailure = "the server did not answer";
+        std::optional<double> settled;
+        for (int i = 0; i < kMaxBaseProbes && Clock::now() < deadline_; ++i) {
+            if (i >= kBaseProbes && (settled = ResponsivenessMath::idleRoundTrip(timings.tcpFresh)))
+                break;
             TransferSet set;
             Transfer* probe = set.add(Transfer::Kind::freshProbe, config_.smallURL,
                                       std::min(left(), milliseconds(3000)));
@@ -225,9 +305,12 @@ public:
             else if (probe->finished)
                 lastFailure = failureOf(*probe);
         }
-        const auto rtt = ResponsivenessMath::median(timings.tcpFresh);
+        // A queue that never settled: its calmest samples are the nearest to idle.
+        const auto rtt =
+            settled ? settled : ResponsivenessMath::idleRoundTrip(timings.tcpFresh, true);
         if (!rtt)
-            return Failure{"The server did not answer the latency probes (" + lastFailure + ")."};
+            return Failure{"The idle latency could not be measured: " + lastFailure + "." +
+                           kTryAgain};
         return *rtt;
     }
 
@@ -252,9 +335,9 @@ public:
             for (Transfer* flow : flows)
                 if (flow->finished)
                     return Failure{std::string(kind == Transfer::Kind::download
-                                                   ? "The download ended early ("
-                                                   : "The upload ended early (") +
-                                   failureOf(*flow) + ")."};
+                                                   ? "The download stopped early: "
+                                                   : "The upload stopped early: ") +
+                                   failureOf(*flow) + "." + kTryAgain};
             for (Transfer** probe : {&loadedProbe, &freshProbe}) {
                 if (!*probe || !(*probe)->finished)
                     continue;
@@ -269,7 +352,7 @@ public:
                 continue;
             curl_off_t bytes = 0;
             for (Transfer* flow : flows)
-                bytes += flow->bytes;
+                bytes += flow->bytesMoved();
             const double seconds = std::chrono::duration<double>(now - intervalStart).count();
             throughput.push_back(double(bytes - countedBytes) * 8 / seconds);
             countedBytes = bytes;
@@ -291,11 +374,12 @@ public:
         if (throughput.empty() && countedBytes == 0) {
             curl_off_t bytes = 0;
             for (Transfer* flow : flows)
-                bytes += flow->bytes;
+                bytes += flow->bytesMoved();
             if (bytes == 0)
-                return Failure{kind == Transfer::Kind::download
-                                   ? "Nothing arrived from the server's download."
-                                   : "The server took no upload."};
+                return Failure{std::string(kind == Transfer::Kind::download
+                                               ? "Nothing arrived from the server's download."
+                                               : "The server took no upload.") +
+                               kTryAgain};
         }
         PhaseResult result;
         result.flows = int(flows.size());
@@ -323,10 +407,15 @@ Result<NetqualityConfig> fetchConfig(const std::string& url, milliseconds timeou
     while (!fetch->finished && Clock::now() < until)
         set.step(milliseconds(50));
     if (!fetch->finished)
-        return Failure{"The server did not answer in time."};
+        return Failure{std::string("The speed test server did not answer in time.") + kCheckServer};
     if (!succeeded(*fetch))
-        return Failure{"The server's configuration could not be read (" + failureOf(*fetch) + ")."};
-    return NetqualityConfig::parse(fetch->body);
+        return Failure{"The speed test server could not be asked for a test: " + failureOf(*fetch) +
+                       "." + kCheckServer};
+    auto config = NetqualityConfig::parse(fetch->body);
+    if (!config)
+        return Failure{std::string("The server at that address does not offer a speed test.") +
+                       kCheckServer};
+    return config;
 }
 
 } // namespace

@@ -26,6 +26,16 @@ std::optional<double> median(std::vector<double> values) {
     return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
+std::optional<double> idleRoundTrip(std::span<const double> samples, bool settledOrNot) {
+    if (samples.size() < 3)
+        return settledOrNot ? median({samples.begin(), samples.end()}) : std::nullopt;
+    const auto last = samples.last(3);
+    const auto [low, high] = std::minmax_element(last.begin(), last.end());
+    if (!settledOrNot && *high > std::max(*low * 1.25, *low + 2.0))
+        return std::nullopt;
+    return median({last.begin(), last.end()});
+}
+
 std::optional<double> roundTripsPerMinute(const ProbeTimings& timings) {
     const auto tcp = trimmedMean(timings.tcpFresh);
     const auto http = trimmedMean(timings.httpFresh);

@@ -11,6 +11,12 @@ namespace ravo::connectivity::ResponsivenessMath {
 std::optional<double> trimmedMean(std::vector<double> values, double kept = 0.95);
 std::optional<double> median(std::vector<double> values);
 
+// The idle round trip from connection times taken one after the other. A queue left by
+// an earlier load drains while they are taken, so only the last three count, and only once
+// they agree (within a quarter, or 2 ms); nothing until then. `settledOrNot` takes the
+// median of the last three anyway, for a link that never calms down.
+std::optional<double> idleRoundTrip(std::span<const double> samples, bool settledOrNot = false);
+
 // Probe timings in milliseconds; TLS is empty over plain HTTP.
 struct ProbeTimings {
     std::vector<double> tcpFresh;

@@ -26,6 +26,23 @@ TEST(ResponsivenessMath, TrimmedMeanDropsTheSlowestFivePercent) {
     EXPECT_EQ(median({}), std::nullopt);
 }
 
+TEST(ResponsivenessMath, IdleRoundTripWaitsForAQueueToDrain) {
+    // A queue left by a load drains: the first samples are its, not the link's.
+    const std::vector<double> draining{480, 300, 120, 0.9, 1.1};
+    EXPECT_EQ(idleRoundTrip(draining), std::nullopt);
+    const std::vector<double> drained{480, 300, 120, 0.9, 1.1, 1.0};
+    EXPECT_DOUBLE_EQ(*idleRoundTrip(drained), 1.0);
+    // Within a quarter, or 2 ms on a fast link, counts as agreeing.
+    EXPECT_DOUBLE_EQ(*idleRoundTrip(std::vector<double>{40, 48, 45}), 45.0);
+    EXPECT_DOUBLE_EQ(*idleRoundTrip(std::vector<double>{0.2, 2.1, 1.0}), 1.0);
+    EXPECT_EQ(idleRoundTrip(std::vector<double>{40, 52, 45}), std::nullopt);
+    EXPECT_EQ(idleRoundTrip(std::vector<double>{1.0, 1.0}), std::nullopt);
+    // A link that never calms down still gives its latest middle figure.
+    EXPECT_DOUBLE_EQ(*idleRoundTrip(std::vector<double>{10, 90, 30, 70}, true), 70.0);
+    EXPECT_DOUBLE_EQ(*idleRoundTrip(std::vector<double>{8}, true), 8.0);
+    EXPECT_EQ(idleRoundTrip(std::vector<double>{}, true), std::nullopt);
+}
+
 TEST(ResponsivenessMath, RoundTripsPerMinuteAverageTheFreshAndTheLoadedConnections) {
     // Without TLS: foreign 60000 / ((20 + 40) / 2) = 2000, loaded 60000 / 100 = 600.
     ProbeTimings plain{{20}, {}, {40}, {100}};
