@@ -1,6 +1,7 @@
 #include "app/app_controller.h"
 #include "app/app_services.h"
 #include "app/commands.h"
+#include "app/live_status.h"
 #include "app/log_file.h"
 #include "app/platform/single_instance.h"
 #include "base/paths.h"
@@ -106,6 +107,9 @@ int runDesktop(int argc, char** argv, const std::string& openURL) {
 
     AppServices services;
     AppController* controller = services.controller();
+    instance.setReporter([controller](const QString& what, SingleInstance::Reply reply) {
+        answerReport(controller->coordinators(), what, std::move(reply));
+    });
     ui::SettingsWindow settings(controller->coordinators());
     std::unique_ptr<ui::TrayPanel> tray;
     std::unique_ptr<ui::DashboardWindow> dashboard;

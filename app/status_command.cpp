@@ -1,5 +1,7 @@
 #include "app/cloud_services.h"
 #include "app/commands.h"
+#include "app/live_status.h"
+#include "app/platform/single_instance.h"
 #include "app/status_report.h"
 #include "base/paths.h"
 #include "cloud/websites_status_reader.h"
@@ -26,6 +28,12 @@
 namespace ravo::app {
 
 int runStatusCommand(bool json) {
+    // A running Ravo answers with what it shows and notifies; looking again here could
+    // disagree with it.
+    if (const auto answer = SingleInstance().ask(statusQuestion(json))) {
+        std::cout << *answer << std::flush;
+        return 0;
+    }
     using namespace metrics;
     SystemSampler sampler(makePlatformCounterSource());
     // Loads and rates are differences, so take a baseline first; the limits are asked for

@@ -1,11 +1,12 @@
 #include "app/platform/single_instance.h"
 
-#include "common/log_categories.h"
 #include "base/private_folder.h"
+#include "common/log_categories.h"
 
 #include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QPointer>
 
 #include <unistd.h>
 
@@ -47,6 +48,32 @@ bool SingleInstance::forwardToRunning(const QString& request) const {
     return true;
 }
 
+std::optional<std::string> SingleInstance::ask(const QString& request,
+                                               std::chrono::milliseconds timeout) const {
+    if (name_.isEmpty() || !PrivateFolder::checkOwnSocket(name_.toStdString()))
+        return std::nullopt;
+    QLocalSocket socket;
+    socket.connectToServer(name_);
+    if (!socket.waitForConnected(500))
+        return std::nullopt;
+    socket.write(request.toUtf8() + "\n");
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    QByteArray answer;
+    // The answer ends when the instance closes the connection.
+    while (socket.state() == QLocalSocket::ConnectedState) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0)
+            return std::nullopt;
+        socket.waitForReadyRead(static_cast<int>(left.count()));
+        answer += socket.readAll();
+    }
+    answer += socket.readAll();
+    if (answer.isEmpty())
+        return std::nullopt;
+    return answer.toStdString();
+}
+
 SingleInstance::Claim SingleInstance::claim() {
     if (name_.isEmpty())
         return Claim::unavailable;
@@ -73,6 +100,21 @@ SingleInstance::Claim SingleInstance::claim() {
                         emit showUsageRequested();
                     else if (line.startsWith(QLatin1String("open ")))
                         emit openRequested(line.mid(5));
+                    else if (line.startsWith(QLatin1String("report "))) {
+                        const QPointer<QLocalSocket> asker(client);
+                        const Reply reply = [asker](std::optional<std::string> answer) {
+                            if (!asker)
+                                return;
+                            if (answer)
+                                asker->write(QByteArray::fromStdString(*answer));
+                            asker->disconnectFromServer();
+                        };
+                        if (reporter_)
+                            reporter_(line.mid(7), reply);
+                        else
+                            reply(std::nullopt);
+                        return;
+                    }
                 }
             });
         }

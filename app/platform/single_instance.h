@@ -3,6 +3,11 @@
 #include <QObject>
 #include <QString>
 
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+
 class QLocalServer;
 
 namespace ravo::app {
@@ -23,6 +28,17 @@ public:
     // is not this user's own.
     bool forwardToRunning(const QString& request) const;
 
+    // Asks the running instance a question (`report status json`, say) and waits for its
+    // answer; nothing when none runs, it does not know yet, or it does not answer in time.
+    std::optional<std::string>
+    ask(const QString& request, std::chrono::milliseconds timeout = std::chrono::seconds(3)) const;
+
+    // How the running instance answers `report <what>`, now or a little later; nothing:
+    // "look for yourself".
+    using Reply = std::function<void(std::optional<std::string> answer)>;
+    using Reporter = std::function<void(const QString& what, Reply reply)>;
+    void setReporter(Reporter reporter) { reporter_ = std::move(reporter); }
+
     enum class Claim { claimed, anotherIsRunning, unavailable };
     // Becomes the running instance, unless another one already is or the socket's place
     // cannot be trusted (then Ravo runs on its own).
@@ -35,6 +51,7 @@ signals:
 private:
     QString name_;
     QLocalServer* server_ = nullptr;
+    Reporter reporter_;
 };
 
 } // namespace ravo::app
