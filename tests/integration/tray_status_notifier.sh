@@ -63,6 +63,10 @@ menu=$(awk '$1 == "menu" && $2 == "ravo-ai-usage"' "$host_log")
 entries=$(echo "$menu" | awk '{ print $5 }' | sed 's/[0-9]*://g')
 [ "$entries" = "AI_usage,Refresh_now,-,Settings…,Quit_Ravo" ] ||
     fail "the AI item's menu: $(cat "$host_log")"
+# Each gauge's menu leads with its own title, which opens its detail.
+cpu_menu=$(awk '$1 == "menu" && $2 == "ravo-cpu" { print $5 }' "$host_log" | sed 's/[0-9]*://g')
+[ "$cpu_menu" = "Processor,-,AI_usage,Settings…,-,Quit_Ravo" ] ||
+    fail "the processor's menu: $cpu_menu"
 quit_entry=$(echo "$menu" | grep -o '[0-9]*:Quit_Ravo' | cut -d: -f1)
 dbus-send --session --type=method_call --dest="$(echo "$menu" | awk '{ print $3 }')" \
     "$(echo "$menu" | awk '{ print $4 }')" com.canonical.dbusmenu.Event \

@@ -7,12 +7,17 @@
 #include "ui/tray/tray_item.h"
 #include "ui/widgets/popover_window.h"
 
+#include <QMenu>
+
 namespace ravo::ui {
 
 using namespace metrics;
 
 struct SystemTrayItems::Item {
     SystemMetric metric;
+    // Led by the item's own title; the rest is the panel's shared actions. Made before the
+    // icon that shows it, so it goes after it.
+    std::unique_ptr<QMenu> menu;
     std::unique_ptr<TrayItem> icon;
     std::unique_ptr<PopoverWindow> popover; // made on first open
     std::optional<TrayIconContent> drawn;
@@ -45,7 +50,12 @@ void SystemTrayItems::rebuild() {
         item->icon = std::make_unique<TrayItem>(
             QStringLiteral("ravo-") + QString::fromUtf8(rawValue(metric).data()),
             QStringLiteral("Ravo: ") + QString::fromUtf8(displayName(metric).data()));
-        item->icon->setContextMenu(menu_);
+        item->menu = std::make_unique<QMenu>();
+        item->menu->addAction(QString::fromUtf8(displayName(metric).data()), this,
+                              [this, metric] { showDetail(metric); });
+        item->menu->addSeparator();
+        item->menu->addActions(menu_->actions());
+        item->icon->setContextMenu(item->menu.get());
         connect(item->icon.get(), &TrayItem::activated, this,
                 [this, metric] { showDetail(metric); });
         items_.push_back(std::move(item));
