@@ -12,6 +12,19 @@
 
 namespace ravo::app {
 
+namespace {
+
+// A failure is an answer too: scripts reading --json always get a document.
+int failed(const SpeedTestRequest& request, const std::string& message, int status) {
+    if (request.json)
+        std::cout << nlohmann::json{{"error", {{"message", message}}}}.dump(2) << std::endl;
+    else
+        std::cerr << message << "\n";
+    return status;
+}
+
+} // namespace
+
 int runSpeedTestCommand(const SpeedTestRequest& request) {
     using connectivity::SpeedTest;
     auto settings = common::openUserSettings();
@@ -19,19 +32,17 @@ int runSpeedTestCommand(const SpeedTestRequest& request) {
     std::optional<QString> server;
     if (request.server) {
         const auto url = SpeedTest::configURL(QString::fromStdString(*request.server));
-        if (!url) {
-            std::cerr << url.error() << "\n";
-            return 2;
-        }
+        if (!url)
+            return failed(request, url.error(), 2);
         server = *url;
     }
     if (!request.json && ::isatty(STDOUT_FILENO))
         std::cout << SpeedTest::kMeasuringText << std::endl;
     const auto result = QCoro::waitFor(speedTest.run(server));
-    if (!result) {
-        std::cerr << SpeedTest::kFailedText << "\n";
-        return 1;
-    }
+    if (!result)
+        return failed(
+            request,
+            std::string(SpeedTest::kFailedText) + " " + speedTest.failureReason().toStdString(), 1);
     if (request.json) {
         std::cout << connectivity::SpeedTestParser::toJson(*result).dump(2) << std::endl;
         return 0;

@@ -19,6 +19,19 @@ namespace {
 // The tool stops itself at its limit; this is for one that does not.
 constexpr std::chrono::seconds kGrace{20};
 
+constexpr const char* kReinstall = " Reinstall Ravo to bring it back.";
+
+// Our own tool's last words are written for the user; anything else's are not.
+QString toolReason(const QString& program, const QByteArray& errorOutput) {
+    const QString prefix = QFileInfo(program).fileName() + ": ";
+    const QStringList lines = QString::fromUtf8(errorOutput).trimmed().split('\n');
+    if (QFileInfo(program).fileName() == QStringLiteral("ravo-netquality") && !lines.isEmpty() &&
+        lines.last().startsWith(prefix))
+        return lines.last().mid(prefix.size()).left(400);
+    return QStringLiteral("The measuring tool stopped with an error. Try again; if it keeps "
+                          "failing, check the speed test server in Ravo's settings.");
+}
+
 } // namespace
 
 SpeedTest::SpeedTest(QSettings& defaults, QString program, QObject* parent)
@@ -81,6 +94,12 @@ void SpeedTest::setPhase(Phase phase) {
     emit phaseChanged();
 }
 
+void SpeedTest::fail(const QString& reason) {
+    failureReason_ = reason;
+    lastResult_.reset();
+    setPhase(Phase::failed);
+}
+
 void SpeedTest::cancel() {
     if (process_ && process_->state() != QProcess::NotRunning)
         common::killProcessGroup(*process_);
@@ -89,12 +108,12 @@ void SpeedTest::cancel() {
 QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString> configURL) {
     if (phase_ == Phase::measuring)
         co_return std::nullopt;
+    failureReason_.clear();
     setPhase(Phase::measuring);
     // A missing tool would otherwise only show as a start that never comes.
     if (!QFileInfo(program_).isExecutable()) {
         qCWarning(lcConnection).noquote() << "The speed test tool is missing:" << program_;
-        lastResult_.reset();
-        setPhase(Phase::failed);
+        fail("The measuring tool " + program_ + " is missing." + kReinstall);
         co_return std::nullopt;
     }
     QPointer<SpeedTest> self(this);
@@ -118,21 +137,35 @@ QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString
     if (!self)
         co_return std::nullopt;
     std::optional<SpeedTestResult> result;
+    QString reason;
     if (!started) {
         qCWarning(lcConnection).noquote()
             << "The speed test did not start:" << process->errorString();
+        reason = "The measuring tool " + program_ + " could not be started." + kReinstall;
     } else if (!finished) {
         common::killProcessGroup(*process);
         qCWarning(lcConnection) << "The speed test ran past its limit";
-    } else if (process->exitStatus() != QProcess::NormalExit || process->exitCode() != 0) {
+        reason = "The test did not finish in time and was stopped. Try again later.";
+    } else if (process->exitStatus() != QProcess::NormalExit) {
+        qCWarning(lcConnection) << "The speed test tool ended abnormally";
+        reason = "The measuring tool stopped before it was done. Try again.";
+    } else if (process->exitCode() != 0) {
+        const QByteArray errors = process->readAllStandardError();
         qCWarning(lcConnection).noquote()
-            << "The speed test failed:"
-            << QString::fromUtf8(process->readAllStandardError()).trimmed().left(400);
+            << "The speed test failed:" << QString::fromUtf8(errors).trimmed().left(400);
+        reason = toolReason(program_, errors);
     } else {
         result = SpeedTestParser::resultFromOutput(process->readAllStandardOutput().toStdString());
+        if (!result)
+            reason = "The measuring tool gave no figures. Try again; if it keeps failing, check "
+                     "the speed test server in Ravo's settings.";
     }
-    lastResult_ = result;
-    setPhase(result ? Phase::finished : Phase::failed);
+    if (result) {
+        lastResult_ = result;
+        setPhase(Phase::finished);
+    } else {
+        fail(reason);
+    }
     co_return result;
 }
 

@@ -52,6 +52,8 @@ public:
 
     Phase phase() const { return phase_; }
     const std::optional<SpeedTestResult>& lastResult() const { return lastResult_; }
+    // After a failed run: what failed and what to do, in a sentence or two.
+    const QString& failureReason() const { return failureReason_; }
 
     // The configuration URL of the server to measure against; empty for the public one.
     QString server() const;
@@ -67,12 +69,14 @@ signals:
 
 private:
     void setPhase(Phase phase);
+    void fail(const QString& reason);
 
     QSettings& defaults_;
     QString program_;
     std::unique_ptr<QProcess> process_;
     Phase phase_ = Phase::idle;
     std::optional<SpeedTestResult> lastResult_;
+    QString failureReason_;
 };
 
 } // namespace ravo::connectivity

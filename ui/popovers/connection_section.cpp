@@ -130,7 +130,7 @@ void ConnectionSection::syncSpeedTest() {
         progress_->setText(SpeedTest::kMeasuringText);
         break;
     case SpeedTest::Phase::failed:
-        progress_->setText(SpeedTest::kFailedText);
+        progress_->setText(QString(SpeedTest::kFailedText) + " " + speedTest_->failureReason());
         break;
     case SpeedTest::Phase::finished:
         progress_->setText({});
