@@ -27,20 +27,37 @@ struct Resolved {
 };
 
 // Names are looked up once per cycle so that a slow resolver does not eat into a sample.
-std::optional<Resolved> resolve(const ProbeAddress& address) {
+std::vector<Resolved> resolve(const ProbeAddress& address) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_NUMERICSERV | AI_ADDRCONFIG;
     addrinfo* list = nullptr;
     const std::string port = std::to_string(address.port);
+    std::vector<Resolved> found;
     if (::getaddrinfo(address.host.c_str(), port.c_str(), &hints, &list) != 0 || !list)
-        return std::nullopt;
-    Resolved resolved;
-    std::memcpy(&resolved.address, list->ai_addr, list->ai_addrlen);
-    resolved.length = list->ai_addrlen;
-    resolved.family = list->ai_family;
+        return found;
+    for (const addrinfo* entry = list; entry; entry = entry->ai_next) {
+        if (entry->ai_addrlen > sizeof(sockaddr_storage))
+            continue;
+        Resolved resolved;
+        std::memcpy(&resolved.address, entry->ai_addr, entry->ai_addrlen);
+        resolved.length = entry->ai_addrlen;
+        resolved.family = entry->ai_family;
+        found.push_back(resolved);
+    }
     ::freeaddrinfo(list);
-    return resolved;
+    return found;
+}
+
+// Where the probe may go: the address's own, and for the built-in IPv4 resolver its IPv6
+// twin too, so a network without IPv4 still counts as connected.
+std::vector<Resolved> targetsOf(const ProbeAddress& address) {
+    auto targets = resolve(address);
+    if (address == ProbeAddress::parse(ProbeAddress::kDefault).value()) {
+        const auto twin = resolve(ProbeAddress::parse(ProbeAddress::kDefaultIPv6).value());
+        targets.insert(targets.end(), twin.begin(), twin.end());
+    }
+    return targets;
 }
 
 std::optional<double> timeConnection(const Resolved& target, std::chrono::milliseconds timeout) {
@@ -78,18 +95,28 @@ std::optional<double> timeConnection(const Resolved& target, std::chrono::millis
 } // namespace
 
 std::optional<double> connectTime(const ProbeAddress& address, std::chrono::milliseconds timeout) {
-    const auto target = resolve(address);
-    return target ? timeConnection(*target, timeout) : std::nullopt;
+    for (const auto& target : targetsOf(address))
+        if (const auto sample = timeConnection(target, timeout))
+            return sample;
+    return std::nullopt;
 }
 
 std::optional<LatencySummary> latency(const ProbeAddress& address, int samples) {
-    const auto target = resolve(address);
-    if (!target)
-        return std::nullopt;
     std::vector<double> measured;
-    for (int i = 0; i < samples; ++i)
-        if (const auto sample = timeConnection(*target, kSampleTimeout))
-            measured.push_back(*sample);
+    // The first target that answers takes the rest of the samples: IPv4 or IPv6, any
+    // working route is a connection.
+    const auto targets = targetsOf(address);
+    for (std::size_t t = 0; t < targets.size(); ++t) {
+        const bool another = t + 1 < targets.size();
+        for (int i = 0; i < samples; ++i) {
+            if (const auto sample = timeConnection(targets[t], kSampleTimeout))
+                measured.push_back(*sample);
+            else if (measured.empty() && another)
+                break;
+        }
+        if (!measured.empty())
+            break;
+    }
     return summarizeLatency(measured);
 }
 

@@ -13,6 +13,8 @@ namespace ravo::connectivity {
 struct ProbeAddress {
     // A public anycast DNS resolver that also answers on 443.
     static constexpr const char* kDefault = "1.1.1.1:443";
+    // The same resolver over IPv6, tried as well when the default is in use.
+    static constexpr const char* kDefaultIPv6 = "[2606:4700:4700::1111]:443";
     // A typed address as it is stored, or what is wrong with it.
     static Result<std::string> checked(std::string_view typed);
     static constexpr const char* kSettingsKey = "latencyProbeAddress";

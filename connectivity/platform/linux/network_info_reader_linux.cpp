@@ -1,8 +1,8 @@
 #include "connectivity/network_info_reader.h"
 
-#include "connectivity/platform/linux/route_parsers.h"
 #include "base/atomic_file.h"
 #include "base/trimmed.h"
+#include "connectivity/platform/linux/route_parsers.h"
 
 #include <cstring>
 
@@ -48,10 +48,14 @@ std::string displayName(const fs::path& device) {
 
 NetworkInterfaceInfo read(const Roots& roots) {
     NetworkInterfaceInfo info;
-    const auto routes = readFile(roots.proc / "net" / "route", 1024 * 1024);
-    if (!routes)
-        return info;
-    for (const auto& name : kernel::parseDefaultRoutes(*routes)) {
+    // The IPv4 default route's interface, else the IPv6 one's: either is a way out.
+    std::vector<std::string> names;
+    if (const auto routes = readFile(roots.proc / "net" / "route", 1024 * 1024))
+        names = kernel::parseDefaultRoutes(*routes);
+    if (const auto routes = readFile(roots.proc / "net" / "ipv6_route", 1024 * 1024))
+        for (auto& name : kernel::parseDefaultIPv6Routes(*routes))
+            names.push_back(std::move(name));
+    for (const auto& name : names) {
         if (name != "lo") {
             info.bsdName = name;
             break;

@@ -25,7 +25,11 @@ std::vector<std::string> parseDefaultRoutes(std::string_view text) {
 }
 
 bool hasDefaultIPv6Route(std::string_view text) {
-    bool found = false;
+    return !parseDefaultIPv6Routes(text).empty();
+}
+
+std::vector<std::string> parseDefaultIPv6Routes(std::string_view text) {
+    std::vector<std::string> names;
     forEachLine(text, [&](std::string_view line) {
         Fields fields(line);
         const auto destination = fields.next();
@@ -34,10 +38,11 @@ bool hasDefaultIPv6Route(std::string_view text) {
         while (!(field = fields.next()).empty())
             last = field;
         if (prefix == "00" && destination.find_first_not_of('0') == std::string_view::npos &&
-            !destination.empty() && !last.empty() && last != "lo")
-            found = true;
+            !destination.empty() && !last.empty() && last != "lo" &&
+            std::find(names.begin(), names.end(), last) == names.end())
+            names.emplace_back(last);
     });
-    return found;
+    return names;
 }
 
 } // namespace ravo::connectivity::kernel

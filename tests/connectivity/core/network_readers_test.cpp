@@ -1,8 +1,8 @@
+#include "base/atomic_file.h"
 #include "connectivity/core/network_interface_info.h"
 #include "connectivity/core/network_probe.h"
 #include "connectivity/core/probe_address.h"
 #include "connectivity/network_info_reader.h"
-#include "base/atomic_file.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -150,6 +150,22 @@ TEST_F(NetworkInfoReaderTest, WithoutADefaultRouteEveryFactIsAbsent) {
     EXPECT_EQ(NetworkInfoReader::read(roots()), NetworkInterfaceInfo{});
     EXPECT_EQ(NetworkInfoReader::read({folder / "nothing", folder / "nothing"}),
               NetworkInterfaceInfo{});
+}
+
+TEST_F(NetworkInfoReaderTest, AnIPv6OnlyNetworkHasItsInterfaceToo) {
+    // No IPv4 default route; ::/0 leaves over enp3s0 (the loopback's ::/0 is not a way out).
+    route("enp3s0\t0000A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n");
+    writeFileAtomically(folder / "proc/net/ipv6_route",
+                        "00000000000000000000000000000000 00 00000000000000000000000000000000 00 "
+                        "00000000000000000000000000000000 ffffffff 00000001 00000000 00200200 lo\n"
+                        "00000000000000000000000000000000 00 00000000000000000000000000000000 00 "
+                        "fe800000000000000000000000000001 00000400 00000001 00000000 00000003 "
+                        "enp3s0\n");
+    device("enp3s0", "52:54:00:12:34:56", false);
+    const auto info = NetworkInfoReader::read(roots());
+    EXPECT_EQ(info.bsdName, "enp3s0");
+    EXPECT_EQ(info.displayName, "Ethernet");
+    EXPECT_EQ(info.localIPv4, std::nullopt);
 }
 
 TEST_F(NetworkInfoReaderTest, AWiredInterfaceHasNoSignal) {
