@@ -85,7 +85,8 @@ void AppController::buildConnectivity() {
                                                        services_.notifications,
                                                        {},
                                                        services_.connectionSettledInterval,
-                                                       services_.connectionUnsettledInterval});
+                                                       services_.connectionUnsettledInterval,
+                                                       {}});
     }
     speedTest_ = std::make_unique<connectivity::SpeedTest>(*defaults_);
 }

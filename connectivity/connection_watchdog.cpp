@@ -10,6 +10,7 @@
 
 #include <QCoreApplication>
 #include <QSettings>
+#include <QTimer>
 
 #include <thread>
 
@@ -23,14 +24,38 @@ struct ConnectionWatchdog::Alive {
 
 namespace {
 
-UserNotification notificationFor(const ConnectionState& state, const ConnectionNotice& notice) {
-    const bool offline = std::holds_alternative<Offline>(state);
+UserNotification notificationFor(const ConnectionSettler::Announcement& told) {
+    const bool offline = std::holds_alternative<Offline>(told.state);
+    const bool troubled = offline || told.unstable;
     return UserNotification{ConnectionNotice::kIdentifier,
                             "connection",
-                            notice.title,
-                            notice.body,
-                            offline ? "network-offline" : "network-transmit-receive",
-                            offline ? "network.disconnected" : "network"};
+                            told.notice.title,
+                            told.notice.body,
+                            told.unstable ? "network-error"
+                            : offline     ? "network-offline"
+                                          : "network-transmit-receive",
+                            troubled ? "network.disconnected" : "network"};
+}
+
+// RAVO_CONNECTION_SETTLE="hold,window,changes,calm" (seconds but for the count) shortens the
+// settling, for tests that flap a real link.
+SettleTiming settleTiming(SettleTiming given) {
+    const QStringList parts = qEnvironmentVariable("RAVO_CONNECTION_SETTLE").split(',');
+    if (parts.size() != 4)
+        return given;
+    int values[4];
+    for (int i = 0; i < 4; ++i) {
+        bool ok = false;
+        values[i] = parts[i].toInt(&ok);
+        if (!ok || values[i] < 0)
+            return given;
+    }
+    using std::chrono::seconds;
+    return {seconds(values[0]), seconds(values[1]), std::max(values[2], 2), seconds(values[3])};
+}
+
+ConnectionSettler::TimePoint now() {
+    return std::chrono::steady_clock::now();
 }
 
 } // namespace
@@ -43,6 +68,7 @@ ProbeAddress ConnectionWatchdog::storedProbeAddress(const QSettings& defaults) {
 ConnectionWatchdog::ConnectionWatchdog(QSettings& defaults, Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), services_(std::move(services)),
       timer_(new common::ContinuousTimer(this)), alive_(std::make_shared<Alive>(Alive{this})),
+      settler_((services_.settle = settleTiming(services_.settle))), settleTimer_(new QTimer(this)),
       alertsEnabled_(common::readFlag(defaults, kAlerts)),
       latencyMonitoringEnabled_(common::readFlag(defaults, kLatency)),
       probeAddress_(storedProbeAddress(defaults)) {
@@ -51,6 +77,8 @@ ConnectionWatchdog::ConnectionWatchdog(QSettings& defaults, Services services, Q
             return NetworkProbe::latency(address, 4);
         };
     connect(timer_, &common::ContinuousTimer::timeout, this, &ConnectionWatchdog::evaluate);
+    settleTimer_->setSingleShot(true);
+    connect(settleTimer_, &QTimer::timeout, this, &ConnectionWatchdog::announce);
 }
 
 ConnectionWatchdog::~ConnectionWatchdog() {
@@ -80,6 +108,7 @@ void ConnectionWatchdog::stop() {
     probing_ = false;
     evaluateAgain_ = false;
     timer_->stop();
+    settleTimer_->stop();
     if (services_.path)
         disconnect(services_.path, nullptr, this, nullptr);
 }
@@ -89,6 +118,7 @@ void ConnectionWatchdog::restart() {
         return;
     stop();
     evaluator_ = {};
+    settler_ = ConnectionSettler(services_.settle);
     published_.reset();
     lastLatency_.reset();
     emit stateChanged();
@@ -172,28 +202,30 @@ void ConnectionWatchdog::scheduleNext() {
 void ConnectionWatchdog::apply(std::optional<ConnectionState> next) {
     if (!next)
         return;
-    const std::optional<ConnectionState> previous = published_;
     published_ = next;
     qCInfo(lcConnection).noquote()
         << "Connection state changed:" << QString::fromStdString(rawValue(*next));
     emit stateChanged();
-    notify(*next, previous);
+    settler_.record(*next, now());
+    announce();
 }
 
-void ConnectionWatchdog::notify(const ConnectionState& state,
-                                const std::optional<ConnectionState>& previous) {
-    if (!alertsEnabled_ || !services_.notifications)
-        return;
-    // Starting up online is not a recovery.
-    if (!previous && std::holds_alternative<Online>(state))
-        return;
-    const auto notice = ConnectionNotice::of(state, previous);
-    if (!notice)
-        return;
-    services_.notifications->post(notificationFor(state, *notice), [](const std::string& error) {
-        qCWarning(lcConnection).noquote()
-            << "Notification failed:" << QString::fromStdString(error);
-    });
+void ConnectionWatchdog::announce() {
+    settleTimer_->stop();
+    while (const auto told = settler_.take(now())) {
+        qCInfo(lcConnection).noquote()
+            << "Connection notice:" << QString::fromStdString(told->notice.title);
+        if (!alertsEnabled_ || !services_.notifications)
+            continue;
+        services_.notifications->post(notificationFor(*told), [](const std::string& error) {
+            qCWarning(lcConnection).noquote()
+                << "Notification failed:" << QString::fromStdString(error);
+        });
+    }
+    if (const auto next = settler_.nextCheck(); next && running_) {
+        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*next - now());
+        settleTimer_->start(std::max(wait, std::chrono::milliseconds(0)));
+    }
 }
 
 void ConnectionWatchdog::setAlertsEnabled(bool enabled) {

@@ -3,6 +3,7 @@
 #include "base/result.h"
 #include "base/user_notifications.h"
 #include "connectivity/core/connection_evaluator.h"
+#include "connectivity/core/connection_settler.h"
 #include "connectivity/core/probe_address.h"
 
 #include <QObject>
@@ -13,6 +14,7 @@
 #include <optional>
 
 class QSettings;
+class QTimer;
 
 namespace ravo::common {
 class ContinuousTimer;
@@ -48,6 +50,8 @@ public:
         Probe probe;
         std::chrono::milliseconds settledInterval{60'000};
         std::chrono::milliseconds unsettledInterval{20'000};
+        // How long a state must last before it is told, and what counts as flapping.
+        SettleTiming settle;
     };
 
     ConnectionWatchdog(QSettings& defaults, Services services, QObject* parent = nullptr);
@@ -84,13 +88,15 @@ private:
     void finishProbe(std::uint64_t generation, std::optional<LatencySummary> result);
     void scheduleNext();
     void apply(std::optional<ConnectionState> next);
-    void notify(const ConnectionState& state, const std::optional<ConnectionState>& previous);
+    void announce();
 
     QSettings& defaults_;
     Services services_;
     common::ContinuousTimer* timer_;
     std::shared_ptr<Alive> alive_;
     ConnectionEvaluator evaluator_;
+    ConnectionSettler settler_;
+    QTimer* settleTimer_;
     std::optional<ConnectionState> published_;
     std::optional<LatencySummary> lastLatency_;
     bool alertsEnabled_;

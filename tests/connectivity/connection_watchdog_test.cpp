@@ -81,6 +81,8 @@ protected:
         // Long enough that a test sees each evaluation on its own.
         services.settledInterval = 400ms;
         services.unsettledInterval = 150ms;
+        // Told at once, so each state's notice shows beside it; settling has tests of its own.
+        services.settle.hold = 0ms;
         return std::make_unique<ConnectionWatchdog>(defaults, std::move(services));
     }
     void TearDown() override { probe.waitForCalls(); }
