@@ -43,6 +43,9 @@ struct MemoryUsage {
     std::uint64_t swapUsed = 0;
     double pressure = 0;
     MemoryPressureLevel pressureLevel = MemoryPressureLevel::normal;
+    // False where the kernel reports no memory stalls (Linux without pressure stall
+    // information): then there is no level to show, only the gauge.
+    bool pressureLevelKnown = true;
     bool operator==(const MemoryUsage&) const = default;
 };
 

@@ -33,10 +33,15 @@ void from_json(const nlohmann::json& j, GPUUtilization& v) {
 }
 
 void to_json(nlohmann::json& j, const MemoryUsage& v) {
-    j = {{"total", v.total},       {"app", v.app},
-         {"wired", v.wired},       {"compressed", v.compressed},
-         {"cached", v.cached},     {"swapUsed", v.swapUsed},
-         {"pressure", v.pressure}, {"pressureLevel", static_cast<int>(v.pressureLevel)}};
+    j = {{"total", v.total},
+         {"app", v.app},
+         {"wired", v.wired},
+         {"compressed", v.compressed},
+         {"cached", v.cached},
+         {"swapUsed", v.swapUsed},
+         {"pressure", v.pressure},
+         {"pressureLevel", static_cast<int>(v.pressureLevel)},
+         {"pressureLevelKnown", v.pressureLevelKnown}};
 }
 
 void from_json(const nlohmann::json& j, MemoryUsage& v) {
@@ -51,6 +56,9 @@ void from_json(const nlohmann::json& j, MemoryUsage& v) {
     if (level != 1 && level != 2 && level != 4)
         throw std::invalid_argument("unknown memory pressure level");
     v.pressureLevel = static_cast<MemoryPressureLevel>(level);
+    // Readings written before it was said were from machines that measure it.
+    v.pressureLevelKnown =
+        !j.contains("pressureLevelKnown") || j.at("pressureLevelKnown").get<bool>();
 }
 
 void to_json(nlohmann::json& j, const DiskUsage& v) {

@@ -1,4 +1,5 @@
 #include "tests/ui/views_fixture.h"
+#include "ui/popovers/metric_rows.h"
 
 namespace ravo::ui {
 namespace {
@@ -170,6 +171,28 @@ TEST_F(ViewsTest, EmptyStatesSayWhy) {
         EXPECT_EQ(list->item(i)->text().contains("on this machine"), missing)
             << list->item(i)->text().toStdString();
     }
+}
+
+TEST(MetricRows, MemoryShowsOnlyWhatThePlatformMeasures) {
+    metrics::SystemReading reading;
+    reading.memory = metrics::MemoryUsage{
+        16ull << 30, 8ull << 30, 1ull << 30, 0,
+        2ull << 30,  0,          0.6,        metrics::MemoryPressureLevel::normal};
+    reading.memory->pressureLevelKnown = false;
+    const auto labels = [&reading] {
+        std::vector<std::string> shown;
+        for (const auto& [label, value] :
+             MetricRows::forReading(reading, metrics::SystemMetric::memory, {}))
+            shown.push_back(label);
+        return shown;
+    };
+    // Linux without zswap or stall information: no compression, no pressure level.
+    EXPECT_EQ(labels(),
+              (std::vector<std::string>{"Used", "Apps", "Kernel", "Cached", "Swap used"}));
+    reading.memory->compressed = 1ull << 30;
+    reading.memory->pressureLevelKnown = true;
+    EXPECT_EQ(labels(), (std::vector<std::string>{"Used", "Apps", "Kernel", "Compressed", "Cached",
+                                                  "Swap used", "Pressure"}));
 }
 
 TEST_F(ViewsTest, MetricDetailsShowTheirFiguresWithoutClipping) {

@@ -63,10 +63,13 @@ Rows forReading(const SystemReading& r, SystemMetric metric, const FormatLocale&
                                           " of " + MetricFormat::bytes(m.total, locale));
             rows.emplace_back("Apps", MetricFormat::bytes(m.app, locale));
             rows.emplace_back("Kernel", MetricFormat::bytes(m.wired, locale));
-            rows.emplace_back("Compressed", MetricFormat::bytes(m.compressed, locale));
+            // Only where memory is compressed: macOS, or Linux with zswap.
+            if (m.compressed > 0)
+                rows.emplace_back("Compressed", MetricFormat::bytes(m.compressed, locale));
             rows.emplace_back("Cached", MetricFormat::bytes(m.cached, locale));
             rows.emplace_back("Swap used", MetricFormat::bytes(m.swapUsed, locale));
-            rows.emplace_back("Pressure", pressure(m.pressureLevel));
+            if (m.pressureLevelKnown)
+                rows.emplace_back("Pressure", pressure(m.pressureLevel));
         }
         break;
     case SystemMetric::disk:

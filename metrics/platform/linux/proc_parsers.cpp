@@ -130,6 +130,7 @@ MemoryUsage memoryUsage(const MemInfo& info, const std::optional<MemoryPressureS
     usage.pressure =
         info.total > 0 ? static_cast<double>(used) / static_cast<double>(info.total) : 0;
     usage.pressureLevel = pressureLevel(stall);
+    usage.pressureLevelKnown = stall.has_value();
     return usage;
 }
 

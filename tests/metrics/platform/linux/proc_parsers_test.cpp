@@ -46,7 +46,10 @@ TEST(Meminfo, SplitsUsedMemoryIntoItsParts) {
     EXPECT_EQ(usage.cached, (5734912ull + 402112 + 401408 - 612352) * 1024);
     EXPECT_EQ(usage.swapUsed, (8388604ull - 7340028) * 1024);
     EXPECT_EQ(usage.pressureLevel, MemoryPressureLevel::warning);
+    EXPECT_TRUE(usage.pressureLevelKnown);
     EXPECT_NEAR(usage.pressure, 1.0 - 6823044.0 / 16108176.0, 1e-9);
+    // A kernel without stall information has no level to tell, not a "normal" one.
+    EXPECT_FALSE(memoryUsage(*info, std::nullopt).pressureLevelKnown);
 }
 
 TEST(Meminfo, MissingOrGarbledTotalsGiveNothing) {
