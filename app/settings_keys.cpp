@@ -2,6 +2,7 @@
 
 #include "base/trimmed.h"
 #include "cloud/alert_notifier.h"
+#include "cloud/site_list_settings.h"
 #include "common/settings_values.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
@@ -62,6 +63,7 @@ const std::vector<const Setting*>& SettingKeys::all() {
         &metrics::MetricSettings::kEnabled,
         &ui::TrayPanel::kCombined,
         &cloud::AlertNotifier::kDesktop,
+        &cloud::SiteListSettings::kInterval,
         &connectivity::ConnectionWatchdog::kAlerts,
         &connectivity::ConnectionWatchdog::kLatency,
         &sessions::SessionTracking::kSetting,

@@ -4,6 +4,7 @@
 #include "base/log.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace ravo::cloud::SiteListSettings {
 
@@ -30,10 +31,20 @@ void save(QSettings& settings, const std::vector<MonitoredSite>& sites) {
     settings.sync();
 }
 
+Result<std::string> checkedInterval(std::string_view typed) {
+    if (typed.empty())
+        return std::string();
+    std::int64_t minutes = 0;
+    const auto [end, error] = std::from_chars(typed.data(), typed.data() + typed.size(), minutes);
+    if (error != std::errc() || end != typed.data() + typed.size() || minutes < 1 || minutes > 1440)
+        return Failure{std::string(kIntervalKey) + " takes whole minutes from 1 to 1440."};
+    return std::to_string(minutes);
+}
+
 std::int64_t intervalMinutes(const QSettings& settings, const wire::CloudMe& plan) {
     bool ok = false;
     const auto stored = settings.value(kIntervalKey).toLongLong(&ok);
-    return std::clamp<std::int64_t>(ok ? stored : 5,
+    return std::clamp<std::int64_t>(ok ? stored : 5, // kInterval's default
                                     std::max<std::int64_t>(plan.minIntervalMinutes, 1), 1440);
 }
 

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "base/result.h"
+#include "base/setting.h"
 #include "cloud/core/monitored_site.h"
 
 #include <QSettings>
 
+#include <string>
+#include <string_view>
 #include <vector>
 
 // The monitor's own settings: the site list and the check interval.
@@ -13,6 +17,20 @@ inline constexpr const char* kSitesKey = "monitoredSites";
 inline constexpr const char* kIntervalKey = "websiteCheckIntervalMinutes";
 
 inline constexpr const char* kUnreadableBackupKey = "monitoredSitesUnreadable";
+
+// A typed interval as it is stored, or what is wrong with it.
+Result<std::string> checkedInterval(std::string_view typed);
+// The interval every new site gets, whoever adds it, and every site once it is changed.
+inline constexpr Setting kInterval{kIntervalKey,
+                                   Setting::Kind::text,
+                                   "minutes between checks of each website (1 to 1440; the "
+                                   "plan may ask for more)",
+                                   false,
+                                   false,
+                                   "5",
+                                   Setting::Store::app,
+                                   {},
+                                   &checkedInterval};
 
 // An unreadable list is reported in the log and kept once under kUnreadableBackupKey, so
 // the list saved after it does not lose it; it reads as empty.

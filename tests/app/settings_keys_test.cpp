@@ -1,5 +1,6 @@
 #include "app/settings_keys.h"
 #include "base/group_settings.h"
+#include "cloud/site_list_settings.h"
 #include "sync/core/synced_settings.h"
 #include "tests/support/temporary_folder.h"
 
@@ -65,6 +66,14 @@ TEST_F(SettingKeysTest, TypedValuesAreCheckedStoredAndReadBack) {
     EXPECT_EQ(get("speedTestServer"), "https://ravo.example.org/api/v1/speedtest/config");
     ASSERT_TRUE(set("speedTestServer", "").ok());
     EXPECT_EQ(get("speedTestServer"), "") << "empty goes back to the public server";
+
+    // The interval the app and `ravo sites add` give new sites is this one setting.
+    EXPECT_EQ(get("websiteCheckIntervalMinutes"), "5");
+    ASSERT_TRUE(set("websiteCheckIntervalMinutes", " 10 ").ok());
+    EXPECT_EQ(cloud::SiteListSettings::intervalMinutes(settings, wire::CloudMe{}), 10);
+    for (const char* wrong : {"0", "1441", "ten", "5m", "-3", "99999999999999999999"})
+        EXPECT_FALSE(set("websiteCheckIntervalMinutes", wrong).ok()) << wrong;
+    EXPECT_EQ(get("websiteCheckIntervalMinutes"), "10");
 
     EXPECT_EQ(set("settingsSyncFolder", (home.path() / "gone").string()).error(),
               "Choose a folder that exists, inside a folder your sync client keeps.");
