@@ -2,6 +2,8 @@
 #include "app/app_controller.h"
 
 #include "cloud/alert_notifier.h"
+#include "cloud/site_list_settings.h"
+#include "cloud/website_monitor.h"
 #include "common/log_categories.h"
 #include "common/settings_values.h"
 #include "connectivity/connection_watchdog.h"
@@ -75,6 +77,10 @@ void AppController::reloadSetting(const std::string& key) {
         settingsSync_->setEnabled(common::readFlag(*defaults_, sync::SettingsSync::kEnabled));
     } else if (name == sync::SettingsSync::kFolderKey) {
         settingsSync_->setFolder(defaults_->value(name).toString().toStdString());
+    } else if (name == cloud::SiteListSettings::kSitesKey && websiteMonitor_) {
+        websiteMonitor_->reloadList();
+    } else if (name == cloud::SiteListSettings::kIntervalKey && websiteMonitor_) {
+        websiteMonitor_->intervalChanged();
     }
     qCInfo(lcApp).noquote() << "Setting changed outside this Ravo:" << name;
 }

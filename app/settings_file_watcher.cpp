@@ -1,6 +1,7 @@
 #include "app/settings_file_watcher.h"
 
 #include "app/settings_keys.h"
+#include "cloud/site_list_settings.h"
 #include "common/settings_values.h"
 
 #include <QDir>
@@ -18,6 +19,8 @@ SettingsFileWatcher::SettingsFileWatcher(QSettings& settings,
       watcher_(new QFileSystemWatcher(this)), settle_(new QTimer(this)) {
     for (const Setting* setting : SettingKeys::all())
         seen_[std::string(setting->key)] = settings_.value(common::keyOf(*setting));
+    // No setting, but `ravo sites` changes it: a running Ravo shows the list it saved.
+    seen_[cloud::SiteListSettings::kSitesKey] = settings_.value(cloud::SiteListSettings::kSitesKey);
     // QSettings replaces the file by a rename: the folder is watched to see the new one.
     settle_->setSingleShot(true);
     settle_->setInterval(200);

@@ -1,6 +1,7 @@
 #include "app/cloud_services.h"
 #include "app/commands.h"
 #include "cloud/cloud_account.h"
+#include "cloud/site_list_edit.h"
 #include "cloud/site_list_settings.h"
 #include "cloud/websites_status_reader.h"
 #include "common/settings_values.h"
@@ -14,24 +15,31 @@
 namespace ravo::app {
 
 using namespace cloud;
+using SiteListChanged = std::variant<std::vector<wire::CloudSite>, CloudError>;
 
 namespace {
 
-// Saves the list and sends it to the server; the local list is kept whatever happens.
-QCoro::Task<bool> push(CloudAccount& account, QSettings& settings,
-                       const std::vector<MonitoredSite>& sites) {
-    SiteListSettings::save(settings, sites);
-    std::vector<wire::CloudSite> wire;
-    const auto interval = SiteListSettings::intervalMinutes(settings, *account.me());
-    for (const auto& site : sites)
-        wire.push_back(toCloudSite(site, interval));
-    const auto synced = co_await account.client().syncSites(wire);
-    if (const auto* failure = std::get_if<CloudError>(&synced)) {
+// Makes the change on the server's list as it is now; only a list the server kept is saved
+// here, so a failure leaves this computer's list as it was and claims nothing.
+QCoro::Task<bool> change(CloudAccount& account, QSettings& settings, SiteListChange edit) {
+    const auto kept = co_await changeSiteList(account.client(), std::move(edit));
+    if (const auto* failure = std::get_if<CloudError>(&kept)) {
         account.handle(*failure);
-        std::cerr << "Website sync failed: " << failure->text() << "\n";
+        std::cerr << failure->text() << "\n";
         co_return false;
     }
+    std::vector<MonitoredSite> sites;
+    for (const auto& site : std::get<TaggedSites>(kept).sites)
+        sites.push_back(fromCloudSite(site));
+    SiteListSettings::save(settings, sites);
     co_return true;
+}
+
+std::vector<MonitoredSite> monitored(const std::vector<wire::CloudSite>& sites) {
+    std::vector<MonitoredSite> list;
+    for (const auto& site : sites)
+        list.push_back(fromCloudSite(site));
+    return list;
 }
 
 QCoro::Task<int> list(CloudAccount& account, QSettings& settings, bool json) {
@@ -56,37 +64,56 @@ QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest re
                   << "\n";
         co_return 1;
     }
-    auto sites = SiteListSettings::load(settings);
     if (request.action == "list") {
         const int status = co_await list(account, settings, request.json);
         co_return status;
     }
     if (request.action == "add") {
-        const auto added =
-            withAddedSite(sites, account.me(), request.name, request.target, request.keyword,
-                          QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString());
-        if (const auto* problem = std::get_if<SiteInputError>(&added)) {
+        const std::string id = QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString();
+        const auto interval = SiteListSettings::intervalMinutes(settings, *account.me());
+        // What no list can take is said without asking the server.
+        const auto alone =
+            withAddedSite({}, account.me(), request.name, request.target, request.keyword, id);
+        if (const auto* problem = std::get_if<SiteInputError>(&alone)) {
             std::cerr << problem->text() << "\n";
             co_return 1;
         }
-        sites = std::get<std::vector<MonitoredSite>>(added);
-        const bool pushed = co_await push(account, settings, sites);
-        std::cout << "Added " << sites.back().url << " (" << sites.back().id << ")\n";
-        co_return pushed ? 0 : 1;
+        std::optional<MonitoredSite> added;
+        SiteListChange edit = [&](const std::vector<wire::CloudSite>& current) -> SiteListChanged {
+            auto made = withAddedSite(monitored(current), account.me(), request.name,
+                                      request.target, request.keyword, id);
+            if (const auto* problem = std::get_if<SiteInputError>(&made))
+                return CloudError{CloudError::Kind::rejected, problem->text()};
+            added = std::get<std::vector<MonitoredSite>>(made).back();
+            auto list = current;
+            list.push_back(toCloudSite(*added, interval));
+            return list;
+        };
+        const bool done = co_await change(account, settings, std::move(edit));
+        if (!done)
+            co_return 1;
+        std::cout << "Added " << added->url << " (" << added->id << ")\n";
+        co_return 0;
     }
     const auto url = wire::normalizedSiteURL(request.target);
-    const auto found = std::find_if(sites.begin(), sites.end(), [&](const MonitoredSite& site) {
-        return site.id == request.target || (url && site.url == *url);
-    });
-    if (found == sites.end()) {
-        std::cerr << "No monitored website is " << request.target << ".\n";
+    std::string removed;
+    SiteListChange edit = [&](const std::vector<wire::CloudSite>& current) -> SiteListChanged {
+        auto list = current;
+        const auto found = std::find_if(list.begin(), list.end(), [&](const auto& site) {
+            return site.id == request.target || (url && site.url == *url);
+        });
+        if (found == list.end())
+            return CloudError{CloudError::Kind::rejected,
+                              "No monitored website is " + request.target + "."};
+        removed = found->url;
+        list.erase(found);
+        return list;
+    };
+    const bool done = co_await change(account, settings, std::move(edit));
+    if (!done)
         co_return 1;
-    }
-    const std::string removed = found->url;
-    sites.erase(found);
-    const bool pushed = co_await push(account, settings, sites);
     std::cout << "Removed " << removed << "\n";
-    co_return pushed ? 0 : 1;
+    co_return 0;
 }
 
 } // namespace

@@ -64,6 +64,16 @@ std::optional<QUrl> CloudClient::baseURLFor(const QString& origin) {
 QCoro::Task<CloudResult<nlohmann::json>> CloudClient::send(QByteArray method, QString path,
                                                            std::optional<nlohmann::json> body,
                                                            bool authenticated) const {
+    auto answer =
+        co_await exchange(std::move(method), std::move(path), std::move(body), authenticated, {});
+    if (auto* failure = std::get_if<CloudError>(&answer))
+        co_return *failure;
+    co_return std::move(std::get<Answer>(answer).body);
+}
+
+QCoro::Task<CloudResult<CloudClient::Answer>>
+CloudClient::exchange(QByteArray method, QString path, std::optional<nlohmann::json> body,
+                      bool authenticated, std::string ifMatch) const {
     common::HttpCall call{
         method, baseURL_.resolved(QUrl(path)), {{"Accept", "application/json"}}, {}};
     if (authenticated) {
@@ -78,19 +88,64 @@ QCoro::Task<CloudResult<nlohmann::json>> CloudClient::send(QByteArray method, QS
             body->dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
         call.headers.append(qMakePair(QByteArray("Content-Type"), QByteArray("application/json")));
     }
+    if (!ifMatch.empty())
+        call.headers.append(qMakePair(QByteArray("If-Match"), QByteArray::fromStdString(ifMatch)));
     const auto answer = co_await transport_->send(std::move(call));
     if (!answer)
         co_return CloudError{CloudError::Kind::network};
     const std::string text = answer->body.toStdString();
-    if (auto failure = classifyAnswer(answer->status, text))
+    if (auto failure = classifyAnswer(answer->status, text)) {
+        if (answer->status == 412)
+            failure->status = 412; // the list moved: its writer reads and changes it again
         co_return *failure;
+    }
+    Answer result;
+    for (const auto& [name, value] : answer->headers)
+        if (name.compare("ETag", Qt::CaseInsensitive) == 0 && value.size() <= 256)
+            result.tag = value.toStdString();
     if (text.find_first_not_of(" \t\r\n") == std::string::npos)
-        co_return nlohmann::json(); // an empty body: nothing of interest
+        co_return result; // an empty body: nothing of interest
     auto parsed = parseJson(text, {.maxDepth = 64});
     if (!parsed)
         co_return CloudError{CloudError::Kind::undecodable,
                              "The Ravo server's answer is unreadable: " + parsed.error()};
-    co_return std::move(parsed).value();
+    result.body = std::move(parsed).value();
+    co_return result;
+}
+
+namespace {
+
+CloudResult<TaggedSites> taggedFrom(CloudResult<nlohmann::json> body, std::string tag) {
+    auto sites = decoded(std::move(body), wire::sitesFromJson);
+    if (auto* failure = std::get_if<CloudError>(&sites))
+        return *failure;
+    return TaggedSites{std::move(std::get<std::vector<wire::CloudSite>>(sites)), std::move(tag)};
+}
+
+CloudResult<nlohmann::json> bodyOf(const auto& answer) {
+    if (const auto* failure = std::get_if<CloudError>(&answer))
+        return *failure;
+    return std::get<0>(answer).body;
+}
+
+std::string tagOf(const auto& answer) {
+    return answer.index() == 0 ? std::get<0>(answer).tag : std::string();
+}
+
+} // namespace
+
+QCoro::Task<CloudResult<TaggedSites>> CloudClient::taggedSites() const {
+    auto answer = co_await exchange("GET", "sites/sync", std::nullopt, true, {});
+    co_return taggedFrom(bodyOf(answer), tagOf(answer));
+}
+
+QCoro::Task<CloudResult<TaggedSites>> CloudClient::syncSites(std::vector<wire::CloudSite> sites,
+                                                             std::string tag) const {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& site : sites)
+        list.push_back(toJson(site));
+    auto answer = co_await exchange("PUT", "sites/sync", std::move(list), true, std::move(tag));
+    co_return taggedFrom(bodyOf(answer), tagOf(answer));
 }
 
 QCoro::Task<CloudResult<wire::EmailSignInStart>>

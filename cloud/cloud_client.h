@@ -20,6 +20,13 @@ namespace ravo::cloud {
 
 template <typename T> using CloudResult = std::variant<T, CloudError>;
 
+// The account's site list with the tag of its version: a write that names the tag is kept
+// only while the list is still that version.
+struct TaggedSites {
+    std::vector<wire::CloudSite> sites;
+    std::string tag;
+};
+
 // What endpoints that answer nothing of interest decode into.
 struct EmptyResponse {
     bool operator==(const EmptyResponse&) const = default;
@@ -64,9 +71,21 @@ public:
     QCoro::Task<CloudResult<std::vector<wire::CloudSite>>> sites() const;
     QCoro::Task<CloudResult<std::vector<wire::CloudSite>>>
     syncSites(std::vector<wire::CloudSite> sites) const;
+    QCoro::Task<CloudResult<TaggedSites>> taggedSites() const;
+    // A 412 `rejected` when the list moved since `tag` was read.
+    QCoro::Task<CloudResult<TaggedSites>> syncSites(std::vector<wire::CloudSite> sites,
+                                                    std::string tag) const;
     QCoro::Task<CloudResult<wire::CloudSiteHistory>> history(std::string siteID) const;
 
 private:
+    struct Answer {
+        nlohmann::json body;
+        std::string tag;
+    };
+    QCoro::Task<CloudResult<Answer>> exchange(QByteArray method, QString path,
+                                              std::optional<nlohmann::json> body,
+                                              bool authenticated, std::string ifMatch) const;
+
     QUrl baseURL_;
     std::shared_ptr<common::HttpTransport> transport_;
     TokenSource token_;

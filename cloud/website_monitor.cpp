@@ -61,11 +61,15 @@ std::optional<SiteInputError> WebsiteMonitor::add(const std::string& name,
                                QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString());
     if (auto* problem = std::get_if<SiteInputError>(&added))
         return *problem;
-    sites_ = std::move(std::get<std::vector<MonitoredSite>>(added));
-    persist();
-    publishForWidget();
-    emit changed();
-    push();
+    const MonitoredSite site = std::get<std::vector<MonitoredSite>>(added).back();
+    const std::int64_t interval = intervalMinutes();
+    edit([site, interval](std::vector<wire::CloudSite>& list) {
+        // Added meanwhile elsewhere: once is enough.
+        if (std::none_of(list.begin(), list.end(), [&](const wire::CloudSite& known) {
+                return known.id == site.id || known.url == site.url;
+            }))
+            list.push_back(toCloudSite(site, interval));
+    });
     return std::nullopt;
 }
 
@@ -74,29 +78,27 @@ void WebsiteMonitor::setEnabled(bool enabled, const std::string& siteID) {
         std::find_if(sites_.begin(), sites_.end(), [&](const auto& s) { return s.id == siteID; });
     if (site == sites_.end() || site->isEnabled == enabled)
         return;
-    site->isEnabled = enabled;
-    persist();
-    emit changed();
-    push();
+    edit([enabled, siteID](std::vector<wire::CloudSite>& list) {
+        for (auto& known : list)
+            if (known.id == siteID)
+                known.enabled = enabled;
+    });
 }
 
 void WebsiteMonitor::remove(const std::string& siteID) {
-    const auto kept = std::erase_if(sites_, [&](const auto& s) { return s.id == siteID; });
-    if (kept == 0)
+    if (std::none_of(sites_.begin(), sites_.end(), [&](const auto& s) { return s.id == siteID; }))
         return;
     states_.erase(siteID);
     uptimeDay_.erase(siteID);
-    persist();
-    publishForWidget();
-    emit changed();
-    push();
+    edit([siteID](std::vector<wire::CloudSite>& list) {
+        std::erase_if(list, [&](const wire::CloudSite& known) { return known.id == siteID; });
+    });
 }
 
 void WebsiteMonitor::setIntervalMinutes(std::int64_t minutes) {
     settings_.setValue(SiteListSettings::kIntervalKey, qlonglong(minutes));
     settings_.sync();
-    emit changed();
-    push();
+    intervalChanged();
 }
 
 void WebsiteMonitor::publishForWidget() {

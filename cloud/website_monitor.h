@@ -57,6 +57,10 @@ public:
     SiteState state(const std::string& siteID) const;
     QCoro::Task<CloudResult<SiteHistorySummary>> historySummary(std::string siteID);
     QCoro::Task<> adoptAccount();
+    // Another process (`ravo sites`, a second Ravo) saved the list: show that one.
+    void reloadList();
+    // The interval setting changed outside this Ravo: every site is sent with it.
+    void intervalChanged();
 
     const std::vector<MonitoredSite>& sites() const { return sites_; }
     const std::map<std::string, SiteState>& states() const { return states_; }
@@ -72,7 +76,15 @@ signals:
 private:
     QCoro::Task<> pollRound();
     QCoro::Task<> refreshUptimeIfDue();
+    // A change made to the server's list as it is when it is sent, never a whole list
+    // kept from earlier.
+    using SiteEdit = std::function<void(std::vector<wire::CloudSite>&)>;
+    void edit(SiteEdit change);
+    void queueEdit(SiteEdit change);
     QCoro::Task<> push();
+    QCoro::Task<> refreshList();
+    void takeServerList(const std::vector<wire::CloudSite>& sites);
+    std::vector<MonitoredSite> withPendingEdits(const std::vector<MonitoredSite>& sites) const;
     void apply(const std::vector<wire::CloudSiteStatus>& statuses, bool announce);
     void publishForWidget();
     void persist();
@@ -96,7 +108,7 @@ private:
     int syncing_ = 0;
     bool polling_ = false;
     bool pushing_ = false;
-    bool pushAgain_ = false;
+    std::vector<SiteEdit> pending_; // made here, not yet on the server
 };
 
 } // namespace ravo::cloud

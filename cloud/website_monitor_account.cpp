@@ -2,6 +2,8 @@
 // sites kept on this computer join it once per account.
 #include "cloud/website_monitor.h"
 
+#include <algorithm>
+
 namespace ravo::cloud {
 
 QCoro::Task<> WebsiteMonitor::adoptAccount() {
@@ -21,20 +23,24 @@ QCoro::Task<> WebsiteMonitor::adoptAccount() {
         endSync();
         co_return;
     }
-    std::vector<MonitoredSite> server;
-    for (const auto& site : std::get<std::vector<wire::CloudSite>>(listed))
-        server.push_back(fromCloudSite(site));
     // Once per account the sites kept on this computer join the account's list; after that
     // the server's list is the list.
+    const auto local = sites_;
+    takeServerList(std::get<std::vector<wire::CloudSite>>(listed));
     if (settings_.value(kMigratedKey).toString().toStdString() != identity) {
-        sites_ = mergedSiteLists(server, sites_);
         settings_.setValue(kMigratedKey, QString::fromStdString(identity));
-        persist();
-        if (sites_ != server)
+        settings_.sync();
+        if (mergedSiteLists(sites_, local) != sites_) {
+            const std::int64_t interval = intervalMinutes();
+            queueEdit([local, interval](std::vector<wire::CloudSite>& list) {
+                for (const auto& site : local)
+                    if (std::none_of(list.begin(), list.end(), [&](const wire::CloudSite& known) {
+                            return known.id == site.id || known.url == site.url;
+                        }))
+                        list.push_back(toCloudSite(site, interval));
+            });
             co_await push();
-    } else {
-        sites_ = std::move(server);
-        persist();
+        }
     }
     apply(std::get<std::vector<wire::CloudSiteStatus>>(statuses), false);
     uptimeRefreshedAt_.reset();
@@ -52,6 +58,7 @@ void WebsiteMonitor::accountChanged() {
     if (!adoptedFor_ && states_.empty())
         return;
     adoptedFor_.reset();
+    pending_.clear();
     states_.clear();
     uptimeDay_.clear();
     uptimeRefreshedAt_.reset();

@@ -1,5 +1,5 @@
-// The monitor and the server: statuses polled and turned into alerts, the list sent up one
-// PUT at a time, uptimes and histories fetched.
+// The monitor and the server: statuses polled and turned into alerts, uptimes and
+// histories fetched.
 #include "cloud/website_monitor.h"
 
 #include "base/log.h"
@@ -24,6 +24,7 @@ QCoro::Task<> WebsiteMonitor::pollRound() {
         report(*failure);
     } else {
         apply(std::get<std::vector<wire::CloudSiteStatus>>(statuses), true);
+        co_await refreshList();
         co_await refreshUptimeIfDue();
     }
     polling_ = false;
@@ -69,7 +70,6 @@ void WebsiteMonitor::apply(const std::vector<wire::CloudSiteStatus>& statuses, b
     const auto alerts = announce ? alertsBetween(ids, states_, fresh)
                                  : std::vector<std::pair<std::string, SiteAlert>>{};
     states_ = std::move(fresh);
-    persist();
     publishForWidget();
     for (const auto& [id, alert] : alerts) {
         const auto site =
@@ -81,32 +81,6 @@ void WebsiteMonitor::apply(const std::vector<wire::CloudSiteStatus>& statuses, b
             notifier_->deliver(alert.message(wire::siteDisplayName(site->name, site->url)), id);
     }
     emit changed();
-}
-
-QCoro::Task<> WebsiteMonitor::push() {
-    if (!account_.isSignedIn())
-        co_return;
-    // One PUT at a time, so the last edit is the list the server keeps.
-    if (pushing_) {
-        pushAgain_ = true;
-        co_return;
-    }
-    pushing_ = true;
-    beginSync();
-    do {
-        pushAgain_ = false;
-        std::vector<wire::CloudSite> wire;
-        for (const auto& site : sites_)
-            wire.push_back(toCloudSite(site, intervalMinutes()));
-        const auto synced = co_await account_.client().syncSites(std::move(wire));
-        if (const auto* failure = std::get_if<CloudError>(&synced)) {
-            report(*failure);
-            break;
-        }
-        lastError_.reset();
-    } while (pushAgain_ && account_.isSignedIn());
-    pushing_ = false;
-    endSync();
 }
 
 QCoro::Task<CloudResult<SiteHistorySummary>> WebsiteMonitor::historySummary(std::string siteID) {

@@ -9,6 +9,13 @@ QCoro::Task<WebsitesStatus> readWebsitesStatus(CloudAccount& account, QSettings&
     WebsitesStatus status{account.isSignedIn(), SiteListSettings::load(settings), {}, {}};
     if (!status.isSignedIn)
         co_return status;
+    // The server's list is the list; this computer's copy may lag another writer's.
+    const auto listed = co_await account.client().sites();
+    if (const auto* sites = std::get_if<std::vector<wire::CloudSite>>(&listed)) {
+        status.sites.clear();
+        for (const auto& site : *sites)
+            status.sites.push_back(fromCloudSite(site));
+    }
     const auto answer = co_await account.client().siteStatuses();
     if (const auto* failure = std::get_if<CloudError>(&answer)) {
         account.handle(*failure);

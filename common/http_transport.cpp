@@ -47,10 +47,10 @@ QCoro::Task<std::optional<HttpAnswer>> NetworkTransport::send(HttpCall call) {
     co_await raw;
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (tooLarge)
-        co_return HttpAnswer{status.toInt(), {}, true};
+        co_return HttpAnswer{status.toInt(), {}, true, {}};
     if (!status.isValid())
         co_return std::nullopt; // refused, timed out, TLS failed: no HTTP answer
-    co_return HttpAnswer{status.toInt(), body + reply->readAll()};
+    co_return HttpAnswer{status.toInt(), body + reply->readAll(), false, reply->rawHeaderPairs()};
 }
 
 } // namespace ravo::common

@@ -26,6 +26,7 @@ struct HttpAnswer {
     int status = 0; // 0: not an HTTP answer
     QByteArray body;
     bool tooLarge = false; // cut off at the call's maxBytes; the body is empty
+    QList<QPair<QByteArray, QByteArray>> headers;
 };
 
 // Sends one complete request; nothing when it could not be sent or answered at all.

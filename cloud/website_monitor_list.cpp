@@ -1,0 +1,160 @@
+// The monitor's list: the server's is the list. Edits made here are sent as changes to the
+// server's list as it is then, and the list other writers (`ravo sites`, a second computer)
+// made is taken at the next poll or when this computer's copy changes.
+#include "cloud/website_monitor.h"
+
+#include "base/log.h"
+#include "cloud/site_list_edit.h"
+#include "cloud/site_list_settings.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace ravo::cloud {
+
+namespace {
+
+std::vector<MonitoredSite> monitored(const std::vector<wire::CloudSite>& sites) {
+    std::vector<MonitoredSite> list;
+    for (const auto& site : sites)
+        list.push_back(fromCloudSite(site));
+    return list;
+}
+
+bool waitsForTheServer(const CloudError& error) {
+    return error.kind == CloudError::Kind::network || error.kind == CloudError::Kind::server ||
+           error.kind == CloudError::Kind::rateLimited;
+}
+
+} // namespace
+
+std::vector<MonitoredSite>
+WebsiteMonitor::withPendingEdits(const std::vector<MonitoredSite>& sites) const {
+    if (pending_.empty())
+        return sites;
+    std::vector<wire::CloudSite> list;
+    for (const auto& site : sites)
+        list.push_back(toCloudSite(site, intervalMinutes()));
+    for (const auto& change : pending_)
+        change(list);
+    return monitored(list);
+}
+
+void WebsiteMonitor::edit(SiteEdit change) {
+    if (!account_.isSignedIn()) {
+        // Kept on this computer until an account takes it over.
+        std::vector<wire::CloudSite> list;
+        for (const auto& site : sites_)
+            list.push_back(toCloudSite(site, intervalMinutes()));
+        change(list);
+        sites_ = monitored(list);
+        persist();
+        publishForWidget();
+        emit changed();
+        return;
+    }
+    queueEdit(std::move(change));
+    push();
+}
+
+void WebsiteMonitor::queueEdit(SiteEdit change) {
+    pending_.push_back(std::move(change));
+    sites_ = withPendingEdits(SiteListSettings::load(settings_));
+    publishForWidget();
+    emit changed();
+}
+
+QCoro::Task<> WebsiteMonitor::push() {
+    // One writer at a time; a running one takes the edits made meanwhile in its next round.
+    if (!account_.isSignedIn() || pushing_)
+        co_return;
+    pushing_ = true;
+    beginSync();
+    bool refused = false;
+    while (!pending_.empty() && account_.isSignedIn()) {
+        const std::size_t count = pending_.size();
+        SiteListChange change = [batch = pending_](const std::vector<wire::CloudSite>& current)
+            -> std::variant<std::vector<wire::CloudSite>, CloudError> {
+            auto list = current;
+            for (const auto& edit : batch)
+                edit(list);
+            return list;
+        };
+        const auto kept = co_await changeSiteList(account_.client(), std::move(change));
+        if (const auto* failure = std::get_if<CloudError>(&kept)) {
+            report(*failure);
+            // An unreachable server gets the edits at a later poll; a refused edit is
+            // dropped, and the server's list shown again.
+            if (!waitsForTheServer(*failure)) {
+                pending_.erase(pending_.begin(), pending_.begin() + std::ptrdiff_t(count));
+                refused = true;
+            }
+            break;
+        }
+        pending_.erase(pending_.begin(), pending_.begin() + std::ptrdiff_t(count));
+        lastError_.reset();
+        takeServerList(std::get<TaggedSites>(kept).sites);
+    }
+    pushing_ = false;
+    endSync();
+    if (refused)
+        co_await refreshList();
+}
+
+QCoro::Task<> WebsiteMonitor::refreshList() {
+    if (!account_.isSignedIn() || pushing_)
+        co_return;
+    if (!pending_.empty()) {
+        co_await push();
+        co_return;
+    }
+    const auto read = co_await account_.client().taggedSites();
+    // A failure here is the status poll's failure too, and reported there.
+    if (std::holds_alternative<CloudError>(read) || pushing_ || !pending_.empty())
+        co_return;
+    takeServerList(std::get<TaggedSites>(read).sites);
+}
+
+void WebsiteMonitor::takeServerList(const std::vector<wire::CloudSite>& sites) {
+    const auto server = monitored(sites);
+    if (server != SiteListSettings::load(settings_)) {
+        SiteListSettings::save(settings_, server);
+        if (settings_.status() != QSettings::NoError)
+            log::error("websites", "Saving websites failed: the settings file cannot be written");
+    }
+    auto shown = withPendingEdits(server);
+    if (shown == sites_)
+        return;
+    sites_ = std::move(shown);
+    std::erase_if(states_, [&](const auto& state) {
+        return std::none_of(sites_.begin(), sites_.end(),
+                            [&](const auto& site) { return site.id == state.first; });
+    });
+    publishForWidget();
+    emit changed();
+}
+
+void WebsiteMonitor::reloadList() {
+    auto shown = withPendingEdits(SiteListSettings::load(settings_));
+    if (shown == sites_)
+        return;
+    log::info("websites", "The website list changed outside this Ravo: " +
+                              std::to_string(shown.size()) + " sites");
+    sites_ = std::move(shown);
+    std::erase_if(states_, [&](const auto& state) {
+        return std::none_of(sites_.begin(), sites_.end(),
+                            [&](const auto& site) { return site.id == state.first; });
+    });
+    publishForWidget();
+    emit changed();
+}
+
+void WebsiteMonitor::intervalChanged() {
+    const std::int64_t minutes = intervalMinutes();
+    edit([minutes](std::vector<wire::CloudSite>& list) {
+        for (auto& site : list)
+            site.intervalMinutes = minutes;
+    });
+}
+
+} // namespace ravo::cloud
