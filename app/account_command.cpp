@@ -51,7 +51,7 @@ void printStatus(const CloudAccount& account) {
 }
 
 QCoro::Task<int> run(CloudAccount& account, AccountRequest request) {
-    account.resume();
+    co_await account.resumed();
     if (account.error() && request.action != "status") {
         std::cerr << *account.error() << "\n";
         co_return 1;

@@ -57,7 +57,7 @@ QCoro::Task<int> list(CloudAccount& account, QSettings& settings, bool json) {
 }
 
 QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest request) {
-    account.resume();
+    co_await account.resumed();
     if (!account.isSignedIn()) {
         std::cerr << account.error().value_or(
                          "Sign in to your Ravo account first: ravo account signin --email ADDRESS")

@@ -6,6 +6,7 @@
 #include "cloud/core/apple_callback.h"
 
 #include <QLocale>
+#include <QPointer>
 #include <QSysInfo>
 
 namespace ravo::cloud {
@@ -48,11 +49,29 @@ std::string CloudAccount::deviceName() const {
 }
 
 void CloudAccount::resume() {
-    const auto token = secrets_->read(kTokenService, kTokenAccount);
+    readToken(true);
+}
+
+QCoro::Task<> CloudAccount::resumed() {
+    co_await readToken(false);
+}
+
+// The commands say the failure themselves; the app has only its log to say it in.
+QCoro::Task<> CloudAccount::readToken(bool logFailure) {
+    if (known_)
+        co_return;
+    const QPointer<CloudAccount> self(this);
+    const auto token = co_await secrets_->readWithin(kTokenService, kTokenAccount, kSecretWait);
+    // Gone, or signed in or out while the store took its time: that is newer than the token.
+    if (!self || known_)
+        co_return;
+    known_ = true;
     if (!token) {
+        if (logFailure)
+            log::error("cloud", "Reading the device token failed: " + token.error());
         error_ = token.error();
         emit changed();
-        return;
+        co_return;
     }
     token_ = *token;
     if (token_) {
@@ -184,6 +203,7 @@ QCoro::Task<> CloudAccount::setUpSession(CloudResult<wire::CloudLogin> login,
         co_return;
     }
     token_ = session.token;
+    known_ = true;
     settings_.setValue(kDeviceKey, QString::fromStdString(session.device.id));
     const auto record = co_await client_->me();
     if (const auto* failure = std::get_if<CloudError>(&record)) {
@@ -252,6 +272,7 @@ void CloudAccount::forgetSession() {
     if (auto removed = secrets_->remove(kTokenService, kTokenAccount); !removed)
         log::error("cloud", removed.error());
     token_.reset();
+    known_ = true;
     settings_.remove(kDeviceKey);
     settings_.remove(kAccountKey);
     settings_.sync();

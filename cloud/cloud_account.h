@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QSettings>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,6 +39,8 @@ public:
     static constexpr const char* kServerKey = "cloudServer";
     static constexpr const char* kDeviceKey = "cloudDeviceID";
     static constexpr const char* kAccountKey = "cloudAccount";
+    // How long the secret store has to give the token before it counts as having none.
+    static constexpr std::chrono::seconds kSecretWait{4};
 
     CloudAccount(QSettings& settings, std::shared_ptr<SecretStore> secrets,
                  std::shared_ptr<common::HttpTransport> transport);
@@ -47,8 +50,16 @@ public:
     // "Hidden by Apple" for the placeholder addresses of hidden Apple e-mails.
     static std::string displayEmail(const std::string& email);
 
-    // Reads the token; with one, the cached record signs the account in without a call.
+    // Starts reading the token and returns at once: until the store answers the account is
+    // not yet known, and `changed` tells when it is. With a token, the cached record signs
+    // the account in without a call. A store that does not answer within kSecretWait
+    // counts as one without a token, and nothing is removed from it.
     void resume();
+    // The same, waited for (at most kSecretWait), for the commands; nothing when the
+    // account is known already.
+    QCoro::Task<> resumed();
+    // False while the token is being read at start.
+    bool isKnown() const { return known_; }
 
     bool isWorking() const { return working_; }
     const std::optional<std::string>& error() const { return error_; }
@@ -82,6 +93,7 @@ signals:
 
 private:
     void makeClient();
+    QCoro::Task<> readToken(bool logFailure);
     void setWorking(bool working);
     QCoro::Task<> setUpSession(CloudResult<wire::CloudLogin> login, std::string unauthorizedText);
     void forgetSession();
@@ -93,6 +105,7 @@ private:
     std::unique_ptr<CloudClient> client_;
     std::optional<std::string> token_;
     bool working_ = false;
+    bool known_ = false;
     bool signingOut_ = false;
     std::optional<std::string> error_;
     std::optional<PendingEmailSignIn> pendingEmail_;

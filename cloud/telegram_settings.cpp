@@ -145,7 +145,8 @@ QCoro::Task<std::vector<wire::TelegramAPI::Chat>> TelegramSettings::findChats(st
 }
 
 QCoro::Task<> TelegramSettings::migrateLegacy() {
-    const auto token = secrets_->read(kLegacyTokenService, kLegacyTokenAccount);
+    const auto token = co_await secrets_->readWithin(kLegacyTokenService, kLegacyTokenAccount,
+                                                     CloudAccount::kSecretWait);
     const std::optional<std::string> legacyToken = token ? *token : std::nullopt;
     const std::string legacyChat = settings_.value(kLegacyChatKey).toString().toStdString();
     if (!legacyToken && legacyChat.empty())

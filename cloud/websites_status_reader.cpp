@@ -5,7 +5,7 @@
 namespace ravo::cloud {
 
 QCoro::Task<WebsitesStatus> readWebsitesStatus(CloudAccount& account, QSettings& settings) {
-    account.resume();
+    co_await account.resumed();
     WebsitesStatus status{account.isSignedIn(), SiteListSettings::load(settings), {}, {}};
     if (!status.isSignedIn)
         co_return status;

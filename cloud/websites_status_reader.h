@@ -8,7 +8,7 @@
 namespace ravo::cloud {
 
 // The saved sites with the server's latest states, for the terminal commands. The account
-// is resumed from the secret store; a server failure goes through the account (a 401
+// is resumed from the secret store, waited for at most CloudAccount::kSecretWait; a server failure goes through the account (a 401
 // signs out) and into `error`.
 QCoro::Task<WebsitesStatus> readWebsitesStatus(CloudAccount& account, QSettings& settings);
 
