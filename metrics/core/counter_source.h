@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace ravo::metrics {
@@ -29,6 +30,17 @@ struct TemperatureReadings {
     bool operator==(const TemperatureReadings&) const = default;
 };
 
+// One process's counters as the kernel keeps them.
+struct ProcessCounters {
+    std::int32_t pid = 0;
+    // Clock ticks after boot at which it started: tells a reused pid from the process before.
+    std::uint64_t startTime = 0;
+    std::uint64_t cpuTicks = 0; // user and system, all threads
+    std::uint64_t residentBytes = 0;
+    std::string name;
+    bool operator==(const ProcessCounters&) const = default;
+};
+
 // The machine's raw counters, one read per call. Each read fails as nothing.
 class CounterSource {
 public:
@@ -40,6 +52,12 @@ public:
     virtual std::optional<DeviceCounters> diskCounters() = 0;
     virtual std::optional<DeviceCounters> networkCounters() = 0;
     virtual TemperatureReadings temperatures() = 0;
+    // Every process, into a list the caller keeps so its room is reused; false when the
+    // machine cannot say.
+    virtual bool processes(std::vector<ProcessCounters>& into) {
+        into.clear();
+        return false;
+    }
 };
 
 } // namespace ravo::metrics

@@ -17,6 +17,8 @@ struct SampleRequest {
     static constexpr std::uint8_t diskActivity = 1 << 4;
     static constexpr std::uint8_t network = 1 << 5;
     static constexpr std::uint8_t temperatures = 1 << 6;
+    // Scans every process: only while a list of them is on show.
+    static constexpr std::uint8_t processes = 1 << 7;
 
     constexpr bool contains(std::uint8_t part) const { return (bits & part) == part; }
     constexpr SampleRequest operator|(SampleRequest other) const {
@@ -25,7 +27,7 @@ struct SampleRequest {
     constexpr bool operator==(const SampleRequest&) const = default;
 
     static constexpr SampleRequest all() {
-        return {cpu | gpu | memory | disk | diskActivity | network | temperatures};
+        return {cpu | gpu | memory | disk | diskActivity | network | temperatures | processes};
     }
     // What a metric's menu-bar item needs.
     static constexpr SampleRequest forItem(SystemMetric metric) {
@@ -51,7 +53,9 @@ struct SampleRequest {
         case SystemMetric::disk:
             return {disk | diskActivity};
         case SystemMetric::cpu:
-            return {cpu | temperatures};
+            return {cpu | temperatures | processes};
+        case SystemMetric::memory:
+            return {memory | processes};
         case SystemMetric::gpu:
             return {gpu | temperatures};
         default:

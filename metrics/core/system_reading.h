@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace ravo::metrics {
@@ -76,6 +77,24 @@ struct Temperatures {
     bool operator==(const Temperatures&) const = default;
 };
 
+// One process as the process lists show it.
+struct ProcessUsage {
+    std::string name;
+    std::int32_t pid = 0;
+    // Share of one core, as top shows it: a process busy on two cores shows 200. Nothing
+    // until a second scan gives a baseline.
+    std::optional<double> cpuPercent;
+    std::uint64_t residentBytes = 0;
+    bool operator==(const ProcessUsage&) const = default;
+};
+
+// The busiest processes, at most a few of each, the heaviest first.
+struct TopProcesses {
+    std::vector<ProcessUsage> byCpu;
+    std::vector<ProcessUsage> byMemory;
+    bool operator==(const TopProcesses&) const = default;
+};
+
 struct SystemReading {
     TimePoint date;
     std::optional<CPULoad> cpu;
@@ -84,6 +103,7 @@ struct SystemReading {
     std::optional<DiskUsage> disk;
     std::optional<NetworkUsage> network;
     std::optional<Temperatures> temperatures;
+    std::optional<TopProcesses> processes;
     bool operator==(const SystemReading&) const = default;
 
     // The filling of a metric's gauge, 0...1; network and temperature have none.

@@ -106,6 +106,28 @@ void from_json(const nlohmann::json& j, Temperatures& v) {
     getOptional(j, "battery", v.battery);
 }
 
+void to_json(nlohmann::json& j, const ProcessUsage& v) {
+    j = {{"name", v.name}, {"pid", v.pid}};
+    putOptional(j, "cpuPercent", v.cpuPercent);
+    j["residentBytes"] = v.residentBytes;
+}
+
+void from_json(const nlohmann::json& j, ProcessUsage& v) {
+    j.at("name").get_to(v.name);
+    j.at("pid").get_to(v.pid);
+    getOptional(j, "cpuPercent", v.cpuPercent);
+    j.at("residentBytes").get_to(v.residentBytes);
+}
+
+void to_json(nlohmann::json& j, const TopProcesses& v) {
+    j = {{"byCpu", v.byCpu}, {"byMemory", v.byMemory}};
+}
+
+void from_json(const nlohmann::json& j, TopProcesses& v) {
+    j.at("byCpu").get_to(v.byCpu);
+    j.at("byMemory").get_to(v.byMemory);
+}
+
 void to_json(nlohmann::json& j, const SystemReading& v) {
     j = {{"date", toIso8601(v.date)}};
     putOptional(j, "cpu", v.cpu);
@@ -114,6 +136,7 @@ void to_json(nlohmann::json& j, const SystemReading& v) {
     putOptional(j, "disk", v.disk);
     putOptional(j, "network", v.network);
     putOptional(j, "temperatures", v.temperatures);
+    putOptional(j, "processes", v.processes);
 }
 
 void from_json(const nlohmann::json& j, SystemReading& v) {
@@ -127,6 +150,7 @@ void from_json(const nlohmann::json& j, SystemReading& v) {
     getOptional(j, "disk", v.disk);
     getOptional(j, "network", v.network);
     getOptional(j, "temperatures", v.temperatures);
+    getOptional(j, "processes", v.processes);
 }
 
 } // namespace ravo::metrics

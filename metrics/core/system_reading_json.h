@@ -19,6 +19,10 @@ void to_json(nlohmann::json& j, const NetworkUsage& v);
 void from_json(const nlohmann::json& j, NetworkUsage& v);
 void to_json(nlohmann::json& j, const Temperatures& v);
 void from_json(const nlohmann::json& j, Temperatures& v);
+void to_json(nlohmann::json& j, const ProcessUsage& v);
+void from_json(const nlohmann::json& j, ProcessUsage& v);
+void to_json(nlohmann::json& j, const TopProcesses& v);
+void from_json(const nlohmann::json& j, TopProcesses& v);
 void to_json(nlohmann::json& j, const SystemReading& v);
 void from_json(const nlohmann::json& j, SystemReading& v);
 

@@ -1,5 +1,8 @@
 #include "metrics/core/system_sampler.h"
 
+#include "metrics/core/process_ranking.h"
+
+#include <algorithm>
 #include <numeric>
 
 namespace ravo::metrics {
@@ -24,8 +27,12 @@ SystemReading SystemSampler::sample(SampleRequest request) {
     const TimePoint now = now_();
     SystemReading reading;
     reading.date = now;
+    const bool wantsProcesses = request.contains(SampleRequest::processes);
+    std::optional<std::vector<CPUTicks>> ticks;
+    if (request.contains(SampleRequest::cpu) || wantsProcesses)
+        ticks = source_->cpuTicks();
     if (request.contains(SampleRequest::cpu))
-        reading.cpu = sampleCPU(now);
+        reading.cpu = sampleCPU(now, ticks);
     if (request.contains(SampleRequest::gpu))
         reading.gpuDetail = source_->gpu();
     if (request.contains(SampleRequest::memory))
@@ -57,18 +64,39 @@ SystemReading SystemSampler::sample(SampleRequest request) {
         const auto readings = source_->temperatures();
         reading.temperatures = TemperatureMath::temperatures(readings.smc, readings.hid);
     }
+    if (wantsProcesses)
+        reading.processes = sampleProcesses(now, ticks);
     return reading;
 }
 
-std::optional<CPULoad> SystemSampler::sampleCPU(TimePoint now) {
-    auto ticks = source_->cpuTicks();
+std::optional<CPULoad> SystemSampler::sampleCPU(TimePoint now,
+                                                const std::optional<std::vector<CPUTicks>>& ticks) {
     if (!ticks)
         return std::nullopt;
     std::optional<CPULoad> load;
     if (isUsable(previousTicks_, now))
         load = CPUMath::load(previousTicks_->value, *ticks);
-    previousTicks_ = Baseline<std::vector<CPUTicks>>{now, std::move(*ticks)};
+    previousTicks_ = Baseline<std::vector<CPUTicks>>{now, *ticks};
     return load;
+}
+
+std::optional<TopProcesses>
+SystemSampler::sampleProcesses(TimePoint now, const std::optional<std::vector<CPUTicks>>& ticks) {
+    if (!source_->processes(processes_))
+        return std::nullopt;
+    std::sort(processes_.begin(), processes_.end(),
+              [](const ProcessCounters& a, const ProcessCounters& b) { return a.pid < b.pid; });
+    std::optional<std::uint64_t> elapsed;
+    if (ticks && isUsable(previousProcessTicks_, now))
+        elapsed = ProcessRanking::elapsedTicks(previousProcessTicks_->value, *ticks);
+    auto top = ProcessRanking::top(processes_, elapsed ? &previousProcesses_ : nullptr,
+                                   elapsed.value_or(0), ticks ? ticks->size() : 0);
+    std::swap(processes_, previousProcesses_);
+    if (ticks)
+        previousProcessTicks_ = Baseline<std::vector<CPUTicks>>{now, *ticks};
+    else
+        previousProcessTicks_.reset();
+    return top;
 }
 
 std::optional<DiskSpace> SystemSampler::sampleDiskSpace(TimePoint now) {

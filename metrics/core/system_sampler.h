@@ -25,7 +25,10 @@ public:
     static constexpr double kDiskSpaceCacheSeconds = 60.0;
 
 private:
-    std::optional<CPULoad> sampleCPU(TimePoint now);
+    std::optional<CPULoad> sampleCPU(TimePoint now,
+                                     const std::optional<std::vector<CPUTicks>>& ticks);
+    std::optional<TopProcesses> sampleProcesses(TimePoint now,
+                                                const std::optional<std::vector<CPUTicks>>& ticks);
     std::optional<DiskSpace> sampleDiskSpace(TimePoint now);
     std::optional<std::pair<double, double>> sampleDiskActivity(TimePoint now);
     std::optional<NetworkUsage> sampleNetwork(TimePoint now);
@@ -41,6 +44,10 @@ private:
     std::optional<Baseline<DeviceCounters>> previousDisk_;
     std::optional<Baseline<DeviceCounters>> previousNetwork_;
     std::optional<Baseline<DiskSpace>> cachedDiskSpace_;
+    // Two lists swapped at every scan, so a scan reuses the room of the one before.
+    std::vector<ProcessCounters> processes_;
+    std::vector<ProcessCounters> previousProcesses_;
+    std::optional<Baseline<std::vector<CPUTicks>>> previousProcessTicks_;
 };
 
 } // namespace ravo::metrics

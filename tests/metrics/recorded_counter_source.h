@@ -15,9 +15,11 @@ struct RecordedCounterSource final : CounterSource {
     std::deque<DeviceCounters> disks;
     std::deque<DeviceCounters> networks;
     TemperatureReadings temperatureValue;
+    std::deque<std::vector<ProcessCounters>> processLists;
 
     struct Calls {
-        int cpu = 0, gpu = 0, memory = 0, space = 0, disk = 0, network = 0, temperatures = 0;
+        int cpu = 0, gpu = 0, memory = 0, space = 0, disk = 0, network = 0, temperatures = 0,
+            processes = 0;
     };
     Calls* calls;
 
@@ -59,6 +61,12 @@ struct RecordedCounterSource final : CounterSource {
     TemperatureReadings temperatures() override {
         ++calls->temperatures;
         return temperatureValue;
+    }
+    bool processes(std::vector<ProcessCounters>& into) override {
+        ++calls->processes;
+        auto list = next(processLists);
+        into = list.value_or(std::vector<ProcessCounters>{});
+        return list.has_value();
     }
 };
 

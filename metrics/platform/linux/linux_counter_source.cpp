@@ -17,7 +17,8 @@ constexpr std::size_t kProcFileLimit = 1024 * 1024;
 } // namespace
 
 LinuxCounterSource::LinuxCounterSource(SystemRoots roots, bool loadNvidia)
-    : roots_(std::move(roots)), nvidia_(loadNvidia ? NvidiaGpu::load() : nullptr) {}
+    : roots_(std::move(roots)), nvidia_(loadNvidia ? NvidiaGpu::load() : nullptr),
+      processScanner_(roots_.proc) {}
 
 LinuxCounterSource::~LinuxCounterSource() = default;
 
@@ -121,6 +122,10 @@ TemperatureReadings LinuxCounterSource::temperatures() {
         if (const auto celsius = nvidia_->temperature())
             readings.smc.push_back({"Tg nvidia", *celsius});
     return readings;
+}
+
+bool LinuxCounterSource::processes(std::vector<ProcessCounters>& into) {
+    return processScanner_.scan(into);
 }
 
 } // namespace ravo::metrics::kernel

@@ -3,6 +3,7 @@
 #include "metrics/core/counter_source.h"
 #include "metrics/platform/linux/kernel_files.h"
 #include "metrics/platform/linux/nvidia_gpu.h"
+#include "metrics/platform/linux/process_scanner.h"
 #include "metrics/platform/linux/sysfs_discovery.h"
 
 #include <chrono>
@@ -30,6 +31,7 @@ public:
     std::optional<DeviceCounters> diskCounters() override;
     std::optional<DeviceCounters> networkCounters() override;
     TemperatureReadings temperatures() override;
+    bool processes(std::vector<ProcessCounters>& into) override;
 
 private:
     void rediscoverIfStale();
@@ -38,6 +40,7 @@ private:
     SystemRoots roots_;
     std::unique_ptr<NvidiaGpu> nvidia_;
     KernelFiles files_;
+    ProcessScanner processScanner_;
     std::chrono::steady_clock::time_point discoveredAt_{};
     bool discovered_ = false;
     std::set<std::string, std::less<>> wholeDisks_;

@@ -180,4 +180,95 @@ std::vector<std::pair<std::string, InterfaceBytes>> parseNetDev(std::string_view
     return interfaces;
 }
 
+std::optional<ProcessStat> parseProcessStat(std::string_view text) {
+    const auto open = text.find('(');
+    const auto close = text.rfind(')');
+    if (open == std::string_view::npos || close == std::string_view::npos || close < open)
+        return std::nullopt;
+    const auto pid = parseInteger<std::int32_t>(text.substr(0, open));
+    if (!pid || *pid <= 0)
+        return std::nullopt;
+    ProcessStat stat;
+    stat.pid = *pid;
+    stat.name = text.substr(open + 1, close - open - 1);
+    // Fields from the third (state) on; utime is the 14th, rss the 24th.
+    Fields fields(text.substr(close + 1));
+    std::uint64_t utime = 0, stime = 0;
+    for (int number = 3; number <= 24; ++number) {
+        const auto field = fields.next();
+        if (field.empty())
+            return std::nullopt;
+        switch (number) {
+        case 14:
+        case 15:
+        case 22: {
+            const auto value = parseUnsigned(field);
+            if (!value)
+                return std::nullopt;
+            (number == 14 ? utime : number == 15 ? stime : stat.startTime) = *value;
+        } break;
+        case 24: {
+            // Signed in the kernel; a process being torn down can show less than nothing.
+            const auto value = parseSigned(field);
+            if (!value)
+                return std::nullopt;
+            stat.residentPages = *value > 0 ? static_cast<std::uint64_t>(*value) : 0;
+        } break;
+        default:
+            break;
+        }
+    }
+    stat.cpuTicks = utime + stime;
+    return stat;
+}
+
+void assignDisplayName(std::string& into, std::string_view name) {
+    into.clear();
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(name[i]); };
+    std::size_t i = 0;
+    while (i < name.size()) {
+        const unsigned char lead = byte(i);
+        if (lead < 0x20 || lead == 0x7f) {
+            into += '?';
+            ++i;
+            continue;
+        }
+        if (lead < 0x80) {
+            into += static_cast<char>(lead);
+            ++i;
+            continue;
+        }
+        // The length a lead byte announces, and the lowest second byte that avoids an
+        // overlong or surrogate form.
+        std::size_t length = 0;
+        unsigned char low = 0x80, high = 0xbf;
+        if (lead >= 0xc2 && lead <= 0xdf)
+            length = 2;
+        else if (lead >= 0xe0 && lead <= 0xef) {
+            length = 3;
+            low = lead == 0xe0 ? 0xa0 : 0x80;
+            high = lead == 0xed ? 0x9f : 0xbf;
+        } else if (lead >= 0xf0 && lead <= 0xf4) {
+            length = 4;
+            low = lead == 0xf0 ? 0x90 : 0x80;
+            high = lead == 0xf4 ? 0x8f : 0xbf;
+        }
+        bool valid = length > 0 && i + length <= name.size();
+        for (std::size_t k = 1; valid && k < length; ++k) {
+            const unsigned char next = byte(i + k);
+            valid = k == 1 ? next >= low && next <= high : next >= 0x80 && next <= 0xbf;
+        }
+        // C1 controls (U+0080..U+009F) steer terminals as the C0 ones do.
+        if (valid && lead == 0xc2 && byte(i + 1) < 0xa0)
+            valid = false;
+        if (!valid) {
+            into += '?';
+            ++i;
+            continue;
+        }
+        into.append(name.substr(i, length));
+        i += length;
+    }
+}
+
 } // namespace ravo::metrics::kernel

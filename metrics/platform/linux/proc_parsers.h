@@ -61,4 +61,22 @@ struct InterfaceBytes {
 
 std::vector<std::pair<std::string, InterfaceBytes>> parseNetDev(std::string_view text);
 
+// The fields of /proc/[pid]/stat the process lists use. `name` points into the text.
+struct ProcessStat {
+    std::int32_t pid = 0;
+    std::string_view name;
+    std::uint64_t cpuTicks = 0; // utime + stime
+    std::uint64_t startTime = 0;
+    std::uint64_t residentPages = 0;
+    bool operator==(const ProcessStat&) const = default;
+};
+
+// Nothing when the line is not one. The name runs to the last ')': a process may call itself
+// anything, spaces and parentheses included.
+std::optional<ProcessStat> parseProcessStat(std::string_view text);
+
+// A process's own name made safe to show: broken UTF-8 (a name cut at 15 bytes) and control
+// characters become '?'. Replaces `into`, keeping its room.
+void assignDisplayName(std::string& into, std::string_view name);
+
 } // namespace ravo::metrics::kernel
