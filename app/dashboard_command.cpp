@@ -10,6 +10,8 @@
 #include "ui/terminal/terminal_session.h"
 
 #include <QCoreApplication>
+
+#include <optional>
 #include <unistd.h>
 
 namespace ravo::app {
@@ -27,7 +29,11 @@ int runUntilQuit(AppServices& services) {
 
 int runTerminalDashboard() {
     if (!ui::CursesScreen::isAvailable()) {
-        // Not a terminal: frames as plain text, and the log where it always goes.
+        // Not a terminal ncurses can draw on: frames as plain text. The log goes where it
+        // always goes, but not between the frames on a terminal.
+        std::optional<LogFile> log;
+        if (::isatty(STDOUT_FILENO) == 1)
+            log.emplace(paths::logFile().value_or("/dev/null"));
         AppServices services;
         ui::TerminalSession terminal(STDIN_FILENO, STDOUT_FILENO);
         ui::PlainDashboard dashboard(services.controller()->coordinators(), &terminal);

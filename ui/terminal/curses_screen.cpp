@@ -92,7 +92,7 @@ DashboardKey keyOf(int code) {
 } // namespace
 
 bool CursesScreen::isAvailable() {
-    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1;
+    return ::isatty(STDIN_FILENO) == 1 && drawsScreensOn(STDOUT_FILENO);
 }
 
 CursesScreen::CursesScreen(QObject* parent) : QObject(parent) {
@@ -231,6 +231,31 @@ void CursesScreen::readInput() {
             emit keyPressed(keyOf(code));
         }
     }
+}
+
+} // namespace ravo::ui
+
+// term.h names every capability as a macro (lines, columns, …), so it comes after the code
+// that uses such names.
+#include <term.h>
+
+namespace ravo::ui {
+
+bool CursesScreen::drawsScreensOn(int fd) {
+    if (::isatty(fd) != 1)
+        return false;
+    // initscr on a terminal it does not know ends the program; on a dumb one it draws
+    // nothing. Asked first, on a terminal description of its own that is dropped again.
+    int status = 0;
+    if (setupterm(nullptr, fd, &status) != OK)
+        return false;
+    const auto has = [](const char* capability) {
+        const char* value = tigetstr(capability);
+        return value != nullptr && value != reinterpret_cast<char*>(-1);
+    };
+    const bool draws = has("cup") && has("clear") && tigetflag("hc") <= 0;
+    del_curterm(cur_term);
+    return draws;
 }
 
 } // namespace ravo::ui

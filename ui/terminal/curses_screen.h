@@ -23,8 +23,11 @@ public:
     explicit CursesScreen(QObject* parent = nullptr);
     ~CursesScreen() override;
 
-    // False when standard input or output is not a terminal.
+    // False when standard input or output is not a terminal, or not one ncurses can draw
+    // a screen on (TERM=dumb, or a terminal it does not know).
     static bool isAvailable();
+    // Whether the terminal on `fd`, as TERM names it, can move the cursor and clear.
+    static bool drawsScreensOn(int fd);
 
     int width() const;
     int height() const;

@@ -111,7 +111,8 @@ std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& loc
     }
     text += limitsText(frame, bold, reset);
     text += sessionsText(frame, bold, reset);
-    text += "\nPress q to quit.\n";
+    if (frame.keyHints)
+        text += "\nPress q to quit.\n";
     return text;
 }
 

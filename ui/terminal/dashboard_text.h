@@ -28,6 +28,8 @@ struct DashboardFrame {
     int width = 80;
     int height = 24;
     bool color = true;
+    // Only someone at a terminal can press the keys the hints name.
+    bool keyHints = true;
 
     // The metric's last `width` values as block characters.
     std::string sparklineOf(metrics::SystemMetric metric, int width) const;

@@ -27,6 +27,7 @@ void PlainDashboard::redraw() {
                                                           coordinators_.sessions->sessions()});
     frame.width = terminal_->width();
     frame.color = false;
+    frame.keyHints = terminal_->isInteractive();
     terminal_->draw(renderDashboard(frame, locale_));
 }
 

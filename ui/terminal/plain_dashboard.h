@@ -10,7 +10,7 @@ namespace ravo::ui {
 class TerminalSession;
 
 // The dashboard as plain text, one frame after another, for output that is not a
-// terminal (a pipe, a file, a log collector).
+// terminal (a pipe, a file, a log collector) or a terminal ncurses cannot draw on.
 class PlainDashboard : public QObject {
     Q_OBJECT
 public:

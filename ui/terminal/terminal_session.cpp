@@ -1,9 +1,12 @@
 #include "ui/terminal/terminal_session.h"
 
+#include "ui/terminal/curses_screen.h"
 #include "ui/terminal/signal_pipe.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <string>
@@ -14,14 +17,18 @@ namespace ravo::ui {
 
 namespace {
 
-void writeAll(int fd, const std::string& text) {
+// False once the reader is gone.
+bool writeAll(int fd, const std::string& text) {
     std::size_t done = 0;
     while (done < text.size()) {
         const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR)
+            continue;
         if (n <= 0)
-            return;
+            return false;
         done += static_cast<std::size_t>(n);
     }
+    return true;
 }
 
 } // namespace
@@ -29,6 +36,10 @@ void writeAll(int fd, const std::string& text) {
 TerminalSession::TerminalSession(int input, int output, QObject* parent)
     : QObject(parent), input_(input), output_(output) {
     outputIsTerminal_ = ::isatty(output_) == 1;
+    drawsInPlace_ = outputIsTerminal_ && CursesScreen::drawsScreensOn(output_);
+    // A closed pipe ends the dashboard through the failed write, cleanly, instead of
+    // killing it with the terminal still in raw mode.
+    std::signal(SIGPIPE, SIG_IGN);
     inputIsTerminal_ = ::isatty(input_) == 1 && ::tcgetattr(input_, &savedMode_) == 0;
     if (inputIsTerminal_) {
         termios raw = savedMode_;
@@ -46,12 +57,12 @@ TerminalSession::TerminalSession(int input, int output, QObject* parent)
     });
     keys_ = new QSocketNotifier(input_, QSocketNotifier::Read, this);
     connect(keys_, &QSocketNotifier::activated, this, &TerminalSession::readKeys);
-    if (outputIsTerminal_)
+    if (drawsInPlace_)
         writeAll(output_, "\x1b[?1049h\x1b[?25l");
 }
 
 TerminalSession::~TerminalSession() {
-    if (outputIsTerminal_)
+    if (drawsInPlace_)
         writeAll(output_, "\x1b[?25h\x1b[?1049l");
     if (inputIsTerminal_)
         ::tcsetattr(input_, TCSANOW, &savedMode_);
@@ -65,10 +76,15 @@ int TerminalSession::width() const {
 }
 
 void TerminalSession::draw(const std::string& frame) {
-    if (outputIsTerminal_)
-        writeAll(output_, "\x1b[H\x1b[2J" + frame);
-    else
-        writeAll(output_, frame + "\n");
+    if (outputClosed_)
+        return;
+    const bool written = drawsInPlace_ ? writeAll(output_, "\x1b[H\x1b[2J" + frame)
+                                       : writeAll(output_, frame + "\n");
+    if (!written && errno == EPIPE) {
+        outputClosed_ = true;
+        // Later: the first frames go out while the app starts, before its loop can quit.
+        QTimer::singleShot(0, this, &TerminalSession::quitRequested);
+    }
 }
 
 void TerminalSession::readKeys() {

@@ -10,14 +10,18 @@ namespace ravo::ui {
 
 class SignalPipe;
 
-// Owns the terminal while the dashboard runs: raw keys, the alternate screen, and
-// SIGINT/SIGTERM/SIGWINCH turned into Qt signals. Everything is restored on destruction.
+// Owns the terminal while the dashboard runs: raw keys, the alternate screen where the
+// terminal has one, and SIGINT/SIGTERM/SIGWINCH turned into Qt signals. Everything is
+// restored on destruction. A terminal that cannot move the cursor (TERM=dumb) gets each
+// frame below the last; output that is not a terminal gets plain frames, and once its
+// reader is gone (a closed pipe) the session asks to quit.
 class TerminalSession : public QObject {
     Q_OBJECT
 public:
     TerminalSession(int input, int output, QObject* parent = nullptr);
     ~TerminalSession() override;
 
+    // Someone reads the frames at a terminal, where keys can be pressed.
     bool isInteractive() const { return outputIsTerminal_; }
     int width() const;
     void draw(const std::string& frame);
@@ -33,6 +37,8 @@ private:
     int output_;
     bool inputIsTerminal_ = false;
     bool outputIsTerminal_ = false;
+    bool drawsInPlace_ = false;
+    bool outputClosed_ = false;
     termios savedMode_{};
     QSocketNotifier* keys_ = nullptr;
     SignalPipe* signals_ = nullptr;
