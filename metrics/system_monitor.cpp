@@ -9,7 +9,9 @@
 #include "metrics/core/metric_source.h"
 
 #include <QSettings>
+
 #include <QTimer>
+#include <algorithm>
 
 namespace ravo::metrics {
 
@@ -95,6 +97,8 @@ SampleRequest SystemMonitor::currentRequest() const {
             request = request | SampleRequest::forItem(metric);
     for (SystemMetric metric : openDetails_)
         request = request | SampleRequest::forDetail(metric);
+    if (processLists_ > 0)
+        request = request | SampleRequest{SampleRequest::processes};
     return request;
 }
 
@@ -148,6 +152,14 @@ void SystemMonitor::detailDidOpen(SystemMetric metric) {
 
 void SystemMonitor::detailDidClose(SystemMetric metric) {
     openDetails_.erase(metric);
+}
+
+void SystemMonitor::processListDidShow() {
+    ++processLists_;
+}
+
+void SystemMonitor::processListDidHide() {
+    processLists_ = std::max(0, processLists_ - 1);
 }
 
 void SystemMonitor::loadHardwareOnce() {

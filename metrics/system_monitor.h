@@ -56,6 +56,10 @@ public:
 
     void detailDidOpen(SystemMetric metric);
     void detailDidClose(SystemMetric metric);
+    // A list of processes outside the details (the terminal dashboard) came into view or
+    // went; processes are scanned only while one shows them.
+    void processListDidShow();
+    void processListDidHide();
 
     const std::optional<SystemReading>& reading() const { return reading_; }
     std::vector<double> history(SystemMetric metric) const;
@@ -118,6 +122,7 @@ private:
     bool hardwareRequested_ = false;
     std::set<SystemMetric> readyDetails_;
     std::set<SystemMetric> openDetails_;
+    int processLists_ = 0;
     QTimer* loop_;
     std::optional<std::chrono::steady_clock::time_point> lastTick_;
     bool isTicking_ = false;

@@ -175,6 +175,24 @@ TEST_F(SystemMonitorTest, OpeningADetailRestartsOnlyWhenTheLastTickIsHalfASecond
     EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::diskActivity));
 }
 
+TEST_F(SystemMonitorTest, ProcessesAreScannedOnlyWhileTheirListIsOpen) {
+    auto monitor = makeMonitor();
+    EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::processes));
+    monitor->detailDidOpen(SystemMetric::memory);
+    monitor->detailDidOpen(SystemMetric::cpu);
+    EXPECT_TRUE(monitor->currentRequest().contains(SampleRequest::processes));
+    monitor->detailDidClose(SystemMetric::memory);
+    EXPECT_TRUE(monitor->currentRequest().contains(SampleRequest::processes));
+    monitor->detailDidClose(SystemMetric::cpu);
+    EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::processes));
+    monitor->detailDidOpen(SystemMetric::disk);
+    EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::processes));
+    monitor->processListDidShow();
+    EXPECT_TRUE(monitor->currentRequest().contains(SampleRequest::processes));
+    monitor->processListDidHide();
+    EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::processes));
+}
+
 TEST_F(SystemMonitorTest, HardwareIsLoadedOnceOnTheFirstDetail) {
     auto monitor = makeMonitor();
     QSignalSpy loaded(monitor.get(), &SystemMonitor::hardwareChanged);

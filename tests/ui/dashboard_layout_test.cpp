@@ -160,6 +160,36 @@ TEST_F(DashboardLayoutTest, ABigTerminalShowsTwoColumnsCoresDetailsAndLongerHist
     EXPECT_NE(row.find(sixty), std::string::npos) << row;
 }
 
+TEST_F(DashboardLayoutTest, ProcessesShowWhereThereIsRoomAndGoFirstWhereThereIsNot) {
+    TopProcesses processes;
+    processes.byCpu = {{"spin (1) x", 4242, 99.0, 1 << 20}, {"cc1plus", 17, 42.0, 300 << 20}};
+    processes.byMemory = {{"cc1plus", 17, 42.0, 300 << 20}, {"spin (1) x", 4242, 99.0, 1 << 20}};
+    auto big = busyFrame(200, 60, 3);
+    big.reading->processes = processes;
+    const auto screen = layoutDashboard(big, {}, {});
+    const std::string text = screenText(screen.grid);
+    const int processor = rowOf(screen.grid, "Processor");
+    const int busiest = rowOf(screen.grid, "spin (1) x");
+    const int memory = rowOf(screen.grid, "Memory");
+    ASSERT_NE(busiest, -1) << text;
+    EXPECT_GT(busiest, processor) << text;
+    EXPECT_LT(busiest, memory) << text;
+    EXPECT_NE(screen.grid.rowText(busiest).find("99%  1 MB  pid 4242"), std::string::npos) << text;
+    EXPECT_EQ(screen.grid.rowText(busiest + 1).find("cc1plus"),
+              screen.grid.rowText(busiest).find("spin (1) x"))
+        << text;
+    EXPECT_GT(rowOf(screen.grid, "300 MB  42%  pid 17"), memory) << text;
+
+    auto small = busyFrame(80, 24, 6);
+    small.reading->processes = processes;
+    const auto cramped = layoutDashboard(small, {}, {});
+    const std::string crampedText = screenText(cramped.grid);
+    EXPECT_EQ(rowOf(cramped.grid, "pid 4242"), -1) << crampedText;
+    for (const char* needle : {"Processor", "Memory", "Temperature", "Claude", "Codex"})
+        EXPECT_NE(rowOf(cramped.grid, needle), -1) << needle << "\n" << crampedText;
+    EXPECT_EQ(rowOf(cramped.grid, "q quit"), 23);
+}
+
 TEST_F(DashboardLayoutTest, ALayoutOnTheLastFramesCellsEqualsOneOnFreshCells) {
     // The help box and a wider, taller screen leave cells behind that the next frame must
     // not show.

@@ -14,6 +14,7 @@
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QVBoxLayout>
 
 namespace ravo::ui {
@@ -26,6 +27,16 @@ void fillForm(QFormLayout* form, const MetricRows::Rows& rows) {
     clearLayout(form);
     for (const auto& [label, value] : rows)
         addFactRow(form, QString::fromStdString(label), QString::fromStdString(value));
+}
+
+// A process names itself: its name is never read as markup.
+void fillProcessForm(QFormLayout* form, const MetricRows::Rows& rows) {
+    fillForm(form, rows);
+    for (int row = 0; row < form->rowCount(); ++row)
+        for (auto role : {QFormLayout::LabelRole, QFormLayout::FieldRole})
+            if (auto* item = form->itemAt(row, role))
+                if (auto* label = qobject_cast<QLabel*>(item->widget()))
+                    label->setTextFormat(Qt::PlainText);
 }
 
 } // namespace
@@ -63,6 +74,14 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric,
         cores_->setVerticalSpacing(4);
         layout->addLayout(cores_);
     }
+    if (metric == SystemMetric::cpu || metric == SystemMetric::memory) {
+        processesHeading_ =
+            mutedLabel(metric == SystemMetric::cpu ? "Busiest processes" : "Largest processes");
+        processesHeading_->hide();
+        layout->addWidget(processesHeading_);
+        processes_ = factForm();
+        layout->addLayout(processes_);
+    }
     hardware_ = factForm();
     layout->addLayout(hardware_);
     if (metric == SystemMetric::network && (connection.watchdog || connection.speedTest))
@@ -88,6 +107,10 @@ void MetricDetailView::refresh() {
         fillForm(rows_, {});
         if (cores_)
             clearLayout(cores_);
+        if (processes_) {
+            clearLayout(processes_);
+            processesHeading_->hide();
+        }
         return;
     }
     const SystemReading reading = monitor_->reading().value_or(SystemReading{});
@@ -121,6 +144,11 @@ void MetricDetailView::refresh() {
     emptyNote_->setVisible(lacking);
     sparkline_->setVisible(!lacking);
     refreshCores();
+    if (processes_) {
+        const auto processRows = MetricRows::forProcesses(reading, metric_, locale_);
+        fillProcessForm(processes_, processRows);
+        processesHeading_->setVisible(!processRows.empty());
+    }
     if (monitor_->hardware())
         fillForm(hardware_, MetricRows::forHardware(*monitor_->hardware(), metric_));
 }

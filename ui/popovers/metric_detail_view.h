@@ -49,6 +49,8 @@ private:
     SparklineWidget* secondSparkline_ = nullptr;
     QFormLayout* rows_;
     QGridLayout* cores_ = nullptr;
+    QLabel* processesHeading_ = nullptr;
+    QFormLayout* processes_ = nullptr;
     QFormLayout* hardware_;
     QLabel* emptyNote_;
 };

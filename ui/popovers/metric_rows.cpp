@@ -107,6 +107,27 @@ Rows forReading(const SystemReading& r, SystemMetric metric, const FormatLocale&
     return rows;
 }
 
+Rows forProcesses(const SystemReading& r, SystemMetric metric, const FormatLocale& locale) {
+    Rows rows;
+    if (!r.processes || (metric != SystemMetric::cpu && metric != SystemMetric::memory))
+        return rows;
+    const bool byCpu = metric == SystemMetric::cpu;
+    for (const auto& process : byCpu ? r.processes->byCpu : r.processes->byMemory) {
+        const std::string memory = MetricFormat::bytes(process.residentBytes, locale);
+        std::string value = byCpu ? "" : memory;
+        if (process.cpuPercent) {
+            // A share of one core, as top shows it: a process on two cores shows 200%.
+            const std::string cpu = MetricFormat::percent(*process.cpuPercent / 100.0, locale);
+            value = byCpu ? cpu + " · " + memory : value + " · " + cpu;
+        } else if (byCpu) {
+            value = memory;
+        }
+        value += " · pid " + std::to_string(process.pid);
+        rows.emplace_back(process.name, value);
+    }
+    return rows;
+}
+
 Rows forHardware(const HardwareInfo& hardware, SystemMetric metric) {
     Rows rows;
     if (metric == SystemMetric::cpu) {

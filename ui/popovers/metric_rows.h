@@ -15,6 +15,10 @@ using Rows = std::vector<std::pair<std::string, std::string>>;
 
 Rows forReading(const metrics::SystemReading& reading, metrics::SystemMetric metric,
                 const metrics::FormatLocale& locale);
+// The busiest processes for the processor, the largest for memory: the name, then the
+// figure the list is ranked by, the other and the pid.
+Rows forProcesses(const metrics::SystemReading& reading, metrics::SystemMetric metric,
+                  const metrics::FormatLocale& locale);
 Rows forHardware(const metrics::HardwareInfo& hardware, metrics::SystemMetric metric);
 
 } // namespace ravo::ui::MetricRows

@@ -36,6 +36,29 @@ std::string bar(double fraction, int width) {
     return text;
 }
 
+// The processes under the processor (the busiest) or memory (the largest), the first to go
+// when rows run short.
+void addProcessLines(Block& block, const SystemReading& reading, SystemMetric metric, int item,
+                     int width, const FormatLocale& locale) {
+    if (!reading.processes || (metric != SystemMetric::cpu && metric != SystemMetric::memory))
+        return;
+    const bool byCpu = metric == SystemMetric::cpu;
+    const int nameWidth = std::clamp(width - kNameWidth - 24, 6, 24);
+    const int figures = kNameWidth + nameWidth + 1;
+    for (const auto& process : byCpu ? reading.processes->byCpu : reading.processes->byMemory) {
+        const std::string cpu =
+            process.cpuPercent ? MetricFormat::percent(*process.cpuPercent / 100.0, locale) : "";
+        const std::string memory = MetricFormat::bytes(process.residentBytes, locale);
+        std::string text = byCpu ? cpu + "  " + memory : memory + (cpu.empty() ? "" : "  " + cpu);
+        text += "  pid " + std::to_string(process.pid);
+        block.lines.push_back(
+            {{{kNameWidth, process.name, {}, nameWidth}, {figures, text, {Tone::dim}}},
+             3,
+             item,
+             false});
+    }
+}
+
 Tone stateTone(sessions::AgentSession::State state) {
     switch (state) {
     case sessions::AgentSession::State::running:
@@ -101,6 +124,7 @@ Block machineBlock(const DashboardFrame& frame, const DashboardView& view, int w
                                    selected ? 1 : (wide ? 2 : 3),
                                    i,
                                    false});
+        addProcessLines(block, reading, metric, i, width, locale);
     }
     return block;
 }

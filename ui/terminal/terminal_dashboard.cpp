@@ -25,6 +25,8 @@ void appendCapped(std::deque<double>& values, double value) {
 TerminalDashboard::TerminalDashboard(const Coordinators& coordinators, CursesScreen* screen,
                                      QObject* parent)
     : QObject(parent), coordinators_(coordinators), screen_(screen) {
+    // The machine section lists the busiest and largest processes where rows allow.
+    coordinators_.systemMonitor->processListDidShow();
     connect(coordinators_.systemMonitor, &SystemMonitor::readingChanged, this, [this] {
         record();
         redraw();
@@ -44,6 +46,10 @@ TerminalDashboard::TerminalDashboard(const Coordinators& coordinators, CursesScr
         scroll(view_, row, column, steps, areas_, counts());
         redraw();
     });
+}
+
+TerminalDashboard::~TerminalDashboard() {
+    coordinators_.systemMonitor->processListDidHide();
 }
 
 void TerminalDashboard::record() {

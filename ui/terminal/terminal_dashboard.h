@@ -25,6 +25,7 @@ public:
 
     TerminalDashboard(const Coordinators& coordinators, CursesScreen* screen,
                       QObject* parent = nullptr);
+    ~TerminalDashboard() override;
 
     void redraw();
 
