@@ -47,8 +47,16 @@ QCoro::Task<> WebsiteMonitor::refreshUptimeIfDue() {
             report(*failure);
             co_return;
         }
-        if (const auto uptime = std::get<wire::CloudSiteHistory>(history).uptime24h)
-            uptimes[site.id] = *uptime;
+        const auto& record = std::get<wire::CloudSiteHistory>(history);
+        if (record.uptime24h)
+            uptimes[site.id] = *record.uptime24h;
+        const auto down = states_.find(site.id);
+        if (const auto start = openIncidentStart(record);
+            start && down != states_.end() && down->second.health == SiteState::Health::down &&
+            down->second.downSince != start) {
+            down->second.downSince = start;
+            emit changed();
+        }
     }
     if (uptimes != uptimeDay_) {
         uptimeDay_ = std::move(uptimes);
@@ -67,8 +75,13 @@ void WebsiteMonitor::apply(const std::vector<wire::CloudSiteStatus>& statuses, b
         if (status != statuses.end())
             fresh[site.id] = siteStateFrom(*status);
     }
+    keepDownSince(states_, fresh);
     const auto alerts = announce ? alertsBetween(ids, states_, fresh)
                                  : std::vector<std::pair<std::string, SiteAlert>>{};
+    // The server's incident says since when a site that just went down is down.
+    if (std::any_of(alerts.begin(), alerts.end(),
+                    [](const auto& alert) { return alert.second.kind == SiteAlert::Kind::down; }))
+        uptimeRefreshedAt_.reset();
     states_ = std::move(fresh);
     publishForWidget();
     for (const auto& [id, alert] : alerts) {
@@ -77,8 +90,12 @@ void WebsiteMonitor::apply(const std::vector<wire::CloudSiteStatus>& statuses, b
         log::info("websites", site->url + (alert.kind == SiteAlert::Kind::down
                                                ? " is down: " + alert.problem.text()
                                                : " is back up"));
-        if (notifier_)
-            notifier_->deliver(alert.message(wire::siteDisplayName(site->name, site->url)), id);
+        if (!notifier_)
+            continue;
+        // The address too: the name alone may not say which of two sites it is.
+        auto message = alert.message(wire::siteDisplayName(site->name, site->url));
+        message.body += "\n" + site->url;
+        notifier_->deliver(message, id);
     }
     emit changed();
 }

@@ -6,7 +6,7 @@ namespace ravo::cloud {
 
 QCoro::Task<WebsitesStatus> readWebsitesStatus(CloudAccount& account, QSettings& settings) {
     co_await account.resumed();
-    WebsitesStatus status{account.isSignedIn(), SiteListSettings::load(settings), {}, {}};
+    WebsitesStatus status{account.isSignedIn(), SiteListSettings::load(settings), {}, {}, {}};
     if (!status.isSignedIn)
         co_return status;
     // The server's list is the list; this computer's copy may lag another writer's.
@@ -25,6 +25,15 @@ QCoro::Task<WebsitesStatus> readWebsitesStatus(CloudAccount& account, QSettings&
     }
     for (const auto& reported : std::get<std::vector<wire::CloudSiteStatus>>(answer))
         status.states[reported.site] = siteStateFrom(reported);
+    // Since when a down site is down is its open incident's; the others need no history.
+    for (auto& [id, state] : status.states) {
+        if (state.health != SiteState::Health::down)
+            continue;
+        const auto history = co_await account.client().history(id);
+        if (const auto* record = std::get_if<wire::CloudSiteHistory>(&history))
+            state.downSince = openIncidentStart(*record);
+    }
+    status.at = Clock::now();
     co_return status;
 }
 

@@ -2,6 +2,8 @@
 
 #include "wire/site_problem.h"
 
+#include <ctime>
+
 namespace ravo::cloud {
 
 namespace {
@@ -70,6 +72,65 @@ std::string healthWord(SiteState::Health health) {
         break;
     }
     return "unknown";
+}
+
+void keepDownSince(const std::map<std::string, SiteState>& before,
+                   std::map<std::string, SiteState>& after) {
+    for (auto& [id, state] : after) {
+        if (state.health != SiteState::Health::down || state.downSince)
+            continue;
+        const auto old = before.find(id);
+        if (old != before.end() && old->second.health == SiteState::Health::down &&
+            old->second.downSince)
+            state.downSince = old->second.downSince;
+        else
+            state.downSince = state.lastResult.date;
+    }
+}
+
+std::optional<TimePoint> openIncidentStart(const wire::CloudSiteHistory& history) {
+    std::optional<TimePoint> start;
+    for (const auto& incident : history.incidents)
+        if (!incident.endedAt && (!start || incident.startedAt > *start))
+            start = incident.startedAt;
+    return start;
+}
+
+std::string checkedAge(const SiteState& state, TimePoint now) {
+    if (!state.lastResult.date)
+        return {};
+    // A server clock a little ahead is still "just now".
+    const double seconds = secondsBetween(*state.lastResult.date, now);
+    if (seconds < 60)
+        return "just now";
+    const auto minutes = static_cast<long long>(seconds / 60);
+    if (minutes < 60)
+        return std::to_string(minutes) + " min ago";
+    if (minutes < 1440)
+        return std::to_string(minutes / 60) + " h ago";
+    return std::to_string(minutes / 1440) + " d ago";
+}
+
+std::string checkedText(const SiteState& state, TimePoint now) {
+    const std::string age = checkedAge(state, now);
+    return age.empty() ? age : "checked " + age;
+}
+
+std::string downSinceText(const SiteState& state, TimePoint now) {
+    if (state.health != SiteState::Health::down || !state.downSince)
+        return {};
+    const std::time_t since = Clock::to_time_t(*state.downSince);
+    const std::time_t today = Clock::to_time_t(now);
+    std::tm sinceParts{};
+    std::tm todayParts{};
+    if (!localtime_r(&since, &sinceParts) || !localtime_r(&today, &todayParts))
+        return {};
+    const bool sameDay =
+        sinceParts.tm_year == todayParts.tm_year && sinceParts.tm_yday == todayParts.tm_yday;
+    char text[32];
+    if (std::strftime(text, sizeof text, sameDay ? "%H:%M" : "%b %H:%M", &sinceParts) == 0)
+        return {};
+    return "down since " + (sameDay ? "" : std::to_string(sinceParts.tm_mday) + " ") + text;
 }
 
 } // namespace ravo::cloud

@@ -1,5 +1,6 @@
 #include "cloud/core/websites_status.h"
 
+#include "base/time.h"
 #include "wire/site_url.h"
 
 #include <cmath>
@@ -19,7 +20,8 @@ std::string siteHealthWord(const MonitoredSite& site, const SiteState& state) {
     return site.isEnabled ? healthWord(state.health) : "paused";
 }
 
-std::string siteLine(const MonitoredSite& site, const SiteState& state) {
+std::string siteLine(const MonitoredSite& site, const SiteState& state,
+                     std::optional<TimePoint> now) {
     std::string line = siteHealthWord(site, state);
     line.resize(std::max<std::size_t>(line.size(), 8), ' ');
     line += " " + wire::siteDisplayName(site.name, site.url) + "  " + site.url;
@@ -27,6 +29,10 @@ std::string siteLine(const MonitoredSite& site, const SiteState& state) {
         line += "  " + std::to_string(std::lround(*state.lastResult.latency * 1000)) + " ms";
     if (state.problem)
         line += "  " + state.problem->text();
+    if (now && site.isEnabled)
+        for (const std::string& age : {downSinceText(state, *now), checkedText(state, *now)})
+            if (!age.empty())
+                line += "  " + age;
     return line;
 }
 
@@ -40,6 +46,10 @@ nlohmann::json siteJson(const MonitoredSite& site, const SiteState& state) {
         item["latencyMs"] = std::lround(*state.lastResult.latency * 1000);
     if (state.problem)
         item["problem"] = state.problem->text();
+    if (state.lastResult.date)
+        item["checkedAt"] = toIso8601(*state.lastResult.date);
+    if (state.health == SiteState::Health::down && state.downSince)
+        item["downSince"] = toIso8601(*state.downSince);
     return item;
 }
 
@@ -60,7 +70,7 @@ std::vector<std::string> lines(const WebsitesStatus& status) {
     if (status.error)
         result.push_back(*status.error);
     for (const auto& site : status.sites)
-        result.push_back(siteLine(site, stateOf(status, site.id)));
+        result.push_back(siteLine(site, stateOf(status, site.id), status.at));
     if (status.sites.empty() && status.isSignedIn)
         result.push_back("No websites yet. Add one with `ravo sites add example.com`.");
     return result;

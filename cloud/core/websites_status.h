@@ -17,14 +17,17 @@ struct WebsitesStatus {
     std::vector<MonitoredSite> sites;
     std::map<std::string, SiteState> states;
     std::optional<std::string> error; // why the states could not be had
+    std::optional<TimePoint> at;      // when the states were read, for their ages
     bool operator==(const WebsitesStatus&) const = default;
 };
 
 // "paused" for a site switched off, else the health word.
 std::string siteHealthWord(const MonitoredSite& site, const SiteState& state);
-// "down     Shop  https://shop.example/  The server answered HTTP 503"
-std::string siteLine(const MonitoredSite& site, const SiteState& state);
-// id, name, url, enabled, health, and latencyMs and problem when known.
+// "down     Shop  https://shop.example/  The server answered HTTP 503  down since 14:05
+// checked 1 min ago"; the ages only given `now`.
+std::string siteLine(const MonitoredSite& site, const SiteState& state,
+                     std::optional<TimePoint> now = std::nullopt);
+// id, name, url, enabled, health, and latencyMs, problem, checkedAt and downSince when known.
 nlohmann::json siteJson(const MonitoredSite& site, const SiteState& state);
 
 nlohmann::json toJson(const WebsitesStatus& status);

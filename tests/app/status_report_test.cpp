@@ -42,11 +42,13 @@ TEST(StatusWebsites, ShowsEachSiteWithItsHealthAndWhyItIsDown) {
     auto withSites = report();
     cloud::SiteState down{cloud::SiteState::Health::down,
                           cloud::SiteProblem{cloud::SiteProblem::Kind::httpStatus, {}, 503},
+                          {},
                           {}};
     withSites.websites = cloud::WebsitesStatus{true,
                                                {{"a", "https://shop.example/", "Shop", {}, true},
                                                 {"b", "https://blog.example/", "", {}, false}},
                                                {{"a", down}},
+                                               std::nullopt,
                                                std::nullopt};
     const auto j = statusJson(withSites);
     ASSERT_EQ(j["websites"]["sites"].size(), 2u);

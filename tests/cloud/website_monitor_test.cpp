@@ -103,6 +103,8 @@ TEST_F(WebsiteMonitorTest, ASiteThatGoesDownAlertsOnceAndAgainWhenItRecovers) {
     EXPECT_EQ(notifications.posted[0].title, "Shop is down");
     EXPECT_TRUE(notifications.posted[0].body.starts_with("Can't connect"))
         << notifications.posted[0].body;
+    EXPECT_TRUE(notifications.posted[0].body.ends_with("\n" + site.url()))
+        << notifications.posted[0].body;
     EXPECT_EQ(notifications.posted[0].identifier, id);
     EXPECT_EQ(notifications.posted[0].thread, "websites");
     EXPECT_EQ(widget().sites.at(0).health, "down");
@@ -114,6 +116,7 @@ TEST_F(WebsiteMonitorTest, ASiteThatGoesDownAlertsOnceAndAgainWhenItRecovers) {
     ASSERT_TRUE(waitFor([&] { return websites->state(id).health == SiteState::Health::up; }));
     ASSERT_EQ(notifications.posted.size(), 2u);
     EXPECT_EQ(notifications.posted[1].title, "Shop is back up");
+    EXPECT_EQ(notifications.posted[1].body, "The site responds normally again.\n" + site.url());
     EXPECT_EQ(notifications.posted[1].identifier, id);
 
     // With desktop alerts off, the next outage is seen but not announced.

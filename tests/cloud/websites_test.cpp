@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
+
 namespace ravo::cloud {
 namespace {
 
@@ -38,8 +41,57 @@ TEST(SiteStates, TheServersWordsBecomeStatesWithTheirProblems) {
     EXPECT_EQ(problemFor(std::nullopt), "Can't connect");
 }
 
+TEST(SiteStates, AStateSaysHowOldItIsAndADownSiteSinceWhen) {
+    SiteState down{Health::down, std::nullopt, {}, {}};
+    EXPECT_EQ(checkedText(down, now), ""); // never checked
+    down.lastResult.date = now - 30s;
+    EXPECT_EQ(checkedText(down, now), "checked just now");
+    EXPECT_EQ(checkedText(down, now - 2min), "checked just now"); // a server clock ahead
+    EXPECT_EQ(checkedText(down, now + 4min), "checked 4 min ago");
+    EXPECT_EQ(checkedText(down, now + 3h), "checked 3 h ago");
+    EXPECT_EQ(checkedAge(down, now + 50h), "2 d ago");
+
+    // Seen down for the first time: since that check; still down: since the first time.
+    std::map<std::string, SiteState> after = {{"a", down}};
+    keepDownSince({}, after);
+    EXPECT_EQ(after["a"].downSince, now - 30s);
+    SiteState later = down;
+    later.lastResult.date = now + 5min;
+    std::map<std::string, SiteState> next = {{"a", later}};
+    keepDownSince(after, next);
+    EXPECT_EQ(next["a"].downSince, now - 30s);
+    // Back up and down again is a new outage.
+    std::map<std::string, SiteState> up = {{"a", SiteState{Health::up, std::nullopt, {}, {}}}};
+    keepDownSince(next, up);
+    EXPECT_EQ(up["a"].downSince, std::nullopt);
+    std::map<std::string, SiteState> again = {{"a", later}};
+    keepDownSince(up, again);
+    EXPECT_EQ(again["a"].downSince, now + 5min);
+
+    // The server's open incident, not the closed ones.
+    wire::CloudSiteHistory history;
+    history.incidents = {{now - 5h, now - 4h, "x"}, {now - 2h, std::nullopt, "y"}};
+    EXPECT_EQ(openIncidentStart(history), now - 2h);
+    history.incidents.pop_back();
+    EXPECT_EQ(openIncidentStart(history), std::nullopt);
+
+    const char* zone = std::getenv("TZ");
+    const std::string savedZone = zone ? zone : "";
+    setenv("TZ", "UTC", 1);
+    tzset();
+    down.downSince = fromUnixSeconds(1'800'000'000 - 3600); // 07:00 UTC, 15 Jan 2027
+    EXPECT_EQ(downSinceText(down, now), "down since 07:00");
+    EXPECT_EQ(downSinceText(down, now + 24h), "down since 15 Jan 07:00");
+    EXPECT_EQ(downSinceText(SiteState{Health::up, std::nullopt, {}, now}, now), "");
+    if (zone)
+        setenv("TZ", savedZone.c_str(), 1);
+    else
+        unsetenv("TZ");
+    tzset();
+}
+
 TEST(SiteStates, OnlyServingToDownAndBackRaiseAlerts) {
-    const auto state = [](Health health) { return SiteState{health, std::nullopt, {}}; };
+    const auto state = [](Health health) { return SiteState{health, std::nullopt, {}, {}}; };
     const std::vector<std::string> ids = {"a", "b", "c", "d", "e", "f"};
     const std::map<std::string, SiteState> before = {{"a", state(Health::slow)},
                                                      {"b", state(Health::up)},
