@@ -1,8 +1,10 @@
 #include "ui/dashboard_window.h"
 
+#include "cloud/website_monitor.h"
 #include "metrics/system_monitor.h"
 #include "ui/popovers/metric_detail_view.h"
 #include "ui/popovers/usage_view.h"
+#include "ui/popovers/websites_view.h"
 #include "ui/settings/update_section.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
@@ -70,6 +72,18 @@ DashboardWindow::DashboardWindow(const Coordinators& coordinators, QSettings* se
     usage->setMinimumWidth(380);
     auto* usageColumn = new QVBoxLayout;
     usageColumn->addWidget(usage);
+    if (auto* monitor = coordinators.websiteMonitor) {
+        // What the websites item would show, there while there are sites to watch.
+        auto* websites = new WebsitesView(monitor);
+        usageColumn->addWidget(websites);
+        const auto showWhenWatching = [websites, monitor] {
+            websites->setVisible(!monitor->sites().empty());
+        };
+        showWhenWatching();
+        connect(monitor, &cloud::WebsiteMonitor::changed, websites, showWhenWatching);
+        connect(websites, &WebsitesView::settingsRequested, this,
+                &DashboardWindow::settingsRequested);
+    }
     usageColumn->addStretch();
     sides->addLayout(usageColumn, 2);
     layout->addLayout(sides);

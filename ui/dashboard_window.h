@@ -8,9 +8,9 @@ class QSettings;
 
 namespace ravo::ui {
 
-// Where the desktop has no tray: an overview window with the metrics and the AI usage, and
-// a line that says why it is there. It keeps the size and place the user gives it, and
-// closing it quits Ravo unless the user chose to keep Ravo running in the background.
+// Where the desktop has no tray: an overview window with the metrics, the AI usage and the
+// websites, and a line that says why it is there. It keeps the size and place the user gives
+// it, and closing it quits Ravo unless the user chose to keep Ravo running in the background.
 class DashboardWindow : public QWidget {
     Q_OBJECT
 public:

@@ -9,6 +9,7 @@
 #include "tests/support/ravo_server_process.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/ui/widget_checks.h"
+#include "ui/dashboard_window.h"
 #include "ui/popovers/site_history_view.h"
 #include "ui/popovers/websites_view.h"
 #include "ui/settings/account_tab.h"
@@ -25,6 +26,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTabWidget>
 #include <QTest>
 #include <QTreeWidget>
@@ -140,8 +142,13 @@ TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
     ASSERT_NE(list, nullptr);
     ASSERT_EQ(list->topLevelItemCount(), 3);
     EXPECT_EQ(list->topLevelItem(0)->text(2), "Up");
-    EXPECT_EQ(list->topLevelItem(1)->text(2), "Down");
+    // States carry their age: since when a site is down, how long ago it was checked.
+    EXPECT_TRUE(
+        list->topLevelItem(1)->text(2).contains(QRegularExpression("^Down since \\d\\d:\\d\\d$")))
+        << list->topLevelItem(1)->text(2).toStdString();
     EXPECT_EQ(list->topLevelItem(1)->text(3), "The server answered HTTP 503");
+    EXPECT_EQ(list->topLevelItem(0)->text(4), "just now");
+    EXPECT_EQ(list->topLevelItem(2)->text(4), "");
     EXPECT_EQ(list->topLevelItem(2)->text(2), "Paused");
     EXPECT_NE(visibleText(window).find("A site counts as down after two failed checks"),
               std::string::npos);
@@ -170,6 +177,8 @@ TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
     QTest::qWait(5);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !controller->coordinators().telegram->isWorking(); }));
     EXPECT_NE(visibleText(window).find("The Ravo server sends website alerts to Telegram"),
+              std::string::npos);
+    EXPECT_NE(visibleText(window).find("With the server's own bot no token is needed"),
               std::string::npos);
     EXPECT_TRUE(clippedLabels(window).empty());
     testing::saveScreenshot(window, "settings-alerts");
@@ -216,6 +225,91 @@ TEST_F(WebsiteViewsTest, ThePopoverPutsTheSiteThatIsDownFirstAndTheHistoryShowsI
     EXPECT_NE(record.find("ongoing"), std::string::npos) << record;
     EXPECT_TRUE(clippedLabels(history).empty());
     testing::saveScreenshot(history, "site-history");
+}
+
+// Two sites without names on one host are told apart, and each row says which site it is
+// and how old its state is.
+TEST_F(WebsiteViewsTest, RowsNameEachSiteByItsAddressAndSayHowOldTheStateIs) {
+    ASSERT_NO_FATAL_FAILURE(addSites());
+    ASSERT_EQ(monitor->add("", shop.url() + "health", ""), std::nullopt);
+    ASSERT_EQ(monitor->add("", shop.url() + "status?full=1", ""), std::nullopt);
+    const std::string hostAndPort =
+        shop.url().substr(std::string("http://").size(), shop.url().size() - 8);
+    auto* view = new WebsitesView(monitor);
+    PopoverWindow popover(view);
+    popover.showAt(QRect(900, 0, 24, 24));
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&popover));
+    const std::string text = visibleText(popover);
+    EXPECT_NE(text.find(hostAndPort + "/health\n"), std::string::npos) << text;
+    EXPECT_NE(text.find(hostAndPort + "/status?full=1\n"), std::string::npos) << text;
+    // A named site shows its address under the name; a down one since when it is down.
+    EXPECT_NE(text.find("Shop\n" + hostAndPort + " · checked just now"), std::string::npos) << text;
+    EXPECT_TRUE(QRegularExpression("API\n[^\n]* · down since \\d\\d:\\d\\d · checked")
+                    .match(QString::fromStdString(text))
+                    .hasMatch())
+        << text;
+    EXPECT_EQ(clippedLabels(popover), std::vector<std::string>{});
+
+    SettingsWindow window(controller->coordinators());
+    window.resize(720, 560);
+    window.show();
+    window.showTab(SettingsWindow::kWebsitesTab);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    auto* list = window.findChild<QTreeWidget*>();
+    ASSERT_EQ(list->topLevelItemCount(), 5);
+    EXPECT_EQ(list->topLevelItem(3)->text(0).toStdString(), hostAndPort + "/health");
+    EXPECT_EQ(list->topLevelItem(4)->text(0).toStdString(), hostAndPort + "/status?full=1");
+}
+
+// Without a tray the overview window lists the websites as their popover does.
+TEST_F(WebsiteViewsTest, WithoutATrayTheOverviewWindowShowsTheWebsites) {
+    ASSERT_NO_FATAL_FAILURE(addSites());
+    DashboardWindow window(controller->coordinators(), &settings);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    QTest::qWait(20);
+    const std::string text = visibleText(window);
+    EXPECT_NE(text.find("Websites\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("API is down"), std::string::npos) << text;
+    EXPECT_NE(text.find("The server answered HTTP 503"), std::string::npos) << text;
+    EXPECT_NE(text.find("Old blog"), std::string::npos) << text;
+    QSignalSpy settingsAsked(&window, &DashboardWindow::settingsRequested);
+    child<QPushButton>(window, "Websites settings…")->click();
+    EXPECT_EQ(settingsAsked.size(), 1);
+}
+
+// A failure to read the states shows with the list, not under the Add form; a refused
+// address shows under the Add form.
+TEST_F(WebsiteViewsTest, EachErrorShowsWhereItBelongs) {
+    ASSERT_NO_FATAL_FAILURE(addSites());
+    SettingsWindow window(controller->coordinators());
+    window.resize(720, 560);
+    window.show();
+    window.showTab(SettingsWindow::kWebsitesTab);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    auto* tab = window.findChild<WebsitesTab*>();
+    auto* list = window.findChild<QTreeWidget*>();
+    QLineEdit* address = fieldWithHint(*tab, "example.com or https://example.com/health/");
+    ASSERT_NE(address, nullptr);
+    server.stop();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return monitor->lastError().has_value(); }, 10000));
+    QTest::qWait(20);
+    const QString failure = QString::fromStdString(*monitor->lastError());
+    QLabel* shown = nullptr;
+    for (auto* label : tab->findChildren<QLabel*>())
+        if (label->isVisible() && label->text() == failure)
+            shown = label;
+    ASSERT_NE(shown, nullptr) << failure.toStdString();
+    const auto top = [&](QWidget* widget) { return widget->mapTo(tab, QPoint(0, 0)).y(); };
+    EXPECT_GT(top(shown), top(list));
+    EXPECT_LT(top(shown), top(address));
+
+    address->setText("ftp://example.org");
+    EXPECT_FALSE(tab->addFromFields());
+    QLabel* refused = child<QLabel>(*tab, "Enter a web address such as example.com or "
+                                          "https://example.com/health/.");
+    ASSERT_NE(refused, nullptr);
+    EXPECT_GT(top(refused), top(address));
 }
 
 // A new user signs in from the Account tab with the code ravo-server mails to a real SMTP

@@ -11,6 +11,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -62,6 +63,12 @@ WebsitesView::WebsitesView(cloud::WebsiteMonitor* monitor, QWidget* parent)
     connect(settings, &QPushButton::clicked, this, &WebsitesView::settingsRequested);
     auto* keepCurrent = new VisibleRefresh(this, [this] { rebuild(); });
     connect(monitor_, &cloud::WebsiteMonitor::changed, keepCurrent, &VisibleRefresh::request);
+    // "checked 2 min ago" grows older between the polls too.
+    auto* ages = new QTimer(this);
+    ages->setInterval(std::chrono::seconds(30));
+    ages->setTimerType(Qt::CoarseTimer);
+    connect(ages, &QTimer::timeout, keepCurrent, &VisibleRefresh::request);
+    ages->start();
     rebuild();
 }
 
@@ -75,6 +82,7 @@ void WebsitesView::rebuild() {
     summary_->setText(monitor_->isSignedIn()
                           ? QString::fromStdString(overview.summary)
                           : "Signed out: sign in in Settings → Account to see the states.");
+    const TimePoint now = Clock::now();
     for (const auto& site : sites) {
         const SiteHealthLook look = siteHealthLook(site, monitor_->state(site.id), palette());
         auto* row = new QWidget;
@@ -85,7 +93,15 @@ void WebsitesView::rebuild() {
         line->addWidget(dot);
         auto* name = new QLabel(QString::fromStdString(wire::siteDisplayName(site.name, site.url)));
         name->setToolTip(QString::fromStdString(site.url));
-        line->addWidget(name, 1);
+        // Under the name, which site it is and how old its state is.
+        auto* names = new QVBoxLayout;
+        names->setSpacing(0);
+        names->addWidget(name);
+        QLabel* about = wrappedLabel(siteAboutLine(site, monitor_->state(site.id), now),
+                                     Theme::mutedText(palette()));
+        about->setObjectName("siteAbout");
+        names->addWidget(about);
+        line->addLayout(names, 1);
         QLabel* detail = coloredLabel(look.detail.isEmpty() ? look.word : look.detail, look.color);
         detail->setToolTip(look.word + (look.detail.isEmpty() ? "" : ": " + look.detail));
         detail->setMaximumWidth(220);

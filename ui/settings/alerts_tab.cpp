@@ -40,6 +40,7 @@ AlertsTab::AlertsTab(cloud::AlertNotifier* notifier, cloud::CloudAccount* accoun
     auto* form = new QVBoxLayout(controls_);
     form->setContentsMargins(0, 0, 0, 0);
     form->addWidget(wrappedLabel(cloud::TelegramSettings::kExplanation, muted));
+    form->addWidget(wrappedLabel(SettingsTexts::kTelegramBotHelp, muted));
     auto* grid = new QFormLayout;
     token_ = new QLineEdit;
     token_->setEchoMode(QLineEdit::Password);

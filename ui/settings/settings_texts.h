@@ -44,6 +44,9 @@ inline constexpr const char* kAppleInBrowser =
 inline constexpr const char* kSiteRule =
     "A site counts as down after two failed checks in a row; 401 and 403 count as up for "
     "password-protected sites.";
+inline constexpr const char* kTelegramBotHelp =
+    "With the server's own bot no token is needed: save your chat ID and press Send test. A "
+    "token of your own is for alerts from your own bot, and lets Find look up the chat.";
 inline constexpr const char* kDesktopAlerts = "Desktop alerts";
 inline constexpr const char* kDesktopAlertsHelp =
     "A notification when a website goes down and when it is back up, while Ravo runs.";

@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTimer>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -39,8 +40,8 @@ WebsitesTab::WebsitesTab(cloud::WebsiteMonitor* monitor, QWidget* parent)
     layout->addWidget(wrappedLabel(SettingsTexts::kSiteRule, muted));
 
     list_ = new QTreeWidget;
-    list_->setColumnCount(4);
-    list_->setHeaderLabels({"Website", "Address", "State", "Response"});
+    list_->setColumnCount(5);
+    list_->setHeaderLabels({"Website", "Address", "State", "Response", "Checked"});
     list_->setRootIsDecorated(false);
     list_->setUniformRowHeights(true);
     list_->header()->setStretchLastSection(false);
@@ -48,8 +49,12 @@ WebsitesTab::WebsitesTab(cloud::WebsiteMonitor* monitor, QWidget* parent)
     list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
     list_->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
     list_->header()->setSectionResizeMode(3, QHeaderView::ResizeToContents);
+    list_->header()->setSectionResizeMode(4, QHeaderView::ResizeToContents);
     list_->setMinimumHeight(160);
     layout->addWidget(list_, 1);
+    // A failure to keep the list current is the list's, not the Add form's.
+    error_ = wrappedLabel({}, Theme::errorText(palette()));
+    layout->addWidget(error_);
     connect(list_, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item, int column) {
         if (syncing_ || column != 0)
             return;
@@ -108,9 +113,16 @@ WebsitesTab::WebsitesTab(cloud::WebsiteMonitor* monitor, QWidget* parent)
     connect(add_, &QPushButton::clicked, this, &WebsitesTab::addFromFields);
     connect(address_, &QLineEdit::textEdited, inputError_, &QLabel::hide);
 
-    error_ = wrappedLabel({}, Theme::errorText(palette()));
-    layout->addWidget(error_);
     connect(monitor_, &cloud::WebsiteMonitor::changed, this, &WebsitesTab::sync);
+    // The ages grow between the polls too.
+    auto* ages = new QTimer(this);
+    ages->setInterval(std::chrono::seconds(30));
+    ages->setTimerType(Qt::CoarseTimer);
+    connect(ages, &QTimer::timeout, this, [this] {
+        if (isVisible())
+            sync();
+    });
+    ages->start();
     sync();
 }
 
@@ -149,6 +161,7 @@ void WebsitesTab::sync() {
     // check box was clicked), and the selection and scroll position stay where they were.
     const std::string selected = selectedID();
     const auto& sites = monitor_->sites();
+    const TimePoint now = Clock::now();
     while (list_->topLevelItemCount() > int(sites.size()))
         delete list_->takeTopLevelItem(list_->topLevelItemCount() - 1);
     while (list_->topLevelItemCount() < int(sites.size()))
@@ -164,11 +177,16 @@ void WebsitesTab::sync() {
         item->setText(1, QString::fromStdString(site.url));
         item->setToolTip(1, QString::fromStdString(site.url));
         const SiteHealthLook look = siteHealthLook(site, state, palette());
-        item->setText(2, look.word);
+        const std::string since = cloud::downSinceText(state, now);
+        // "Down since 14:05"
+        item->setText(2, since.empty() ? look.word
+                                       : look.word + QString::fromStdString(since.substr(4)));
         item->setForeground(2, look.color);
         item->setIcon(2, look.dot);
         item->setText(3, look.detail);
         item->setToolTip(3, look.detail);
+        item->setText(4, site.isEnabled ? QString::fromStdString(cloud::checkedAge(state, now))
+                                        : QString());
         item->setSelected(site.id == selected);
     }
     const bool signedIn = monitor_->isSignedIn();

@@ -1,9 +1,12 @@
 #include "ui/widgets/site_health.h"
 
+#include "base/trimmed.h"
 #include "ui/theme.h"
+#include "wire/site_url.h"
 
 #include <QPainter>
 #include <QPixmap>
+#include <QStringList>
 
 #include <cmath>
 
@@ -65,6 +68,26 @@ SiteHealthLook siteHealthLook(const cloud::MonitoredSite& site, const cloud::Sit
         break;
     }
     return {"Not checked yet", color, dot(color), detail};
+}
+
+QString siteAgeText(const cloud::SiteState& state, TimePoint now) {
+    QStringList parts;
+    for (const std::string& part :
+         {cloud::downSinceText(state, now), cloud::checkedText(state, now)})
+        if (!part.empty())
+            parts << QString::fromStdString(part);
+    return parts.join(" · ");
+}
+
+QString siteAboutLine(const cloud::MonitoredSite& site, const cloud::SiteState& state,
+                      TimePoint now) {
+    QStringList parts;
+    if (!trimmedView(site.name).empty())
+        parts << QString::fromStdString(wire::siteDisplayName({}, site.url));
+    if (site.isEnabled)
+        if (const QString age = siteAgeText(state, now); !age.isEmpty())
+            parts << age;
+    return parts.join(" · ");
 }
 
 } // namespace ravo::ui

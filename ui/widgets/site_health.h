@@ -23,4 +23,12 @@ SiteHealthLook siteHealthLook(const cloud::MonitoredSite& site, const cloud::Sit
                               const QPalette& palette);
 QColor siteHealthColor(cloud::SiteState::Health health, const QPalette& palette);
 
+// What tells a site from others on its host and says how old its state is:
+// "shop.example/health · down since 14:05 · checked 2 min ago". The address is left out
+// when the site has no name of its own, as the name is then the address.
+QString siteAboutLine(const cloud::MonitoredSite& site, const cloud::SiteState& state,
+                      TimePoint now);
+// "down since 14:05 · checked 2 min ago", or the part that is known.
+QString siteAgeText(const cloud::SiteState& state, TimePoint now);
+
 } // namespace ravo::ui
