@@ -7,6 +7,7 @@
 #include <QCoro/QCoroTask>
 
 #include <iostream>
+#include <optional>
 #include <termios.h>
 #include <unistd.h>
 
@@ -16,7 +17,8 @@ using namespace cloud;
 
 namespace {
 
-std::string readLine(bool secret) {
+// Nothing at the end of the input (Ctrl-D), unlike an empty line.
+std::optional<std::string> readLine(bool secret) {
     termios saved{};
     const bool terminal = secret && isatty(STDIN_FILENO) && tcgetattr(STDIN_FILENO, &saved) == 0;
     if (terminal) {
@@ -25,13 +27,17 @@ std::string readLine(bool secret) {
         tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
     }
     std::string line;
-    std::getline(std::cin, line);
+    const bool read = bool(std::getline(std::cin, line));
     if (terminal) {
         tcsetattr(STDIN_FILENO, TCSANOW, &saved);
         std::cerr << "\n";
     }
+    if (!read && line.empty())
+        return std::nullopt;
     return line;
 }
+
+constexpr const char* kNoCodeText = "Sign-in cancelled: no code was entered.";
 
 int failed(const CloudAccount& account) {
     std::cerr << account.error().value_or("The sign-in failed.") << "\n";
@@ -82,7 +88,7 @@ QCoro::Task<int> run(CloudAccount& account, AccountRequest request) {
         co_return 2;
     }
     if (request.passwordFromStandardInput) {
-        std::string password = readLine(true);
+        std::string password = readLine(true).value_or("");
         co_await account.signIn(request.email, std::move(password));
     } else {
         co_await account.requestEmailCode(request.email);
@@ -90,8 +96,12 @@ QCoro::Task<int> run(CloudAccount& account, AccountRequest request) {
             co_return failed(account);
         std::cerr << "We sent a 6-digit code to " << account.pendingEmail()->email
                   << ". It expires in 10 minutes.\nCode: " << std::flush;
-        std::string code = readLine(false);
-        co_await account.verifyEmailCode(std::move(code));
+        auto code = readLine(false);
+        if (!code) {
+            std::cerr << "\n" << kNoCodeText << "\n";
+            co_return 1;
+        }
+        co_await account.verifyEmailCode(std::move(*code));
     }
     if (!account.isSignedIn())
         co_return failed(account);
