@@ -38,6 +38,8 @@ struct ProcessCounters {
     std::uint64_t cpuTicks = 0; // user and system, all threads
     std::uint64_t residentBytes = 0;
     std::string name;
+    // A process runs on as many cores as it has threads at most; 0 when unknown.
+    std::uint64_t threads = 0;
     bool operator==(const ProcessCounters&) const = default;
 };
 

@@ -61,9 +61,14 @@ TopProcesses top(const std::vector<ProcessCounters>& now,
             const std::uint64_t spent =
                 !was ? process.cpuTicks
                      : (process.cpuTicks > was->cpuTicks ? process.cpuTicks - was->cpuTicks : 0);
+            // The two reads are a tick apart at worst, which alone could make a single
+            // thread look busier than a core.
+            const double most = process.threads > 0
+                                    ? std::min(limit, 100.0 * static_cast<double>(process.threads))
+                                    : limit;
             shares[i] =
-                std::min(limit, 100.0 * static_cast<double>(spent) * static_cast<double>(cpuCount) /
-                                    static_cast<double>(elapsedTicks));
+                std::min(most, 100.0 * static_cast<double>(spent) * static_cast<double>(cpuCount) /
+                                   static_cast<double>(elapsedTicks));
             if (spent > 0)
                 offer(busiest, shown, {i, shares[i]});
         }

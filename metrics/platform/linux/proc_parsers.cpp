@@ -191,7 +191,7 @@ std::optional<ProcessStat> parseProcessStat(std::string_view text) {
     ProcessStat stat;
     stat.pid = *pid;
     stat.name = text.substr(open + 1, close - open - 1);
-    // Fields from the third (state) on; utime is the 14th, rss the 24th.
+    // Fields from the third (state) on; utime is the 14th, threads the 20th, rss the 24th.
     Fields fields(text.substr(close + 1));
     std::uint64_t utime = 0, stime = 0;
     for (int number = 3; number <= 24; ++number) {
@@ -201,11 +201,15 @@ std::optional<ProcessStat> parseProcessStat(std::string_view text) {
         switch (number) {
         case 14:
         case 15:
+        case 20:
         case 22: {
             const auto value = parseUnsigned(field);
             if (!value)
                 return std::nullopt;
-            (number == 14 ? utime : number == 15 ? stime : stat.startTime) = *value;
+            (number == 14   ? utime
+             : number == 15 ? stime
+             : number == 20 ? stat.threads
+                            : stat.startTime) = *value;
         } break;
         case 24: {
             // Signed in the kernel; a process being torn down can show less than nothing.

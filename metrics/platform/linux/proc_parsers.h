@@ -68,6 +68,7 @@ struct ProcessStat {
     std::uint64_t cpuTicks = 0; // utime + stime
     std::uint64_t startTime = 0;
     std::uint64_t residentPages = 0;
+    std::uint64_t threads = 0;
     bool operator==(const ProcessStat&) const = default;
 };
 

@@ -133,6 +133,7 @@ bool ProcessScanner::scan(std::vector<ProcessCounters>& into) {
             process.startTime = stat->startTime;
             process.cpuTicks = stat->cpuTicks;
             process.residentBytes = stat->residentPages * pageSize_;
+            process.threads = stat->threads;
             assignDisplayName(process.name, stat->name);
         }
     }

@@ -53,6 +53,12 @@ TEST(ProcessRanking, AReusedPidIsANewProcessAndSharesStayWithinTheMachine) {
     EXPECT_DOUBLE_EQ(*reused.byCpu[0].cpuPercent, 40.0);
     const std::vector<ProcessCounters> wild{process(5, 5000, 1, "old", 10)};
     EXPECT_DOUBLE_EQ(*ProcessRanking::top(wild, &before, 100, 1).byCpu[0].cpuPercent, 100.0);
+    // A tick's jitter cannot take a single thread past one core; two threads may use two.
+    std::vector<ProcessCounters> jitter{process(5, 1000 + 51, 1, "old", 10)};
+    jitter[0].threads = 1;
+    EXPECT_DOUBLE_EQ(*ProcessRanking::top(jitter, &before, 100, 2).byCpu[0].cpuPercent, 100.0);
+    jitter[0].threads = 2;
+    EXPECT_DOUBLE_EQ(*ProcessRanking::top(jitter, &before, 100, 2).byCpu[0].cpuPercent, 102.0);
 }
 
 TEST(ProcessRanking, KeepsFiveOfEachAndTheLowerPidOnATie) {

@@ -17,7 +17,7 @@ TEST(ProcessStat, ReadsTimesStartAndResidentPagesFromCapturedLines) {
     const std::string initLine = captured("init");
     const auto init = parseProcessStat(initLine);
     ASSERT_TRUE(init);
-    EXPECT_EQ(*init, (ProcessStat{1, "process_api", 361 + 1689, 33, 3677}));
+    EXPECT_EQ(*init, (ProcessStat{1, "process_api", 361 + 1689, 33, 3677, 13}));
     const std::string shellLine = captured("busy-shell");
     const auto shell = parseProcessStat(shellLine);
     ASSERT_TRUE(shell);
