@@ -7,6 +7,9 @@ use_temporary_home() {
     trap 'rm -rf "$work"' EXIT
     export HOME=$work
     unset XDG_DATA_HOME XDG_CONFIG_HOME DBUS_SESSION_BUS_ADDRESS
+    # A runtime folder of its own: a `ravo status` here must not ask another test's Ravo.
+    export XDG_RUNTIME_DIR=$work/runtime
+    mkdir -m 700 "$XDG_RUNTIME_DIR"
 }
 
 # An X server of its own on a display it picks itself (tests run side by side): sets DISPLAY.
@@ -39,7 +42,7 @@ wait_until() { # seconds command...
 # A runtime folder and an X server of its own, as a logged-in desktop has.
 use_desktop_session() {
     export XDG_RUNTIME_DIR=$work/runtime
-    mkdir -m 700 "$XDG_RUNTIME_DIR"
+    mkdir -p -m 700 "$XDG_RUNTIME_DIR"
     start_x_server
 }
 
