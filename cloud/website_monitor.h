@@ -81,6 +81,7 @@ private:
     using SiteEdit = std::function<void(std::vector<wire::CloudSite>&)>;
     void edit(SiteEdit change);
     void queueEdit(SiteEdit change);
+    void dropSent(std::size_t count);
     QCoro::Task<> push();
     QCoro::Task<> refreshList();
     void takeServerList(const std::vector<wire::CloudSite>& sites);

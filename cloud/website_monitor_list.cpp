@@ -64,6 +64,12 @@ void WebsiteMonitor::queueEdit(SiteEdit change) {
     emit changed();
 }
 
+void WebsiteMonitor::dropSent(std::size_t count) {
+    // Signing out while a write was on its way has emptied the queue already.
+    pending_.erase(pending_.begin(),
+                   pending_.begin() + std::ptrdiff_t(std::min(count, pending_.size())));
+}
+
 QCoro::Task<> WebsiteMonitor::push() {
     // One writer at a time; a running one takes the edits made meanwhile in its next round.
     if (!account_.isSignedIn() || pushing_)
@@ -86,12 +92,12 @@ QCoro::Task<> WebsiteMonitor::push() {
             // An unreachable server gets the edits at a later poll; a refused edit is
             // dropped, and the server's list shown again.
             if (!waitsForTheServer(*failure)) {
-                pending_.erase(pending_.begin(), pending_.begin() + std::ptrdiff_t(count));
+                dropSent(count);
                 refused = true;
             }
             break;
         }
-        pending_.erase(pending_.begin(), pending_.begin() + std::ptrdiff_t(count));
+        dropSent(count);
         lastError_.reset();
         takeServerList(std::get<TaggedSites>(kept).sites);
     }
