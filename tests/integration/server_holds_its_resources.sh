@@ -171,11 +171,12 @@ chmod 644 "$work/old.db"
 start_server old
 [ "$(stat -c %a "$work/old.db")" = 600 ] || fail "an old database stays readable by others"
 
-# --- Addresses kept as typed by an older version are folded to the one sign-in looks up.
+# --- Addresses kept as typed by an older version (whose database had no layout version) are
+# folded to the one sign-in looks up when it is upgraded.
 printf 'correct horse battery\n' | "$bin/ravo-server" user add one@example.org --password-stdin \
     --database "sqlite:$work/fold.db" >/dev/null
 python3 -c "import sqlite3, sys; db = sqlite3.connect(sys.argv[1])
-db.execute(\"UPDATE accounts SET email = 'One@Example.ORG.'\"); db.commit()" "$work/fold.db"
+db.execute(\"UPDATE accounts SET email = 'One@Example.ORG.'\"); db.execute('DROP TABLE schema_version'); db.execute('ALTER TABLE accounts DROP COLUMN sites_version'); db.commit()" "$work/fold.db"
 start_server fold
 expect "$(call POST auth/token '{"email":"one@example.org","password":"correct horse battery","device_name":"x"}')" 200
 
