@@ -1,4 +1,5 @@
 #include "server/api/api.h"
+#include "server/api/site_list_tag.h"
 
 #include "server/config/secrets.h"
 
@@ -42,38 +43,11 @@ std::optional<std::string> problemWith(const std::vector<wire::CloudSite>& sites
     return std::nullopt;
 }
 
-std::string entityTag(std::int64_t version) {
-    return "\"sites-" + std::to_string(version) + "\"";
-}
-
-// The versions an If-Match header names: nothing without the header (or with "*"), else
-// the versions of the tags that are ours; weak tags never match a write.
 std::optional<std::vector<std::int64_t>> versionsMatched(const HttpRequest& request) {
     const auto header = request.headers.find("if-match");
     if (header == request.headers.end())
         return std::nullopt;
-    const std::string& text = header->second;
-    std::vector<std::int64_t> versions;
-    if (text.size() > 1024)
-        return versions;
-    for (std::size_t start = 0; start <= text.size();) {
-        const auto end = std::min(text.find(',', start), text.size());
-        std::string tag = text.substr(start, end - start);
-        start = end + 1;
-        tag.erase(0, tag.find_first_not_of(" \t"));
-        tag.erase(tag.find_last_not_of(" \t") + 1);
-        if (tag == "*")
-            return std::nullopt;
-        constexpr std::string_view prefix = "\"sites-";
-        if (!tag.starts_with(prefix) || !tag.ends_with('"') || versions.size() >= 16)
-            continue;
-        const std::string digits = tag.substr(prefix.size(), tag.size() - prefix.size() - 1);
-        if (digits.empty() || digits.size() > 18 ||
-            digits.find_first_not_of("0123456789") != std::string::npos)
-            continue;
-        versions.push_back(std::stoll(digits));
-    }
-    return versions;
+    return listVersionsIn(header->second);
 }
 
 } // namespace
@@ -102,7 +76,7 @@ HttpResponse list(ApiContext& context, const Caller& caller) {
     if (!stored)
         return storeFailure(stored.failure());
     auto response = jsonResponse(200, wireJson(stored->sites).dump());
-    response.headers["ETag"] = entityTag(stored->version);
+    response.headers["ETag"] = entityTagFor(stored->version);
     return response;
 }
 

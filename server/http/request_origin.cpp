@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 
 namespace ravo::server {
 
@@ -14,7 +15,9 @@ bool isPort(std::string_view digits) {
         !std::all_of(digits.begin(), digits.end(),
                      [](unsigned char c) { return std::isdigit(c) != 0; }))
         return false;
-    return std::stoi(std::string(digits)) <= 65535;
+    int port = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), port);
+    return port <= 65535;
 }
 
 bool isName(std::string_view name) {
