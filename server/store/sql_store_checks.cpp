@@ -123,7 +123,8 @@ Result<std::vector<DueCheck>> SqlStore::claimDueChecks(TimePoint now, int limit)
         due.push_back(
             {row.integer(0), row.text(1), row.text(2), row.text(3), row.text(4),
              row.optionalText(5),
-             fromUnixSeconds(row.real(6) - static_cast<double>(row.integer(7)) * minuteSeconds_)});
+             fromUnixSeconds(row.real(6) - static_cast<double>(row.integer(7)) * minuteSeconds_),
+             fromUnixSeconds(row.real(6))});
     return due;
 }
 

@@ -85,6 +85,8 @@ struct DueCheck {
     std::string name;
     std::optional<std::string> keyword;
     TimePoint slot;
+    // The slot after this one: a check still waiting then is one slot too late to run.
+    TimePoint nextSlot;
     bool operator==(const DueCheck&) const = default;
 };
 
