@@ -4,6 +4,7 @@
 #include "metrics/core/metric_summary.h"
 #include "metrics/core/system_reading_json.h"
 #include "sessions/core/session_list.h"
+#include "ui/terminal/process_table.h"
 #include "usage/core/snapshot_json.h"
 #include "usage/core/usage_text.h"
 
@@ -105,6 +106,12 @@ std::string statusText(const StatusReport& report, const FormatLocale& locale) {
         if (summary.value == "—" && summary.detail.empty())
             line += " no data";
         text += line + "\n";
+    }
+    if (report.system.processes) {
+        const auto table = ui::processTableLines(*report.system.processes, locale);
+        text += table.empty() ? "" : "\n";
+        for (const auto& line : table)
+            text += line + "\n";
     }
     if (report.usage)
         text += usageText(*report.usage, report.system.date);

@@ -27,6 +27,17 @@ TEST(StatusJson, PutsTheReadingUnderSystemWithIsoDates) {
     EXPECT_FALSE(j["system"].contains("gpuDetail"));
 }
 
+TEST(StatusJson, GivesSwapItsOwnObjectBesideMemory) {
+    auto withSwap = report();
+    withSwap.system.swap = SwapUsage{2ull << 30, 512ull << 20};
+    const auto j = statusJson(withSwap);
+    EXPECT_EQ(j["system"]["swap"], (nlohmann::json{{"total", 2ull << 30}, {"used", 512ull << 20}}));
+    EXPECT_FALSE(statusJson(report())["system"].contains("swap"));
+    const auto text = statusText(withSwap, {});
+    EXPECT_NE(text.find("Swap         25% (normal)  512 MB used of 2 GB"), std::string::npos)
+        << text;
+}
+
 TEST(StatusText, GivesEveryMetricItsValueAndLevel) {
     const auto text = statusText(report(), {});
     EXPECT_NE(text.find("Processor    75% (warning)"), std::string::npos) << text;
@@ -36,6 +47,40 @@ TEST(StatusText, GivesEveryMetricItsValueAndLevel) {
     EXPECT_NE(text.find("Network      ↓ 1 kB/s  ↑ 0 kB/s\n"), std::string::npos) << text;
     EXPECT_EQ(text.find(" K/s"), std::string::npos) << text;
     EXPECT_NE(text.find("Graphics     — no data"), std::string::npos) << text;
+}
+
+TEST(StatusText, ListsTheBusiestAndLargestProcessesBetweenTheMachineAndTheLimits) {
+    auto withProcesses = report();
+    withProcesses.system.processes =
+        TopProcesses{{{"spin (1) x", 4242, 99.4, 1 << 20}, {"cc1plus", 17, 42.0, 300ull << 20}},
+                     {{"cc1plus", 17, 42.0, 300ull << 20}}};
+    withProcesses.usage = usage::UsageSnapshot{};
+    const auto text = statusText(withProcesses, {});
+    const auto temperature = text.find("Temperature");
+    const auto busiest = text.find("\nBusiest processes");
+    const auto largest = text.find("\nLargest processes");
+    const auto limits = text.find("\nAI limits");
+    ASSERT_NE(busiest, std::string::npos) << text;
+    EXPECT_LT(temperature, busiest) << text;
+    EXPECT_LT(busiest, largest) << text;
+    EXPECT_LT(largest, limits) << text;
+    // Every row has its name, pid, share of a core and resident memory.
+    EXPECT_NE(text.find("  spin (1) x                4242    99%       1 MB\n"), std::string::npos)
+        << text;
+    EXPECT_NE(text.find("  cc1plus                     17    42%     300 MB\n"), std::string::npos)
+        << text;
+    // The JSON keeps its own shape: the processes stay under system.
+    const auto j = statusJson(withProcesses);
+    EXPECT_EQ(j["system"]["processes"]["byCpu"][0]["pid"], 4242);
+    EXPECT_FALSE(j.contains("processes"));
+
+    // Without a baseline the CPU list is empty and says nothing; the memory list stays.
+    withProcesses.system.processes->byCpu.clear();
+    const auto firstLook = statusText(withProcesses, {});
+    EXPECT_EQ(firstLook.find("Busiest"), std::string::npos) << firstLook;
+    EXPECT_NE(firstLook.find("Largest processes"), std::string::npos) << firstLook;
+    withProcesses.system.processes.reset();
+    EXPECT_EQ(statusText(withProcesses, {}).find("processes"), std::string::npos);
 }
 
 TEST(StatusWebsites, ShowsEachSiteWithItsHealthAndWhyItIsDown) {

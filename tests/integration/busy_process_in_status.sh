@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# A process keeping a core busy heads `ravo status --json`'s processes by CPU.
+# A process keeping a core busy heads the processes by CPU in `ravo status --json`, in
+# the text of `ravo status` and in the dashboard's plain lines into a pipe.
 set -euo pipefail
 ravo=$1
 source "$(dirname "$0")/lib.sh"
@@ -27,5 +28,24 @@ awk -v p="$(jq '.cpuPercent' <<<"$top")" 'BEGIN { exit !(p >= 50 && p <= 100) }'
 jq -e '.system.processes.byMemory | length > 0 and
        ([.[].residentBytes] == ([.[].residentBytes] | sort | reverse))' <<<"$status" >/dev/null ||
     fail "the memory list is empty or out of order"
+# The text lists it under the busiest, with its pid, share of a core and memory.
+text=$("$ravo" status)
+busiest=$(sed -n '/^Busiest processes  *pid  *CPU  *memory$/,/^$/p' <<<"$text")
+row=$(grep -F "  spin (1) x " <<<"$busiest" || true)
+[ -n "$row" ] || fail "the text's busiest processes lack the spinner: $text"
+read -r -a figures <<<"${row#  spin (1) x }"
+[ "${figures[0]}" = "$busy" ] || fail "its row reads: $row"
+[[ ${figures[1]} =~ ^[0-9]+%$ ]] && [ "${figures[1]%\%}" -ge 50 ] || fail "its share reads: $row"
+[[ ${figures[2]} =~ ^[0-9.]+$ && ${figures[3]} =~ ^(KB|MB)$ ]] || fail "its memory reads: $row"
+grep -q "^Largest processes  *pid  *CPU  *memory$" <<<"$text" || fail "no largest processes: $text"
+
+# The dashboard into a pipe: the spinner shows up in its frames' plain lines.
+env -u DISPLAY -u WAYLAND_DISPLAY "$ravo" </dev/null 2>"$work/errors" >"$work/piped" &
+dashboard=$!
+trap 'kill $busy $dashboard 2>/dev/null || true; rm -rf "$work"' EXIT
+piped_spinner() { grep -q "^  spin (1) x  *$busy  *[0-9]*% " "$work/piped"; }
+wait_until 20 piped_spinner || fail "no spinner in the piped frames: $(tail -n 40 "$work/piped")"
+kill -INT $dashboard
+wait $dashboard || fail "the piped dashboard ended with status $?"
 kill $busy
 echo "busiest: $top"

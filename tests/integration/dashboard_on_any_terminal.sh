@@ -29,8 +29,8 @@ for kind in dumb no-such-terminal; do
     for text in Processor Memory "AI limits" "Agent sessions"; do
         shows "$text" || fail "TERM=$kind: no '$text': $(screen)"
     done
-    # New figures come as new frames.
-    frames() { screen | grep -c "^Ravo " || true; }
+    # New figures come as new frames, each below the last: count them in the scrollback.
+    frames() { term capture-pane -p -S - -t dash | grep -c "^Ravo " || true; }
     more_frames() { [ "$(frames)" -ge 2 ]; }
     wait_until 10 more_frames || fail "TERM=$kind: no second frame: $(screen)"
     # Nothing a dumb terminal would print as it is: no escape sequences in what it got.

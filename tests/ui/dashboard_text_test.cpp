@@ -1,7 +1,11 @@
 #include "ui/terminal/dashboard_text.h"
+#include "ui/terminal/process_table.h"
+#include "ui/terminal/screen_grid.h"
 #include "ui/terminal/sparkline.h"
 
 #include <gtest/gtest.h>
+
+#include <clocale>
 
 namespace ravo::ui {
 namespace {
@@ -73,6 +77,52 @@ TEST(DashboardText, ShowsTheLimitsAndTheSessionsBesideTheMetrics) {
         << text;
     frame.tracksSessions = false;
     EXPECT_NE(renderDashboard(frame, {}).find("Tracking is off"), std::string::npos);
+}
+
+TEST(ProcessTable, LinesUpWhateverNamesTheProcessesChoose) {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    TopProcesses processes;
+    processes.byCpu = {
+        {"spin (1) x", 4242, 99.0, 1 << 20},
+        {"\x1b[2Jwipe", 7, 250.0, 0},                             // clears a screen
+        {"日本語のプロセス名", 123456, std::nullopt, 5ull << 30}, // wide, no share yet
+        {"a-name-far-longer-than-the-column", 1, 0.4, 4096}};
+    processes.byMemory = {processes.byCpu[2]};
+    const auto lines = processTableLines(processes, {});
+    ASSERT_EQ(lines.size(), 8u);
+    EXPECT_EQ(lines[0].rfind("Busiest processes", 0), 0u) << lines[0];
+    EXPECT_EQ(lines[5], "");
+    EXPECT_EQ(lines[6].rfind("Largest processes", 0), 0u) << lines[6];
+    // The pid, CPU and memory columns end where the heading's do.
+    const int width = displayWidth(lines[0]);
+    for (const auto& line : lines) {
+        EXPECT_EQ(displayWidth(line), line.empty() ? 0 : width) << line;
+        EXPECT_EQ(line.find('\x1b'), std::string::npos) << "an escape reaches the terminal";
+    }
+    EXPECT_NE(lines[2].find("?[2Jwipe"), std::string::npos) << lines[2];
+    EXPECT_NE(lines[2].find("250%"), std::string::npos) << "two busy cores: " << lines[2];
+    EXPECT_NE(lines[3].find("123456      —"), std::string::npos) << lines[3];
+    EXPECT_NE(lines[4].find("a-name-far-longer-t…"), std::string::npos) << lines[4];
+    EXPECT_TRUE(processTableLines({}, {}).empty());
+}
+
+TEST(DashboardText, PipedFramesListTheProcessesButNotWhilePaused) {
+    DashboardFrame frame;
+    SystemReading reading;
+    reading.processes = TopProcesses{{}, {{"cc1plus", 17, 42.0, 300ull << 20}}};
+    frame.reading = reading;
+    frame.metrics = {SystemMetric::memory};
+    frame.color = false;
+    const auto text = renderDashboard(frame, {});
+    const auto largest = text.find("Largest processes");
+    ASSERT_NE(largest, std::string::npos) << text;
+    EXPECT_LT(text.find("Memory"), largest);
+    EXPECT_LT(largest, text.find("AI limits"));
+    EXPECT_NE(text.find("  cc1plus                     17    42%     300 MB\n"), std::string::npos)
+        << text;
+    EXPECT_EQ(text.find("Busiest"), std::string::npos) << "an empty list has no heading";
+    frame.paused = "Paused until Ravo is updated to 0.9";
+    EXPECT_EQ(renderDashboard(frame, {}).find("cc1plus"), std::string::npos);
 }
 
 TEST(DashboardText, SaysSoWhenNothingIsEnabled) {

@@ -2,6 +2,7 @@
 
 #include "metrics/core/metric_summary.h"
 #include "sessions/core/session_list.h"
+#include "ui/terminal/process_table.h"
 #include "ui/terminal/sparkline.h"
 #include "usage/core/usage_text.h"
 
@@ -108,6 +109,12 @@ std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& loc
         text += "\n";
         if (!summary.detail.empty())
             text += std::string(kTextNameWidth, ' ') + summary.detail + "\n";
+    }
+    if (frame.reading && frame.reading->processes && !frame.paused) {
+        const auto table = processTableLines(*frame.reading->processes, locale);
+        text += table.empty() ? "" : "\n";
+        for (const auto& line : table)
+            text += line + "\n";
     }
     text += limitsText(frame, bold, reset);
     text += sessionsText(frame, bold, reset);

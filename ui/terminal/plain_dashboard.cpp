@@ -11,6 +11,8 @@ namespace ravo::ui {
 PlainDashboard::PlainDashboard(const Coordinators& coordinators, TerminalSession* terminal,
                                QObject* parent)
     : QObject(parent), coordinators_(coordinators), terminal_(terminal) {
+    // The frames list the busiest and largest processes, as `ravo status` does.
+    coordinators_.systemMonitor->processListDidShow();
     connect(coordinators_.systemMonitor, &metrics::SystemMonitor::readingChanged, this,
             &PlainDashboard::redraw);
     connect(coordinators_.usage, &usage::UsageCoordinator::snapshotChanged, this,
@@ -18,6 +20,10 @@ PlainDashboard::PlainDashboard(const Coordinators& coordinators, TerminalSession
     connect(coordinators_.sessions, &sessions::SessionTracker::sessionsChanged, this,
             &PlainDashboard::redraw);
     connect(terminal_, &TerminalSession::resized, this, &PlainDashboard::redraw);
+}
+
+PlainDashboard::~PlainDashboard() {
+    coordinators_.systemMonitor->processListDidHide();
 }
 
 void PlainDashboard::redraw() {

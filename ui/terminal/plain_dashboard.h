@@ -16,6 +16,7 @@ class PlainDashboard : public QObject {
 public:
     PlainDashboard(const Coordinators& coordinators, TerminalSession* terminal,
                    QObject* parent = nullptr);
+    ~PlainDashboard() override;
 
     void redraw();
 
