@@ -1,5 +1,6 @@
 #include "app/live_status.h"
 
+#include "app/live_sites.h"
 #include "cloud/cloud_account.h"
 #include "cloud/website_monitor.h"
 #include "connectivity/connection_watchdog.h"
@@ -46,6 +47,10 @@ void answerReport(const ui::Coordinators& parts, const QString& what,
                   std::function<void(std::optional<std::string>)> reply) {
     const QStringList words = what.split(' ', Qt::SkipEmptyParts);
     const bool json = words.value(1) == QLatin1String("json");
+    if (words.value(0) == QLatin1String("sites")) {
+        answerSitesReport(parts, json, std::move(reply));
+        return;
+    }
     if (words.value(0) != QLatin1String("status") ||
         (!json && words.value(1) != QLatin1String("text")) || !parts.watchdog ||
         !parts.watchdog->state()) {

@@ -1,6 +1,9 @@
 #include "app/cloud_services.h"
 #include "app/commands.h"
+#include "app/live_sites.h"
+#include "app/platform/single_instance.h"
 #include "cloud/cloud_account.h"
+#include "cloud/core/sites_listing.h"
 #include "cloud/site_list_edit.h"
 #include "cloud/site_list_settings.h"
 #include "cloud/websites_status_reader.h"
@@ -42,18 +45,15 @@ std::vector<MonitoredSite> monitored(const std::vector<wire::CloudSite>& sites) 
     return list;
 }
 
+int printed(const SitesListing& listing) {
+    if (listing.error)
+        std::cerr << *listing.error << "\n";
+    std::cout << listing.output << std::flush;
+    return listing.error ? 1 : 0;
+}
+
 QCoro::Task<int> list(CloudAccount& account, QSettings& settings, bool json) {
-    auto status = co_await readWebsitesStatus(account, settings);
-    const auto error = std::exchange(status.error, std::nullopt);
-    if (error)
-        std::cerr << *error << "\n";
-    if (json) {
-        std::cout << toJson(status)["sites"].dump(2) << std::endl;
-    } else {
-        for (const auto& line : lines(status))
-            std::cout << line << "\n";
-    }
-    co_return error ? 1 : 0;
+    co_return printed(sitesListing(co_await readWebsitesStatus(account, settings), json));
 }
 
 QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest request) {
@@ -126,6 +126,12 @@ int runSitesCommand(const SitesRequest& request) {
             std::cout << site.id << " " << site.url << "\n";
         return 0;
     }
+    // A running Ravo answers with what it shows and notifies.
+    if (request.action == "list")
+        if (const auto answer =
+                SingleInstance().ask(sitesQuestion(request.json), std::chrono::seconds(25)))
+            if (const auto listing = fromAnswer(*answer))
+                return printed(*listing);
     const auto cloud = CloudServices::forThisComputer();
     CloudAccount account(*settings, cloud.secrets, cloud.transport);
     return QCoro::waitFor(run(account, *settings, request));

@@ -23,6 +23,8 @@ QCoro::Task<> WebsiteMonitor::pollRound() {
     if (const auto* failure = std::get_if<CloudError>(&statuses)) {
         report(*failure);
     } else {
+        // The server answers again: an earlier failure no longer stands.
+        lastError_.reset();
         apply(std::get<std::vector<wire::CloudSiteStatus>>(statuses), true);
         co_await refreshList();
         co_await refreshUptimeIfDue();

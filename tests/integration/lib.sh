@@ -72,11 +72,23 @@ start_tray() {
     sleep 0.3 # the panel maps right after it claims the tray selection
 }
 
-# An unlocked Secret Service (GNOME Keyring) and a notification server (dunst) on the
-# session bus, as a desktop has them: sets $keyring and $notifier.
-start_keyring_and_notifications() {
+# An unlocked Secret Service (GNOME Keyring) on the session bus: sets $keyring.
+start_keyring() {
     eval "$(printf 'test-password' | gnome-keyring-daemon --unlock --components=secrets 2>/dev/null)"
     keyring=${GNOME_KEYRING_PID:-}
+}
+
+# A fresh HOME as use_temporary_home makes, on the session bus dbus-run-session started.
+use_temporary_home_on_session_bus() {
+    local bus=${DBUS_SESSION_BUS_ADDRESS:?run this inside dbus-run-session}
+    use_temporary_home
+    export DBUS_SESSION_BUS_ADDRESS=$bus
+}
+
+# An unlocked Secret Service and a notification server (dunst) on the session bus, as a
+# desktop has them: sets $keyring and $notifier.
+start_keyring_and_notifications() {
+    start_keyring
     dunst >"$work/dunst.log" 2>&1 &
     notifier=$!
     # Asked without activation, which would start a second dunst without the display.

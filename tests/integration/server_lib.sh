@@ -20,6 +20,21 @@ expect() { # "status body" status
 
 body_of() { echo "${1#* }"; }
 
+# ravo-server without its checker on a SQLite file of the test's, logging to
+# $work/server.log; $1 is the folder of the binaries. A restart keeps the port. Sets $port,
+# $database and $api the first time, $server each time.
+start_plain_server() {
+    if [ -z "${port:-}" ]; then
+        port=$(free_port)
+        database=sqlite:$work/ravo.db
+        api=http://127.0.0.1:$port/api/v1
+    fi
+    "$1/ravo-server" --listen "127.0.0.1:$port" --database "$database" --checker off \
+        >>"$work/server.log" 2>&1 &
+    server=$!
+    wait_for_server "$work/server.log"
+}
+
 # Waits until ravo-server answers at $api; $1 is its log.
 wait_for_server() {
     wait_until 15 curl -s -o /dev/null "$api/me" || fail "the server did not start: $(cat "$1")"

@@ -9,27 +9,15 @@ bin=$1
 here=$(dirname "$0")
 source "$here/lib.sh"
 source "$here/server_lib.sh"
-session_bus=${DBUS_SESSION_BUS_ADDRESS:?run this inside dbus-run-session}
-use_temporary_home
-export DBUS_SESSION_BUS_ADDRESS=$session_bus
+use_temporary_home_on_session_bus
 export XDG_CONFIG_HOME=$HOME/.config XDG_RUNTIME_DIR=$work/run
 mkdir -m 700 "$XDG_RUNTIME_DIR"
 unset DISPLAY WAYLAND_DISPLAY
 server='' keyring='' ravo=''
 trap 'kill $ravo $server $keyring 2>/dev/null || true; rm -rf "$work"' EXIT
-eval "$(printf 'test-password' | gnome-keyring-daemon --unlock --components=secrets 2>/dev/null)"
-keyring=${GNOME_KEYRING_PID:-}
+start_keyring
 
-port=$(free_port)
-database=sqlite:$work/ravo.db
-api=http://127.0.0.1:$port/api/v1
-start_server() {
-    "$bin/ravo-server" --listen "127.0.0.1:$port" --database "$database" --checker off \
-        >>"$work/server.log" 2>&1 &
-    server=$!
-    wait_for_server "$work/server.log"
-}
-start_server
+start_plain_server "$bin"
 second=$(password_token "$bin" ada@example.org) # the other computer's token
 printf 'correct horse battery\n' | "$bin/ravo" account signin --server "http://127.0.0.1:$port" \
     --email ada@example.org --password-stdin >/dev/null || fail "sign-in"
@@ -98,7 +86,7 @@ status=0
 "$bin/ravo" sites remove shop.example >"$work/out" 2>"$work/err" || status=$?
 [ "$status" = 1 ] && [ ! -s "$work/out" ] || fail "remove: $status $(cat "$work/out")"
 [ "$("$bin/ravo" sites --local)" = "$before" ] || fail "this computer's list changed"
-start_server
+start_plain_server "$bin"
 [ "$(sites_on_server)" = 122 ] || fail "the server's list changed"
 ! on_server | grep -q down.example || fail "the failed add reached the server later"
 "$bin/ravo" sites remove shop.example | grep -q '^Removed https://shop.example' || fail "remove"
