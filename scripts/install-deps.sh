@@ -17,7 +17,8 @@ if [ "${1:-}" = "--tests" ]; then
         openssl postgresql gnome-keyring libsecret-tools dunst
         iproute2 nftables tmux xterm python3-dbus python3-gi systemd util-linux
         lintian dpkg-dev adduser file
-        groff-base man-db bsdextrautils zsh fish appstream desktop-file-utils libxml2-utils)
+        groff-base man-db bsdextrautils zsh fish appstream desktop-file-utils libxml2-utils
+        xfce4-panel xfconf waybar sway)
 fi
 
 missing=()

@@ -31,7 +31,6 @@ CombinedTrayItem::CombinedTrayItem(const Coordinators& coordinators, QMenu* menu
     if (auto* monitor = coordinators_.systemMonitor)
         connect(monitor, &SystemMonitor::readingChanged, this, &CombinedTrayItem::redraw);
     redraw();
-    icon_->show();
 }
 
 CombinedTrayItem::~CombinedTrayItem() {

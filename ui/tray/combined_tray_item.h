@@ -24,6 +24,8 @@ public:
     ~CombinedTrayItem() override;
 
     void showPopover();
+    // Not yet shown: the panel shows its row in an order the host keeps.
+    TrayItem* trayItem() const { return icon_; }
     // Draws the icon again even if the figures are the same: for a panel whose colour changed.
     void repaint();
 

@@ -79,6 +79,7 @@ void StatusNotifierAdaptor::registerTypes() {
 }
 
 QString StatusNotifierAdaptor::id() const {
+    item_->noteReadByHost();
     return item_->id();
 }
 

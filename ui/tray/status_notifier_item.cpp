@@ -9,6 +9,7 @@
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
+#include <QFile>
 #include <QMenu>
 
 namespace ravo::ui {
@@ -58,6 +59,22 @@ bool StatusNotifierItem::hostIsPresent() {
            reply.arguments().first().value<QDBusVariant>().variant().toBool();
 }
 
+QString StatusNotifierItem::watcherCommandLine() {
+    QDBusMessage ask =
+        QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                       "org.freedesktop.DBus", "GetConnectionUnixProcessID");
+    ask << kWatcher;
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(ask, QDBus::Block, 500);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return {};
+    QFile file(QStringLiteral("/proc/%1/cmdline").arg(reply.arguments().first().toUInt()));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QByteArray line = file.read(4096);
+    line.replace('\0', ' ');
+    return QString::fromUtf8(line).trimmed();
+}
+
 void StatusNotifierItem::setIcon(const QIcon& icon) {
     icon_ = icon;
     emit adaptor_->NewIcon();
@@ -100,12 +117,20 @@ void StatusNotifierItem::registerWithWatcher() {
     QDBusMessage call = QDBusMessage::createMethodCall(kWatcher, "/StatusNotifierWatcher", kWatcher,
                                                        "RegisterStatusNotifierItem");
     call << serviceName_;
+    awaitingHost_ = true;
     // Waited for, so the items reach the host one after the other, in the user's order:
     // each has its own connection, and calls on different connections may overtake.
     const QDBusMessage reply = bus_->call(call, QDBus::Block, 1000);
     if (reply.type() == QDBusMessage::ErrorMessage)
         qCWarning(lcApp).noquote()
             << "The panel did not take the tray item" << id_ << ":" << reply.errorMessage();
+}
+
+void StatusNotifierItem::noteReadByHost() {
+    if (!awaitingHost_)
+        return;
+    awaitingHost_ = false;
+    emit readByHost();
 }
 
 void StatusNotifierItem::showMenu(const QPoint& at) {

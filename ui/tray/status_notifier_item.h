@@ -27,6 +27,9 @@ public:
 
     // A host is on the bus to show items: a watcher with at least one host registered.
     static bool hostIsPresent();
+    // The command line of the process that keeps the list of items, which says whose panel
+    // it is; empty when that cannot be learned.
+    static QString watcherCommandLine();
 
     void setIcon(const QIcon& icon);
     void setToolTip(const QString& text);
@@ -45,10 +48,13 @@ public:
 signals:
     // A primary click, where the host says it was (often the item's centre).
     void activated(const QPoint& at);
+    // The host read the item after it registered: it has its place in the panel now.
+    void readByHost();
 
 private:
     friend class StatusNotifierAdaptor;
     void registerWithWatcher();
+    void noteReadByHost();
     void showMenu(const QPoint& at);
 
     QString id_;
@@ -57,6 +63,7 @@ private:
     QString toolTip_;
     QMenu* menu_ = nullptr;
     bool visible_ = false;
+    bool awaitingHost_ = false;
     QString connectionName_;
     QString serviceName_;
     std::unique_ptr<QDBusConnection> bus_;

@@ -31,18 +31,13 @@ SystemTrayItems::SystemTrayItems(SystemMonitor* monitor, QMenu* sharedMenu,
         connect(connection_.watchdog, &connectivity::ConnectionWatchdog::stateChanged, this,
                 &SystemTrayItems::redraw);
     connect(monitor_, &SystemMonitor::isSuspendedChanged, this, &SystemTrayItems::redraw);
-    connect(monitor_, &SystemMonitor::enabledMetricsChanged, this, &SystemTrayItems::rebuild);
-    connect(monitor_, &SystemMonitor::metricOrderChanged, this, &SystemTrayItems::rebuild);
-    rebuild();
+    build();
 }
 
 SystemTrayItems::~SystemTrayItems() = default;
 
-void SystemTrayItems::rebuild() {
-    items_.clear();
-    // Embedded trays put the newest item on the left, so those are made last to first;
-    // StatusNotifierItem hosts list items in the order they register.
-    std::vector<SystemMetric> visible = monitor_->visibleMetrics();
+void SystemTrayItems::build() {
+    const std::vector<SystemMetric> visible = monitor_->visibleMetrics();
     for (std::size_t i = 0; i < visible.size(); ++i) {
         const SystemMetric metric = visible[i];
         auto item = std::make_unique<Item>();
@@ -60,11 +55,14 @@ void SystemTrayItems::rebuild() {
                 [this, metric] { showDetail(metric); });
         items_.push_back(std::move(item));
     }
-    if (!items_.empty() && !items_.front()->icon->speaksStatusNotifier())
-        std::reverse(items_.begin(), items_.end());
     redraw();
-    for (auto& item : items_)
-        item->icon->show();
+}
+
+std::vector<TrayItem*> SystemTrayItems::trayItems() const {
+    std::vector<TrayItem*> row;
+    for (const auto& item : items_)
+        row.push_back(item->icon.get());
+    return row;
 }
 
 void SystemTrayItems::showDetail(SystemMetric metric) {

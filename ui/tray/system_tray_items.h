@@ -8,6 +8,7 @@
 
 #include <map>
 #include <memory>
+#include <vector>
 
 class QMenu;
 class QSystemTrayIcon;
@@ -19,9 +20,11 @@ class SystemMonitor;
 namespace ravo::ui {
 
 class PopoverWindow;
+class TrayItem;
 
 // One tray item per enabled metric, in the user's order, each drawn from the latest reading
-// and opening the metric's detail.
+// and opening the metric's detail. The panel shows them, with the rest of its row, and makes
+// them anew when the user's choice changes.
 class SystemTrayItems : public QObject {
     Q_OBJECT
 public:
@@ -30,6 +33,8 @@ public:
     ~SystemTrayItems() override;
 
     int count() const { return static_cast<int>(items_.size()); }
+    // Left to right, not yet shown.
+    std::vector<TrayItem*> trayItems() const;
     int redraws() const { return redraws_; }
     void showDetail(metrics::SystemMetric metric);
     // Draws the icon again even if the figures are the same: for a panel whose colour changed.
@@ -37,7 +42,7 @@ public:
 
 private:
     struct Item;
-    void rebuild();
+    void build();
     void redraw();
 
     metrics::SystemMonitor* monitor_;

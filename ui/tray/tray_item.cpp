@@ -30,6 +30,7 @@ TrayItem::TrayItem(const QString& id, const QString& title, QObject* parent) : Q
             lastClick_ = at.isNull() ? QRect() : boxAround(at);
             emit activated();
         });
+        connect(notifier_.get(), &StatusNotifierItem::readByHost, this, &TrayItem::placed);
         return;
     }
     embedded_ = std::make_unique<QSystemTrayIcon>();
@@ -44,6 +45,14 @@ TrayItem::~TrayItem() = default;
 
 bool TrayItem::hostListsInOrder() {
     return useStatusNotifier();
+}
+
+TrayHostOrder TrayItem::hostOrder() {
+    static const TrayHostOrder order =
+        useStatusNotifier()
+            ? trayHostOrderFor(StatusNotifierItem::watcherCommandLine().toStdString())
+            : TrayHostOrder::newestFirst;
+    return order;
 }
 
 void TrayItem::setIcon(const QIcon& icon) {

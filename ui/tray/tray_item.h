@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/tray/tray_host_order.h"
+
 #include <QIcon>
 #include <QObject>
 #include <QRect>
@@ -30,8 +32,10 @@ public:
     void setVisible(bool visible);
     void show() { setVisible(true); }
 
-    // Items go to a StatusNotifierItem host, which lists them in the order they come.
+    // Items go to a StatusNotifierItem host rather than an embedded tray.
     static bool hostListsInOrder();
+    // Where the panel puts an item that registers; asked once, as the panel stays.
+    static TrayHostOrder hostOrder();
 
     QString toolTip() const;
     bool speaksStatusNotifier() const { return notifier_ != nullptr; }
@@ -40,6 +44,9 @@ public:
 
 signals:
     void activated();
+    // A StatusNotifierItem host read the item after it was shown; an embedded tray never
+    // says.
+    void placed();
 
 private:
     std::unique_ptr<StatusNotifierItem> notifier_;

@@ -1,6 +1,7 @@
 #include "ui/tray/tray_panel.h"
 
 #include "common/settings_values.h"
+#include "metrics/system_monitor.h"
 #include "ui/tray/combined_tray_item.h"
 #include "ui/tray/system_tray_items.h"
 #include "ui/tray/tray_item.h"
@@ -8,6 +9,7 @@
 #include "ui/tray/websites_tray_item.h"
 
 #include <QSettings>
+#include <QTimer>
 
 namespace ravo::ui {
 
@@ -19,6 +21,12 @@ TrayPanel::TrayPanel(const Coordinators& coordinators, QSettings* settings, QObj
                           [this] { emit settingsRequested(SettingsWindow::kPanelTab); });
     metricMenu_.addSeparator();
     metricMenu_.addAction("Quit Ravo", this, &TrayPanel::quitRequested);
+    if (auto* monitor = coordinators_.systemMonitor) {
+        connect(monitor, &metrics::SystemMonitor::enabledMetricsChanged, this,
+                &TrayPanel::queueRebuild);
+        connect(monitor, &metrics::SystemMonitor::metricOrderChanged, this,
+                &TrayPanel::queueRebuild);
+    }
     build();
 }
 
@@ -52,6 +60,7 @@ void TrayPanel::showUsage() {
 }
 
 void TrayPanel::build() {
+    rebuildQueued_ = false;
     combinedItem_.reset();
     usageItem_.reset();
     metricItems_.reset();
@@ -63,23 +72,13 @@ void TrayPanel::build() {
         connect(combinedItem_.get(), &CombinedTrayItem::quitRequested, this,
                 &TrayPanel::quitRequested);
     } else {
-        const auto makeMetricItems = [this] {
-            metricItems_ = std::make_unique<SystemTrayItems>(
-                coordinators_.systemMonitor, &metricMenu_,
-                ConnectionServices{coordinators_.watchdog, coordinators_.speedTest});
-        };
-        // Read left to right: the metrics, then AI usage, then websites. A host that lists
-        // items in the order they come gets the metrics first; an embedded tray puts the
-        // newest on the left, so there they come last.
-        const bool inOrder = TrayItem::hostListsInOrder();
-        if (inOrder)
-            makeMetricItems();
+        metricItems_ = std::make_unique<SystemTrayItems>(
+            coordinators_.systemMonitor, &metricMenu_,
+            ConnectionServices{coordinators_.watchdog, coordinators_.speedTest});
         usageItem_ = std::make_unique<UsageTrayItem>(coordinators_);
         connect(usageItem_.get(), &UsageTrayItem::settingsRequested, this,
                 [this] { emit settingsRequested(SettingsWindow::kGeneralTab); });
         connect(usageItem_.get(), &UsageTrayItem::quitRequested, this, &TrayPanel::quitRequested);
-        if (!inOrder)
-            makeMetricItems();
     }
     if (auto* websites = coordinators_.websiteMonitor) {
         websitesItem_ = std::make_unique<WebsitesTrayItem>(websites);
@@ -87,6 +86,66 @@ void TrayPanel::build() {
                 [this] { emit settingsRequested(SettingsWindow::kWebsitesTab); });
         connect(websitesItem_.get(), &WebsitesTrayItem::quitRequested, this,
                 &TrayPanel::quitRequested);
+        connect(websitesItem_.get(), &WebsitesTrayItem::wantedChanged, this, &TrayPanel::showRow);
+    }
+    showRow();
+}
+
+void TrayPanel::queueRebuild() {
+    // The settings window stores the order and the choice one after the other: one rebuild.
+    if (combined_ || rebuildQueued_)
+        return;
+    rebuildQueued_ = true;
+    QMetaObject::invokeMethod(this, &TrayPanel::build, Qt::QueuedConnection);
+}
+
+std::vector<TrayItem*> TrayPanel::row() const {
+    std::vector<TrayItem*> row;
+    if (combinedItem_)
+        row.push_back(combinedItem_->trayItem());
+    if (metricItems_)
+        row = metricItems_->trayItems();
+    if (usageItem_)
+        row.push_back(usageItem_->trayItem());
+    if (websitesItem_ && websitesItem_->isWanted())
+        row.push_back(websitesItem_->trayItem());
+    return row;
+}
+
+void TrayPanel::showRow() {
+    // A host places an item that comes back as a newcomer, so the whole row goes and comes
+    // back in order, never one item alone.
+    const std::vector<TrayItem*> shown = row();
+    for (TrayItem* item : shown)
+        item->setVisible(false);
+    if (websitesItem_ && !websitesItem_->isWanted())
+        websitesItem_->trayItem()->setVisible(false);
+    waiting_.clear();
+    for (TrayItem* item : inRegistrationOrder(shown, TrayItem::hostOrder()))
+        waiting_.emplace_back(item);
+    ++showing_;
+    showNext(showing_);
+}
+
+void TrayPanel::showNext(int showing) {
+    if (showing != showing_)
+        return; // a later row took over
+    while (!waiting_.empty()) {
+        const QPointer<TrayItem> item = waiting_.front();
+        waiting_.erase(waiting_.begin());
+        if (!item)
+            continue;
+        item->show();
+        if (!item->speaksStatusNotifier())
+            continue;
+        // A host may place items in the order it reads them, which on their own connections
+        // need not be the order they came: the next waits until this one is placed.
+        const int step = ++showing_;
+        connect(
+            item, &TrayItem::placed, this, [this, step] { showNext(step); },
+            Qt::SingleShotConnection);
+        QTimer::singleShot(kPlacingTime, this, [this, step] { showNext(step); });
+        return;
     }
 }
 

@@ -6,8 +6,10 @@
 
 #include <QMenu>
 #include <QObject>
+#include <QPointer>
 
 #include <memory>
+#include <vector>
 
 class QSettings;
 
@@ -15,6 +17,7 @@ namespace ravo::ui {
 
 class CombinedTrayItem;
 class SystemTrayItems;
+class TrayItem;
 class UsageTrayItem;
 class WebsitesTrayItem;
 
@@ -43,10 +46,20 @@ signals:
 
 private:
     void build();
+    void queueRebuild();
+    // Left to right: the metrics in the user's order, AI usage, then websites.
+    std::vector<TrayItem*> row() const;
+    void showRow();
+    void showNext(int showing);
 
     Coordinators coordinators_;
     QSettings* settings_;
     bool combined_ = false;
+    bool rebuildQueued_ = false;
+    // Items still to show, in registration order; a host that says nothing is given this long.
+    static constexpr int kPlacingTime = 1000;
+    std::vector<QPointer<TrayItem>> waiting_;
+    int showing_ = 0;
     QMenu metricMenu_;
     std::unique_ptr<CombinedTrayItem> combinedItem_;
     std::unique_ptr<UsageTrayItem> usageItem_;

@@ -25,7 +25,6 @@ UsageTrayItem::UsageTrayItem(const Coordinators& coordinators, QObject* parent)
     connect(coordinators_.usage, &usage::UsageCoordinator::snapshotChanged, this,
             &UsageTrayItem::redraw);
     redraw();
-    icon_->show();
 }
 
 UsageTrayItem::~UsageTrayItem() {

@@ -21,6 +21,8 @@ public:
     ~UsageTrayItem() override;
 
     void showPopover();
+    // Not yet shown: the panel shows its row in an order the host keeps.
+    TrayItem* trayItem() const { return icon_; }
     UsageView* view() const { return view_; }
     // Draws the icon again even if the figures are the same: for a panel whose colour changed.
     void repaint();

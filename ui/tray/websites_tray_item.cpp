@@ -47,7 +47,10 @@ void WebsitesTrayItem::repaint() {
 
 void WebsitesTrayItem::redraw() {
     const auto overview = cloud::WebsitesOverview::of(monitor_->sites(), monitor_->states());
-    icon_->setVisible(!monitor_->sites().empty());
+    if (const bool wanted = !monitor_->sites().empty(); wanted != wanted_) {
+        wanted_ = wanted;
+        emit wantedChanged();
+    }
     icon_->setToolTip("Ravo: websites\n" + QString::fromStdString(overview.summary));
     const QString key =
         QString("%1|%2").arg(overview.worst ? int(*overview.worst) : -1).arg(overview.down);

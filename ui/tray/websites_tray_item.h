@@ -23,12 +23,17 @@ public:
 
     WebsitesView* view() const { return view_; }
     void showPopover();
+    // Not yet shown: the panel shows its row in an order the host keeps.
+    TrayItem* trayItem() const { return icon_; }
     // Draws the icon again even if the figures are the same: for a panel whose colour changed.
     void repaint();
+    // Shown while there are sites to watch.
+    bool isWanted() const { return wanted_; }
 
 signals:
     void settingsRequested();
     void quitRequested();
+    void wantedChanged();
 
 private:
     void redraw();
@@ -38,6 +43,7 @@ private:
     WebsitesView* view_;
     PopoverWindow* popover_;
     QString drawnKey_;
+    bool wanted_ = false;
 };
 
 } // namespace ravo::ui
