@@ -11,6 +11,7 @@
 #include "metrics/system_monitor.h"
 #include "sessions/session_tracker.h"
 #include "sync/settings_sync.h"
+#include "usage/usage_coordinator.h"
 
 #include <QSettings>
 
@@ -81,6 +82,11 @@ void AppController::reloadSetting(const std::string& key) {
         websiteMonitor_->reloadList();
     } else if (name == cloud::SiteListSettings::kIntervalKey && websiteMonitor_) {
         websiteMonitor_->intervalChanged();
+    } else if (name == usage::UsageCoordinator::kClaudeStatusLineKey && usage_) {
+        if (const bool reads =
+                common::readFlag(*defaults_, usage::UsageCoordinator::kClaudeStatusLine);
+            reads != usage_->readsClaudeLimits())
+            usage_->setReadsClaudeLimits(reads);
     }
     qCInfo(lcApp).noquote() << "Setting changed outside this Ravo:" << name;
 }

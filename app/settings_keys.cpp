@@ -2,14 +2,19 @@
 
 #include "base/trimmed.h"
 #include "cloud/alert_notifier.h"
+#include "cloud/cloud_account.h"
 #include "cloud/site_list_settings.h"
+#include "cloud/telegram_settings.h"
 #include "common/settings_values.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
 #include "metrics/core/metric_settings.h"
 #include "sessions/core/session_tracking.h"
 #include "sync/settings_sync.h"
+#include "ui/dashboard_window.h"
 #include "ui/tray/tray_panel.h"
+#include "usage/claude_usage_probe.h"
+#include "usage/usage_coordinator.h"
 
 #include <QSettings>
 
@@ -67,10 +72,15 @@ const std::vector<const Setting*>& SettingKeys::all() {
         &connectivity::ConnectionWatchdog::kAlerts,
         &connectivity::ConnectionWatchdog::kLatency,
         &sessions::SessionTracking::kSetting,
+        &usage::UsageCoordinator::kClaudeStatusLine,
+        &usage::ClaudeUsageProbe::kEnabled,
         &connectivity::kProbeAddressSetting,
         &connectivity::SpeedTest::kServer,
         &sync::SettingsSync::kEnabled,
         &sync::SettingsSync::kFolder,
+        &cloud::CloudAccount::kServer,
+        &cloud::TelegramSettings::kBotAPI,
+        &ui::DashboardWindow::kKeepRunning,
     };
     return settings;
 }

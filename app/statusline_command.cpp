@@ -1,7 +1,9 @@
 #include "app/commands.h"
 #include "app/helper_path.h"
 #include "base/paths.h"
+#include "common/settings_values.h"
 #include "sessions/core/hook_installer.h"
+#include "usage/usage_coordinator.h"
 
 #include <iostream>
 
@@ -43,6 +45,12 @@ int runStatusLineCommand(const std::string& action) {
     if (!result) {
         std::cerr << result.error() << "\n";
         return 1;
+    }
+    // A Ravo started later keeps it so rather than undoing it; a running one follows.
+    if (result.value() != sessions::HookInstaller::StatusLineChange::leftUsersOwn) {
+        auto settings = common::openUserSettings();
+        settings->setValue(usage::UsageCoordinator::kClaudeStatusLineKey, action == "install");
+        settings->sync();
     }
     std::cout << describe(result.value()) << "\n";
     return 0;

@@ -17,6 +17,16 @@ CloudAccount::CloudAccount(QSettings& settings, std::shared_ptr<SecretStore> sec
     makeClient();
 }
 
+const Setting CloudAccount::kServer{kServerKey,
+                                    Setting::Kind::text,
+                                    "the Ravo server that checks your websites",
+                                    false,
+                                    false,
+                                    RAVO_DEFAULT_SERVER,
+                                    Setting::Store::app,
+                                    "Use ravo account signin --server URL: the sign-in belongs to "
+                                    "its server."};
+
 QString CloudAccount::defaultServer() {
     return QStringLiteral(RAVO_DEFAULT_SERVER);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/setting.h"
 #include "cloud/cloud_client.h"
 #include "cloud/pkce.h"
 #include "cloud/secret_store.h"
@@ -37,6 +38,8 @@ public:
     static constexpr const char* kTokenService = "io.halvorsund.Ravo.cloud";
     static constexpr const char* kTokenAccount = "device-token";
     static constexpr const char* kServerKey = "cloudServer";
+    // Changed by signing in: the token belongs to the server it was given by.
+    static const Setting kServer;
     static constexpr const char* kDeviceKey = "cloudDeviceID";
     static constexpr const char* kAccountKey = "cloudAccount";
     // How long the secret store has to give the token before it counts as having none.

@@ -3,6 +3,7 @@
 #include "base/json_parse.h"
 #include "base/log.h"
 #include "base/trimmed.h"
+#include "common/settings_values.h"
 
 namespace ravo::cloud {
 
@@ -108,6 +109,19 @@ QCoro::Task<> TelegramSettings::sendTest() {
     finish(Status{"Sent.", false});
 }
 
+Result<std::string> TelegramSettings::checkedBotAPI(std::string_view typed) {
+    const std::string text = trimmed(typed);
+    if (text.empty())
+        return text;
+    const QUrl url(QString::fromStdString(text), QUrl::StrictMode);
+    const QString scheme = url.scheme().toLower();
+    if (!url.isValid() || (scheme != "https" && scheme != "http") || url.host().isEmpty() ||
+        !url.userInfo().isEmpty() || url.hasQuery() || url.hasFragment())
+        return Failure{"telegramBotAPI takes the address of a Bot API server, such as " +
+                       std::string(kDefaultBotAPI) + "."};
+    return text;
+}
+
 QCoro::Task<std::vector<wire::TelegramAPI::Chat>> TelegramSettings::findChats(std::string token) {
     const std::string candidate = trimmed(token);
     if (!wire::TelegramAPI::isBotToken(candidate)) {
@@ -115,7 +129,7 @@ QCoro::Task<std::vector<wire::TelegramAPI::Chat>> TelegramSettings::findChats(st
         co_return {};
     }
     begin();
-    QString base = settings_.value(kBotAPIKey, QString(kDefaultBotAPI)).toString();
+    QString base = QString::fromStdString(common::readText(settings_, kBotAPI));
     if (!base.endsWith('/'))
         base += '/';
     common::HttpCall call{"GET",

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/setting.h"
 #include "cloud/cloud_account.h"
 #include "cloud/secret_store.h"
 #include "wire/telegram_api.h"
@@ -29,6 +30,16 @@ public:
     // Where getUpdates is asked; a setting so a private Bot API server can stand in.
     static constexpr const char* kBotAPIKey = "telegramBotAPI";
     static constexpr const char* kDefaultBotAPI = "https://api.telegram.org/";
+    static Result<std::string> checkedBotAPI(std::string_view typed);
+    static constexpr Setting kBotAPI{kBotAPIKey,
+                                     Setting::Kind::text,
+                                     "where Find asks Telegram's Bot API for chats",
+                                     false,
+                                     false,
+                                     kDefaultBotAPI,
+                                     Setting::Store::app,
+                                     {},
+                                     &TelegramSettings::checkedBotAPI};
     // What Ravo kept on the computer before the server sent the alerts.
     static constexpr const char* kLegacyTokenService = "io.halvorsund.Ravo.telegram";
     static constexpr const char* kLegacyTokenAccount = "bot-token";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/setting.h"
 #include "ui/coordinators.h"
 #include <QWidget>
 
@@ -16,6 +17,9 @@ class DashboardWindow : public QWidget {
 public:
     static constexpr const char* kGeometryKey = "overviewWindowGeometry";
     static constexpr const char* kKeepRunningKey = "keepRunningWithoutWindow";
+    static constexpr Setting kKeepRunning{
+        kKeepRunningKey, Setting::Kind::flag,
+        "keep Ravo running when its overview window closes (desktops without a tray)"};
     static constexpr const char* kToldKeepRunningKey = "toldKeepRunningWithoutWindow";
 
     DashboardWindow(const Coordinators& coordinators, QSettings* settings,

@@ -1,8 +1,8 @@
 #include "usage/claude_usage_probe.h"
 
-#include "common/settings_values.h"
 #include "base/agent_detection.h"
 #include "base/json_parse.h"
+#include "common/settings_values.h"
 #include "usage/claude_usage_command.h"
 #include "usage/core/claude_account_plan.h"
 #include "usage/core/snapshot_json.h"
@@ -20,7 +20,7 @@ ClaudeUsageProbe::ClaudeUsageProbe(QSettings* defaults, std::filesystem::path ho
     : QObject(parent), defaults_(defaults), home_(std::move(home)), runner_(runProcess) {}
 
 bool ClaudeUsageProbe::isEnabled() const {
-    return common::readBool(*defaults_, kEnabledKey, false);
+    return common::readFlag(*defaults_, kEnabled);
 }
 
 void ClaudeUsageProbe::setEnabled(bool enabled) {

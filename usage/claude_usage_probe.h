@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/setting.h"
 #include "base/time.h"
 #include "usage/core/usage_model.h"
 #include "usage/process_runner.h"
@@ -25,6 +26,9 @@ public:
     ClaudeUsageProbe(QSettings* defaults, std::filesystem::path home, QObject* parent = nullptr);
 
     static constexpr const char* kEnabledKey = "claudeUsageCommand";
+    static constexpr Setting kEnabled{
+        kEnabledKey, Setting::Kind::flag,
+        "ask Claude Code's /usage for the limits when its status line has not told them"};
     static constexpr const char* kCacheKey = "claudeUsageCache";
     static constexpr double kMinimumInterval = 120.0;
     static constexpr std::chrono::seconds kTimeout{15};

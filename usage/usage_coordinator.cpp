@@ -12,7 +12,7 @@ namespace ravo::usage {
 
 UsageCoordinator::UsageCoordinator(QSettings& defaults, Services services, QObject* parent)
     : QObject(parent), defaults_(defaults), services_(std::move(services)),
-      readsClaudeLimits_(common::readBool(defaults_, kClaudeStatusLineKey, true)) {
+      readsClaudeLimits_(common::readFlag(defaults_, kClaudeStatusLine)) {
     if (services_.refresher && !services_.refresher->snapshot().providers.empty())
         snapshot_ = services_.refresher->snapshot(); // the last picture, shown at once
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "base/setting.h"
 #include "base/time.h"
 #include "usage/core/usage_model.h"
 
@@ -39,6 +40,15 @@ public:
 
     static constexpr double kOutdatedSeconds = 120.0;
     static constexpr const char* kClaudeStatusLineKey = "claudeStatusLineEnabled";
+    static constexpr Setting kClaudeStatusLine{
+        kClaudeStatusLineKey,
+        Setting::Kind::flag,
+        "read the Claude limits through Claude Code's status line",
+        false,
+        true,
+        {},
+        Setting::Store::app,
+        "Use ravo statusline install or ravo statusline uninstall."};
 
     UsageCoordinator(QSettings& defaults, Services services, QObject* parent = nullptr);
 

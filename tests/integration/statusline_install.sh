@@ -15,10 +15,13 @@ command=$(jq -r '.statusLine.command' "$HOME/.claude/settings.json")
 [ "$(jq '.statusLine.padding' "$HOME/.claude/settings.json")" = 1 ] || fail "padding lost"
 shown=$(sh -c "$command" <<<'{"model":{"display_name":"Opus"}}')
 [ "$shown" = "MINE" ] || fail "the user's status line shows \"$shown\""
+[ "$("$bin/ravo" settings get claudeStatusLineEnabled)" = true ] || fail "install not kept"
 
 "$bin/ravo" statusline uninstall | grep -q "put your own back" || fail "uninstall text"
 jq -e --argjson o "$original" '. == $o' "$HOME/.claude/settings.json" >/dev/null ||
     fail "settings differ after uninstall: $(cat "$HOME/.claude/settings.json")"
+# The choice is kept, so a Ravo started later does not put the status line back.
+[ "$("$bin/ravo" settings get claudeStatusLineEnabled)" = false ] || fail "uninstall not kept"
 
 printf '{"statusLine": ' >"$HOME/.claude/settings.json"
 before=$(sha256sum "$HOME/.claude/settings.json")
