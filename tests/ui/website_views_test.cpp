@@ -23,6 +23,7 @@
 #include <QCheckBox>
 #include <QDir>
 #include <QLineEdit>
+#include <QListView>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSettings>
@@ -128,7 +129,7 @@ TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     window.showTab(SettingsWindow::kAccountTab);
-    ASSERT_EQ(window.tabs()->tabText(window.tabs()->currentIndex()), "Account");
+    ASSERT_EQ(window.pageTitles().value(window.currentPage()), "Account");
 
     window.showTab(SettingsWindow::kAccountTab);
     QTest::qWait(5);
@@ -199,6 +200,43 @@ TEST_F(WebsiteViewsTest, SettingsShowTheAccountTheSitesAndTheAlerts) {
     EXPECT_EQ(visibleText(window).find("Sign in again"), std::string::npos);
     EXPECT_TRUE(clippedLabels(window).empty());
     testing::saveScreenshot(window, "settings-account-signed-out");
+}
+
+// Nine pages and more: at the window's first size every page's name reads in full, and each
+// page opens by its name.
+TEST_F(WebsiteViewsTest, SettingsNamesEveryPageInFullAtItsFirstSize) {
+    SettingsWindow window(controller->coordinators());
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    const QStringList titles = window.pageTitles();
+    ASSERT_GE(titles.size(), 8) << titles.join(", ").toStdString();
+    QListView* list = window.pageList();
+    const QRect shown = list->viewport()->rect();
+    for (int row = 0; row < titles.size(); ++row) {
+        const QRect box = list->visualRect(list->model()->index(row, 0));
+        EXPECT_TRUE(shown.contains(box)) << titles[row].toStdString() << " out of sight";
+        EXPECT_GE(box.width(), list->fontMetrics().horizontalAdvance(titles[row]) + 8)
+            << titles[row].toStdString() << " cut short";
+    }
+    const std::pair<SettingsWindow::Tab, const char*> pages[] = {
+        {SettingsWindow::kAlertsTab, "Alerts"},
+        {SettingsWindow::kGeneralTab, "General"},
+        {SettingsWindow::kWebsitesTab, "Websites"},
+        {SettingsWindow::kSyncTab, "Sync"},
+        {SettingsWindow::kAccountTab, "Account"}};
+    for (const auto& [tab, title] : pages) {
+        window.showTab(tab);
+        QTest::qWait(5);
+        EXPECT_EQ(window.pageTitles().value(window.currentPage()), title);
+        EXPECT_TRUE(clippedLabels(window).empty()) << title;
+    }
+    EXPECT_NE(visibleText(window).find("Signed in as"), std::string::npos);
+    // Choosing a name in the list shows its page.
+    window.setCurrentPage(static_cast<int>(titles.indexOf("General")));
+    QTest::qWait(5);
+    EXPECT_NE(visibleText(window).find("About Ravo"), std::string::npos);
+    EXPECT_EQ(visibleText(window).find("Signed in as"), std::string::npos);
+    testing::saveScreenshot(window, "settings-pages");
 }
 
 TEST_F(WebsiteViewsTest, ThePopoverPutsTheSiteThatIsDownFirstAndTheHistoryShowsItsRecord) {

@@ -9,13 +9,11 @@ TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
     SettingsWindow window(controller->coordinators());
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    QStringList tabs;
-    for (int i = 0; i < window.tabs()->count(); ++i)
-        tabs << window.tabs()->tabText(i);
+    const QStringList tabs = window.pageTitles();
     EXPECT_EQ(tabs, (QStringList{"General", "Panel", "AI", "Sessions", "Sync"}));
     const char* names[] = {"general", "panel", "ai", "sessions", "sync"};
-    for (int i = 0; i < std::min<int>(window.tabs()->count(), std::size(names)); ++i) {
-        window.tabs()->setCurrentIndex(i);
+    for (int i = 0; i < std::min<int>(tabs.size(), std::size(names)); ++i) {
+        window.setCurrentPage(i);
         QTest::qWait(5);
         EXPECT_TRUE(clippedLabels(window).empty()) << names[i];
         testing::saveScreenshot(window, QString("settings-") + names[i]);

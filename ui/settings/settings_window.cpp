@@ -18,15 +18,19 @@
 #include "ui/widgets/layout_helpers.h"
 #include "usage/usage_coordinator.h"
 
+#include <algorithm>
+
 #include <QCheckBox>
 #include <QCoreApplication>
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QListView>
 #include <QListWidget>
 #include <QPushButton>
 #include <QSignalBlocker>
-#include <QTabWidget>
+#include <QStackedWidget>
+#include <QStandardItemModel>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -51,14 +55,27 @@ void showNote(QLabel* label, const std::optional<std::string>& text) {
 } // namespace
 
 SettingsWindow::SettingsWindow(const Coordinators& coordinators, QWidget* parent)
-    : QWidget(parent, Qt::Window), coordinators_(coordinators), tabs_(new QTabWidget) {
+    : QWidget(parent, Qt::Window), coordinators_(coordinators), pageList_(new QListView),
+      pageNames_(new QStandardItemModel(this)), pagesStack_(new QStackedWidget) {
     setWindowTitle("Ravo Settings");
-    setMinimumWidth(560);
-    // Tabs do not pass on the height their wrapped texts need at this width.
-    setMinimumHeight(440);
-    auto* layout = new QVBoxLayout(this);
+    // The pages do not pass on the height their wrapped texts need at this width.
+    setMinimumSize(760, 460);
+    auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(12, 12, 12, 12);
-    layout->addWidget(tabs_);
+    layout->setSpacing(12);
+    pageList_->setModel(pageNames_);
+    pageList_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    pageList_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    pageList_->setSpacing(2);
+    pageList_->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
+    pageList_->setAccessibleName("Settings pages");
+    layout->addWidget(pageList_);
+    layout->addWidget(pagesStack_, 1);
+    connect(pageList_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this](const QModelIndex& current) {
+                if (current.isValid())
+                    pagesStack_->setCurrentIndex(current.row());
+            });
     addTab(kGeneralTab, generalTab(), "General");
     addTab(kPanelTab, panelTab(), "Panel");
     addTab(kAITab, aiTab(), "AI");
@@ -84,13 +101,38 @@ SettingsWindow::SettingsWindow(const Coordinators& coordinators, QWidget* parent
 }
 
 void SettingsWindow::addTab(Tab tab, QWidget* page, const QString& title) {
-    pages_[tab] = page;
-    tabs_->addTab(page, title);
+    pagesStack_->addWidget(page);
+    auto* name = new QStandardItem(title);
+    name->setData(static_cast<int>(tab), Qt::UserRole);
+    name->setSizeHint(QSize(0, pageList_->fontMetrics().height() + 12));
+    pageNames_->appendRow(name);
+    // As wide as the longest name, with room for the list's frame and the selection's padding.
+    const int wanted = pageList_->fontMetrics().horizontalAdvance(title) + 48;
+    pageList_->setFixedWidth(std::max({pageList_->minimumWidth(), wanted, 140}));
+    if (pageNames_->rowCount() == 1)
+        setCurrentPage(0);
+}
+
+QStringList SettingsWindow::pageTitles() const {
+    QStringList titles;
+    for (int row = 0; row < pageNames_->rowCount(); ++row)
+        titles << pageNames_->item(row)->text();
+    return titles;
+}
+
+int SettingsWindow::currentPage() const {
+    return pageList_->currentIndex().row();
+}
+
+void SettingsWindow::setCurrentPage(int row) {
+    if (row >= 0 && row < pageNames_->rowCount())
+        pageList_->setCurrentIndex(pageNames_->index(row, 0));
 }
 
 void SettingsWindow::showTab(Tab tab) {
-    if (QWidget* page = pages_.value(tab))
-        tabs_->setCurrentWidget(page);
+    for (int row = 0; row < pageNames_->rowCount(); ++row)
+        if (pageNames_->item(row)->data(Qt::UserRole).toInt() == tab)
+            setCurrentPage(row);
     show();
     raise();
     activateWindow();

@@ -1,18 +1,21 @@
 #pragma once
 
 #include "ui/coordinators.h"
-#include <QHash>
 #include <QWidget>
 
 class QCheckBox;
 class QLabel;
+class QListView;
 class QListWidget;
-class QTabWidget;
+class QStackedWidget;
+class QStandardItemModel;
 
 namespace ravo::ui {
 
 // Ravo's settings: General, Panel, AI, Sessions, Network, and the websites' Account,
-// Websites and Alerts. A tab whose coordinator is missing is left out.
+// Websites and Alerts, as pages named in a list down the side, as desktop settings apps have
+// them, so every name reads in full however many there are. A page whose coordinator is
+// missing is left out.
 class SettingsWindow : public QWidget {
     Q_OBJECT
 public:
@@ -31,7 +34,11 @@ public:
     explicit SettingsWindow(const Coordinators& coordinators, QWidget* parent = nullptr);
 
     void showTab(Tab tab);
-    QTabWidget* tabs() const { return tabs_; }
+    // The pages' names, top to bottom, and the one on show.
+    QStringList pageTitles() const;
+    int currentPage() const;
+    void setCurrentPage(int row);
+    QListView* pageList() const { return pageList_; }
     // The tray owns the choice of one combined item; the Panel tab shows and changes it.
     void setCombinedTrayItem(bool combined);
 
@@ -51,8 +58,9 @@ private:
     void storeMetrics();
 
     Coordinators coordinators_;
-    QTabWidget* tabs_;
-    QHash<int, QWidget*> pages_;
+    QListView* pageList_;
+    QStandardItemModel* pageNames_;
+    QStackedWidget* pagesStack_;
     QCheckBox* launchAtLogin_ = nullptr;
     QListWidget* metrics_ = nullptr;
     QCheckBox* combinedTrayItem_ = nullptr;
