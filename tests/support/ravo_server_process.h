@@ -36,6 +36,12 @@ public:
         process_.waitForFinished(5000);
     }
 
+    // The same server again, on its port and database: back after being away.
+    void restart() {
+        stop();
+        ASSERT_NO_FATAL_FAILURE(launch());
+    }
+
     void start(const QStringList& extraArguments) {
         QProcess addUser;
         addUser.start(RAVO_SERVER,
@@ -45,10 +51,19 @@ public:
         ASSERT_TRUE(addUser.waitForFinished(10000));
         ASSERT_EQ(addUser.exitCode(), 0) << addUser.readAllStandardError().toStdString();
         port_ = freeLoopbackPort();
+        arguments_ =
+            QStringList{"--listen", QString("127.0.0.1:%1").arg(port_), "--database", database_} +
+            extraArguments;
+        ASSERT_NO_FATAL_FAILURE(launch());
+    }
+
+    quint16 port() const { return port_; }
+    QString origin() const { return QString("http://127.0.0.1:%1").arg(port_); }
+
+private:
+    void launch() {
         process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process_.start(RAVO_SERVER, QStringList{"--listen", QString("127.0.0.1:%1").arg(port_),
-                                                "--database", database_} +
-                                        extraArguments);
+        process_.start(RAVO_SERVER, arguments_);
         ASSERT_TRUE(process_.waitForStarted());
         for (int i = 0; i < 100; ++i) {
             QTcpSocket socket;
@@ -60,11 +75,8 @@ public:
         FAIL() << "ravo-server did not start";
     }
 
-    quint16 port() const { return port_; }
-    QString origin() const { return QString("http://127.0.0.1:%1").arg(port_); }
-
-private:
     QString database_;
+    QStringList arguments_;
     QProcess process_;
     quint16 port_ = 0;
 };
