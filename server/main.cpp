@@ -41,9 +41,11 @@ void logToStandardError(std::string_view category, log::Level level, std::string
     std::tm tm{};
     gmtime_r(&now, &tm);
     std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%SZ", &tm);
-    std::fprintf(stderr, "%s %s %.*s: %.*s\n", stamp, level == log::Level::error ? "error" : "info",
-                 static_cast<int>(category.size()), category.data(),
-                 static_cast<int>(message.size()), message.data());
+    const char* word = level == log::Level::error     ? "error"
+                       : level == log::Level::warning ? "warning"
+                                                      : "info";
+    std::fprintf(stderr, "%s %s %.*s: %.*s\n", stamp, word, static_cast<int>(category.size()),
+                 category.data(), static_cast<int>(message.size()), message.data());
 }
 
 std::map<std::string, std::string> environment() {
@@ -139,6 +141,8 @@ CheckerOptions checkerOptions(const ServerConfig& config) {
     options.probe.allowNetworks = config.checkAllowNetworks;
     options.policy.slowAfterMs = static_cast<double>(config.slowThresholdMs);
     options.maxInFlight = static_cast<std::size_t>(config.checkConcurrency);
+    options.threads = static_cast<int>(
+        config.checkThreads.value_or(std::max(1u, std::thread::hardware_concurrency())));
     options.historyDays = static_cast<int>(config.plan.historyDays);
     return options;
 }
@@ -206,8 +210,11 @@ int serve(Store& store, const ServerConfig& config) {
     CheckerOptions options = checkerOptions(config);
     options.telemetry = &telemetry;
     Checker checker(store, options);
-    if (config.checker)
+    if (config.checker) {
         checker.start();
+        context.sitesChanged = [&checker] { checker.sitesChanged(); };
+        log::info("checker", "checking on " + std::to_string(options.threads) + " threads");
+    }
     AlertWorker alerts(store, telegram, config.telegramBotToken);
     alerts.setTelemetry(&telemetry);
     alerts.start();

@@ -24,6 +24,9 @@ struct ApiContext {
     AppleSignIn* apple = nullptr;         // when the operator configured Sign in with Apple
     ServerTelemetry* telemetry = nullptr; // counts requests; /metrics reads it
     std::function<TimePoint()> now = [] { return Clock::now(); };
+    // Told when an account's sites changed, so new slots are not missed; nothing without a
+    // checker in this process.
+    std::function<void()> sitesChanged = nullptr;
     // Sign-in attempts per client, in this process: the first, cheap line.
     RateLimiter perClient{30, std::chrono::minutes(10)};
     RateLimiter mailsPerClient{5, std::chrono::hours(1)};

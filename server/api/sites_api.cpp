@@ -68,6 +68,8 @@ HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& 
         return storeFailure(replaced.failure());
     if (!*replaced)
         return errorResponse(412, "the site list changed since it was read; read it again");
+    if (context.sitesChanged)
+        context.sitesChanged();
     return list(context, caller);
 }
 

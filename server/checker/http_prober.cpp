@@ -213,6 +213,10 @@ void HttpProber::start(const DueCheck& check) {
     curl_multi_add_handle(multi(multi_), easy);
 }
 
+void HttpProber::wakeUp() {
+    curl_multi_wakeup(multi(multi_));
+}
+
 std::vector<CheckReport> HttpProber::poll(std::chrono::milliseconds wait) {
     CURLM* handle = multi(multi_);
     int running = 0;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "server/store/store.h"
 #include "server/net/ip_address.h"
 #include "server/net/ip_network.h"
+#include "server/store/store.h"
 
 #include <chrono>
 #include <memory>
@@ -26,8 +26,8 @@ struct ProbeOptions {
 inline constexpr const char* kPrivateAddressDetail =
     "The address is private to the server's network.";
 
-// Runs many checks at once on one libcurl multi handle: one GET per check on a fresh
-// connection, following up to five redirects, within the time-out. Every address a check
+// Runs many checks at once on one libcurl multi handle, used by one thread: one GET per check on a
+// fresh connection, following up to five redirects, within the time-out. Every address a check
 // connects to, at every redirect, is judged as the socket is opened, after any resolving:
 // no spelling of an address and no DNS answer can lead a check inside the server's network.
 class HttpProber {
@@ -41,6 +41,8 @@ public:
     std::size_t inFlight() const;
     // Lets transfers run for up to `wait`; the checks that finished meanwhile.
     std::vector<CheckReport> poll(std::chrono::milliseconds wait);
+    // Ends a poll that waits, from any thread: there are checks to start.
+    void wakeUp();
 
     struct Transfer;
 

@@ -57,6 +57,8 @@ struct ServerConfig {
     bool checker = true;
     std::size_t maxBodyBytes = 256 * 1024;
     int threads = 2;
+    // Threads that run checks; nothing: one per core.
+    std::optional<std::int64_t> checkThreads;
     bool operator==(const ServerConfig&) const = default;
 };
 

@@ -190,6 +190,14 @@ const std::vector<ServerSetting>& serverSettings() {
          [](ServerConfig& c, const std::string& v) {
              return setNumber(c.checkConcurrency, v, 1, 10000);
          }},
+        {"check-threads", "threads that run checks, each with its share (default: one per core)",
+         [](ServerConfig& c, const std::string& v) -> Status {
+             std::int64_t threads = 0;
+             if (auto set = setNumber(threads, v, 1, 256); !set)
+                 return set;
+             c.checkThreads = threads;
+             return success();
+         }},
         {"slow-threshold-ms", "a site that answers slower than this is slow (default 3000)",
          [](ServerConfig& c, const std::string& v) {
              return setNumber(c.slowThresholdMs, v, 1, 120000);

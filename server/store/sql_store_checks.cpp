@@ -128,6 +128,19 @@ Result<std::vector<DueCheck>> SqlStore::claimDueChecks(TimePoint now, int limit)
     return due;
 }
 
+Result<std::optional<TimePoint>> SqlStore::nextDueAt() {
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    // The partial index on due sites answers this from its first entry.
+    auto earliest = (*db)->first("SELECT MIN(next_check_at) FROM sites WHERE enabled = 1");
+    if (!earliest)
+        return earliest.failure();
+    if (!*earliest)
+        return std::optional<TimePoint>();
+    return dateFromSeconds((*earliest)->optionalReal(0));
+}
+
 Status SqlStore::recordChecks(const std::vector<CheckReport>& reports, const CheckPolicy& policy) {
     if (reports.empty())
         return success();

@@ -177,6 +177,8 @@ public:
     // Claims up to `limit` enabled sites whose slot has come and moves each to its next
     // slot, so that with several processes every slot is checked by one of them.
     virtual Result<std::vector<DueCheck>> claimDueChecks(TimePoint now, int limit) = 0;
+    // The earliest slot of any enabled site not claimed yet; nothing without sites.
+    virtual Result<std::optional<TimePoint>> nextDueAt() = 0;
     // Statuses, history, incidents and queued alerts for a batch of finished checks.
     virtual Status recordChecks(const std::vector<CheckReport>& reports,
                                 const CheckPolicy& policy) = 0;

@@ -21,6 +21,12 @@ struct ServerTelemetry {
     // How far the oldest check the checker last claimed was past its slot; 0 once it keeps up.
     std::atomic<double> checkerBehindSeconds{0};
     std::atomic<bool> checkerRunning{false};
+    std::atomic<std::int64_t> checkerThreads{0};
+    // Due checks waiting for a thread, and slots skipped since start because none came.
+    std::atomic<std::int64_t> checksQueued{0};
+    std::atomic<std::int64_t> checksSkipped{0};
+    // Checks a minute measured the last time the checker fell behind; 0 until it did.
+    std::atomic<double> checkerCapacityPerMinute{0};
 
     LabelledCounter alertDeliveries; // outcome: "sent", "retry", "given_up"
     std::atomic<std::int64_t> mailQueued{0};

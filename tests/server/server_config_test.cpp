@@ -50,6 +50,17 @@ TEST(ServerConfiguration, BadSettingsAreOneClearLine) {
     EXPECT_NE(helpText().find("--plan-max-sites"), std::string::npos);
 }
 
+TEST(ServerConfiguration, CheckThreadsDefaultToOnePerCoreAndTakeAVariable) {
+    const std::map<std::string, std::string> none;
+    EXPECT_FALSE(parseCommandLine({}, none)->config.checkThreads) << "one per core, decided later";
+    EXPECT_EQ(parseCommandLine({}, {{"RAVO_SERVER_CHECK_THREADS", "6"}})->config.checkThreads, 6);
+    EXPECT_EQ(parseCommandLine({"--check-threads", "3"}, {{"RAVO_SERVER_CHECK_THREADS", "6"}})
+                  ->config.checkThreads,
+              3);
+    for (const char* bad : {"0", "257", "-1", "two", ""})
+        EXPECT_FALSE(parseCommandLine({"--check-threads", bad}, none).ok()) << bad;
+}
+
 TEST(ServerConfiguration, NetworksAndAccessAreParsedOrNamed) {
     const std::map<std::string, std::string> none;
     const auto command = parseCommandLine(

@@ -1,5 +1,6 @@
 #include "server/store/sql_store.h"
 #include "tests/support/both_databases.h"
+#include "tests/support/numbered_site.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -13,12 +14,6 @@ namespace ravo::server {
 namespace {
 
 using namespace std::chrono_literals;
-
-std::string uuid(int n) {
-    char text[40];
-    std::snprintf(text, sizeof text, "00000000-0000-4000-8000-%012d", n);
-    return text;
-}
 
 // The store's contract holds on both databases: each test runs on a SQLite file and on a
 // fresh database of a PostgreSQL the suite starts.
@@ -38,7 +33,8 @@ protected:
     void syncSites(const std::string& owner, int count, std::int64_t interval = 1) {
         std::vector<wire::CloudSite> sites;
         for (int n = 0; n < count; ++n)
-            sites.push_back({uuid(n), "https://site" + std::to_string(n) + ".example/",
+            sites.push_back({testing::numberedSiteID(n),
+                             "https://site" + std::to_string(n) + ".example/",
                              "Site " + std::to_string(n), std::nullopt, true, interval});
         ASSERT_TRUE(store->replaceSites(owner, sites));
     }
@@ -68,12 +64,12 @@ TEST(FirstSlot, SlotsSpreadOverTheIntervalOnAFixedClock) {
     const TimePoint now = fromUnixSeconds(1'800'000'000.25);
     std::map<long long, int> perSecond;
     for (int n = 0; n < 6000; ++n) {
-        const TimePoint slot = firstSlot(now, 1, "account/" + uuid(n));
+        const TimePoint slot = firstSlot(now, 1, "account/" + testing::numberedSiteID(n));
         ASSERT_GE(slot, now);
         ASSERT_LT(slot, now + 60s);
         ++perSecond[static_cast<long long>(unixSeconds(slot))];
         // The same site always lands on the same second of the minute.
-        ASSERT_EQ(firstSlot(now + 3600s, 1, "account/" + uuid(n)), slot + 3600s);
+        ASSERT_EQ(firstSlot(now + 3600s, 1, "account/" + testing::numberedSiteID(n)), slot + 3600s);
     }
     EXPECT_GE(perSecond.size(), 60u);
     for (const auto& [second, count] : perSecond)
@@ -136,7 +132,7 @@ TEST_P(StoreChecksTest, OutagesBecomeStatusesIncidentsUptimeAndQueuedAlerts) {
     EXPECT_EQ(statuses[0].lastStatusCode, 200);
     EXPECT_EQ(statuses[0].lastLatencyMs, 150);
 
-    const auto history = store->siteHistory(account, uuid(0), at).value();
+    const auto history = store->siteHistory(account, testing::numberedSiteID(0), at).value();
     ASSERT_TRUE(history);
     EXPECT_DOUBLE_EQ(history->uptime24h.value(), 2.0 / 5.0);
     EXPECT_EQ(history->uptime30d, history->uptime24h);
@@ -204,19 +200,19 @@ TEST_P(StoreChecksTest, ASiteRemovedMidCheckIsSkippedAndHistoryGoesWithItsAccoun
     const TimePoint at = now + 61s;
     auto due = store->claimDueChecks(at, 10).value();
     ASSERT_EQ(due.size(), 2u);
-    syncSites(account, 1); // uuid(1) is gone while its check runs
+    syncSites(account, 1); // site 1 is gone while its check runs
     std::vector<CheckReport> reports;
     for (const auto& check : due)
         reports.push_back({check, CheckOutcome{at, 200, 10, {}, {}, {}}});
     ASSERT_TRUE(store->recordChecks(reports, CheckPolicy{}));
     EXPECT_EQ(store->siteStatuses(account).value().at(0).health, "up");
-    EXPECT_FALSE(store->siteHistory(account, uuid(1), at).value());
+    EXPECT_FALSE(store->siteHistory(account, testing::numberedSiteID(1), at).value());
 
     const std::string other = store->accountForEmail("grace@example.org", true).value().id;
-    EXPECT_FALSE(store->siteHistory(other, uuid(0), at).value());
+    EXPECT_FALSE(store->siteHistory(other, testing::numberedSiteID(0), at).value());
     ASSERT_TRUE(store->deleteAccount(account));
     syncSites(other, 1); // the same site id in another account starts afresh
-    const auto fresh = store->siteHistory(other, uuid(0), at).value();
+    const auto fresh = store->siteHistory(other, testing::numberedSiteID(0), at).value();
     ASSERT_TRUE(fresh);
     EXPECT_FALSE(fresh->uptime24h);
     EXPECT_TRUE(fresh->incidents.empty());
@@ -226,16 +222,22 @@ TEST_P(StoreChecksTest, PruningDropsOldPointsAndKeepsTheMonth) {
     syncSites(account, 1);
     checkAll(now + 61s, ok);
     ASSERT_TRUE(store->pruneHistory(now + 20h, 30));
-    EXPECT_EQ(store->siteHistory(account, uuid(0), now + 20h).value()->latency24h.size(), 1u);
+    EXPECT_EQ(store->siteHistory(account, testing::numberedSiteID(0), now + 20h)
+                  .value()
+                  ->latency24h.size(),
+              1u);
     ASSERT_TRUE(store->pruneHistory(now + 26h, 30));
     const wire::CloudSiteHistory dayLater =
-        store->siteHistory(account, uuid(0), now + 26h).value().value_or(wire::CloudSiteHistory{});
+        store->siteHistory(account, testing::numberedSiteID(0), now + 26h)
+            .value()
+            .value_or(wire::CloudSiteHistory{});
     EXPECT_TRUE(dayLater.latency24h.empty());
     EXPECT_EQ(dayLater.latency7dHourly.size(), 1u);
     EXPECT_DOUBLE_EQ(dayLater.uptime7d.value_or(0), 1.0);
     EXPECT_FALSE(dayLater.uptime24h); // no check in the last 24 hours
     ASSERT_TRUE(store->pruneHistory(now + 24h * 32, 30));
-    EXPECT_FALSE(store->siteHistory(account, uuid(0), now + 24h * 32).value()->uptime30d);
+    EXPECT_FALSE(
+        store->siteHistory(account, testing::numberedSiteID(0), now + 24h * 32).value()->uptime30d);
 }
 
 INSTANTIATE_TEST_SUITE_P(OnBothDatabases, StoreChecksTest,

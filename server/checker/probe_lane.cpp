@@ -1,0 +1,52 @@
+#include "server/checker/probe_lane.h"
+
+namespace ravo::server {
+
+namespace {
+
+// Idle, a lane wakes now and then anyway; checks that come due wake it at once.
+constexpr auto kIdleWait = std::chrono::milliseconds(1000);
+// With checks waiting beyond its share, a lane comes back for more soon.
+constexpr auto kBusyWait = std::chrono::milliseconds(2);
+
+} // namespace
+
+ProbeLane::ProbeLane(ProbeOptions options, std::size_t maxInFlight, Take take, Finished finished)
+    : prober_(std::move(options)), maxInFlight_(std::max<std::size_t>(1, maxInFlight)),
+      take_(std::move(take)), finished_(std::move(finished)) {}
+
+ProbeLane::~ProbeLane() {
+    stop();
+}
+
+void ProbeLane::start() {
+    stopping_ = false;
+    thread_ = std::thread([this] { run(); });
+}
+
+void ProbeLane::stop() {
+    if (!thread_.joinable())
+        return;
+    stopping_ = true;
+    prober_.wakeUp();
+    thread_.join();
+}
+
+void ProbeLane::run() {
+    while (!stopping_) {
+        bool moreWaiting = false;
+        if (const std::size_t room = maxInFlight_ - prober_.inFlight(); room > 0) {
+            Taken taken = take_(room);
+            for (const auto& check : taken.checks)
+                prober_.start(check);
+            moreWaiting = taken.moreWaiting && prober_.inFlight() < maxInFlight_;
+        }
+        inFlight_ = prober_.inFlight();
+        auto finished = prober_.poll(moreWaiting ? kBusyWait : kIdleWait);
+        inFlight_ = prober_.inFlight();
+        if (!finished.empty())
+            finished_(std::move(finished));
+    }
+}
+
+} // namespace ravo::server

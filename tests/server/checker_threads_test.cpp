@@ -1,0 +1,181 @@
+#include "server/checker/checker.h"
+#include "server/http/http_server.h"
+#include "tests/support/both_databases.h"
+#include "tests/support/numbered_site.h"
+#include "tests/support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/asio/io_context.hpp>
+
+#include <map>
+#include <mutex>
+#include <thread>
+
+namespace ravo::server {
+namespace {
+
+using namespace std::chrono_literals;
+
+// A website on loopback, ravo-server's own front end, noting when each site was asked.
+class CountingWebsite {
+public:
+    CountingWebsite()
+        : server_(
+              io_, {boost::asio::ip::make_address("127.0.0.1"), 0},
+              [this](const HttpRequest& request) { return answer(request); }, HttpLimits{}) {
+        thread_ = std::thread([this] { io_.run(); });
+    }
+    ~CountingWebsite() {
+        io_.stop();
+        thread_.join();
+    }
+    std::string url(int site) const {
+        return "http://127.0.0.1:" + std::to_string(server_.port()) +
+               "/ok?site=" + std::to_string(site);
+    }
+    std::map<int, std::vector<TimePoint>> requests() {
+        std::lock_guard lock(mutex_);
+        return requests_;
+    }
+
+private:
+    HttpResponse answer(const HttpRequest& request) {
+        const TimePoint at = Clock::now();
+        {
+            std::lock_guard lock(mutex_);
+            requests_[std::stoi(request.query.substr(5))].push_back(at);
+        }
+        HttpResponse response;
+        response.contentType = "text/plain";
+        response.body = "Welcome";
+        return response;
+    }
+
+    boost::asio::io_context io_;
+    HttpServer server_;
+    std::thread thread_;
+    std::mutex mutex_;
+    std::map<int, std::vector<TimePoint>> requests_;
+};
+
+class CheckerThreadsTest : public ::testing::TestWithParam<std::string> {
+protected:
+    static void TearDownTestSuite() { testing::BothDatabases::stop(); }
+
+    void SetUp() override {
+        store = testing::BothDatabases::open(GetParam(), folder.path());
+        ASSERT_NE(store, nullptr);
+        store->setMinuteSeconds(1); // a one-minute interval is a second long
+    }
+
+    std::string addAccount(const std::string& email, int firstSite, int count) {
+        const std::string account = store->accountForEmail(email, true).value().id;
+        std::vector<wire::CloudSite> sites;
+        for (int n = firstSite; n < firstSite + count; ++n)
+            sites.push_back({testing::numberedSiteID(n), website.url(n),
+                             "Site " + std::to_string(n), std::nullopt, true, 1});
+        EXPECT_TRUE(store->replaceSites(account, sites));
+        for (int n = firstSite; n < firstSite + count; ++n)
+            identities[n] = account + "/" + testing::numberedSiteID(n);
+        return account;
+    }
+
+    CheckerOptions options() {
+        CheckerOptions options;
+        options.threads = 4;
+        options.maxInFlight = 64;
+        options.probe.timeout = 5s;
+        options.probe.allowNetworks = {*parseIpNetwork("127.0.0.1/32")};
+        options.telemetry = &telemetry;
+        return options;
+    }
+
+    // Every slot of `site` within [from, to) has exactly one request, soon after it, and
+    // there are no others.
+    void expectOneCheckPerSlot(int site, const std::vector<TimePoint>& seen, TimePoint from,
+                               TimePoint to) {
+        TimePoint slot = firstSlot(from, 1, identities.at(site), 1);
+        std::size_t matched = 0;
+        for (; slot < to - 500ms; slot += 1s) {
+            const auto inSlot = std::count_if(seen.begin(), seen.end(), [slot](TimePoint at) {
+                return at >= slot && at < slot + 500ms;
+            });
+            EXPECT_EQ(inSlot, 1) << "site " << site << ", slot at " << unixSeconds(slot);
+            matched += static_cast<std::size_t>(inSlot);
+        }
+        EXPECT_LE(seen.size(), matched + 1) << "site " << site << " was asked between slots";
+        for (const TimePoint at : seen)
+            EXPECT_GE(at, from) << "site " << site << " was asked before any slot";
+    }
+
+    testing::TemporaryFolder folder;
+    std::unique_ptr<SqlStore> store;
+    CountingWebsite website;
+    ServerTelemetry telemetry;
+    std::map<int, std::string> identities;
+};
+
+TEST_P(CheckerThreadsTest, EverySlotIsCheckedOnceOnTimeByThreadsSharingTheWork) {
+    addAccount("big@example.org", 0, 60);
+    addAccount("small@example.org", 100, 3);
+    const TimePoint started = Clock::now();
+    Checker checker(*store, options());
+    checker.start();
+    std::this_thread::sleep_for(1500ms);
+    // A site added while the checker sleeps is checked at its own first slot.
+    const TimePoint added = Clock::now();
+    addAccount("late@example.org", 200, 1);
+    checker.sitesChanged();
+    std::this_thread::sleep_for(3000ms);
+    checker.stop();
+    const TimePoint stopped = Clock::now();
+
+    const auto requests = website.requests();
+    std::size_t total = 0;
+    for (const auto& [site, seen] : requests) {
+        expectOneCheckPerSlot(site, seen, site == 200 ? added : started, stopped);
+        total += seen.size();
+    }
+    EXPECT_EQ(requests.size(), 64u) << "every site was checked";
+    // Every check that was answered was saved, and each site's status is its last one.
+    std::size_t counted = 0;
+    for (const auto& [result, count] : telemetry.checks.snapshot()) {
+        EXPECT_EQ(result, std::vector<std::string>{"ok"});
+        counted += static_cast<std::size_t>(count);
+    }
+    EXPECT_EQ(counted, total);
+    const auto small = store->accountForEmail("small@example.org", false).value().id;
+    const std::vector<wire::CloudSiteStatus> statuses = store->siteStatuses(small).value();
+    ASSERT_EQ(statuses.size(), 3u);
+    for (const auto& status : statuses) {
+        EXPECT_EQ(status.health, "up");
+        ASSERT_TRUE(status.lastCheckedAt);
+        const int site = std::stoi(status.site.substr(24));
+        EXPECT_NEAR(unixSeconds(*status.lastCheckedAt), unixSeconds(requests.at(site).back()), 0.5);
+    }
+    EXPECT_EQ(telemetry.checksSkipped.load(), 0);
+}
+
+// Two checkers claiming from one database, as two processes do on PostgreSQL.
+TEST_P(CheckerThreadsTest, TwoCheckersOnOneDatabaseNeverCheckASlotTwice) {
+    addAccount("shared@example.org", 0, 40);
+    const TimePoint started = Clock::now();
+    Checker one(*store, options());
+    Checker other(*store, options());
+    one.start();
+    other.start();
+    std::this_thread::sleep_for(3500ms);
+    one.stop();
+    other.stop();
+    const auto requests = website.requests();
+    EXPECT_EQ(requests.size(), 40u);
+    for (const auto& [site, seen] : requests)
+        expectOneCheckPerSlot(site, seen, started, Clock::now());
+}
+
+INSTANTIATE_TEST_SUITE_P(OnBothDatabases, CheckerThreadsTest,
+                         ::testing::Values("sqlite", "postgresql"), testing::BothDatabases::name);
+
+} // namespace
+} // namespace ravo::server
