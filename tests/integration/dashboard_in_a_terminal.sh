@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # `ravo` over SSH as a user meets it: a real terminal (tmux) at 80x24, then grown to 200x60.
-# The dashboard fits, moves with the keys and the mouse, draws colour only where allowed,
-# keeps its log off the screen, and gives the shell its screen back on q.
+# The dashboard fits, moves with the keys and the mouse, uses a big terminal's room for
+# labelled cores, wide graphs and the processes (a real one burning CPU among them), draws
+# colour only where allowed, keeps its log off the screen, and gives the shell its screen
+# back on q.
 set -Eeuo pipefail
 bin=$1
 source "$(dirname "$0")/lib.sh"
@@ -9,20 +11,41 @@ use_temporary_home
 command -v tmux >/dev/null || fail "tmux is not installed (scripts/install-deps.sh --tests)"
 socket=ravo-test-$$-0
 term() { tmux -L "$socket" "$@"; }
-trap 'term kill-server 2>/dev/null || true; rm -rf "$work"' EXIT
+# A process keeping a core busy, under a name of its own.
+cp "$(command -v sh)" "$work/burn-cpu"
+"$work/burn-cpu" -c 'while :; do :; done' &
+burner=$!
+trap 'kill $burner 2>/dev/null || true; term kill-server 2>/dev/null || true; rm -rf "$work"' EXIT
 trap 'echo "FAIL: line $LINENO: $BASH_COMMAND" >&2' ERR
 
 screen() { term capture-pane -p -t dash; }
 shows() { screen | grep -qF -- "$1"; }
 runs=0
+size=(-x 80 -y 24)
 start() { # [environment...]
     # A server of its own each time: a killed one may still hold its socket for a moment.
     term kill-server 2>/dev/null || true
     runs=$((runs + 1))
     socket=ravo-test-$$-$runs
-    term -f /dev/null new-session -d -s dash -x 80 -y 24 \
+    term -f /dev/null new-session -d -s dash "${size[@]}" \
         "env -u DISPLAY -u WAYLAND_DISPLAY HOME=$HOME $* $bin/ravo; echo exited \$?; sleep 30"
     wait_until 20 shows "q quit" || fail "no dashboard: $(screen)"
+}
+
+# At 200x60 each core has its number, a bar and its load; the graphs span the column and
+# say how far back they go; the burner is among the busiest processes; and most rows
+# hold more than the rules between and beside the graphs.
+big_screen_is_used() {
+    local last=$(($(nproc) - 1))
+    labelled() { screen | grep -E "cores +0 [█░]{10} +[0-9]+%" | grep -qE " $1 [█░]{10} +[0-9]+%"; }
+    wait_until 10 labelled "$last" || fail "no labelled bar for cores 0 to $last: $(screen)"
+    screen | grep -qE "Processor .* last [0-9]+ min" || fail "no span on the graph: $(screen)"
+    screen | grep -qE "^ +100% ┤" || fail "no scale on the graph: $(screen)"
+    busy() { screen | grep -qE "  burn-cpu +$burner +[0-9]+% "; }
+    wait_until 10 busy || fail "the burner $burner is not among the processes: $(screen)"
+    local rows
+    rows=$(screen | sed 's/[│┤]/ /g' | grep -c '[^ ]')
+    [ "$rows" -gt 30 ] || fail "only $rows of 60 rows hold text: $(screen)"
 }
 
 start
@@ -60,7 +83,7 @@ wait_until 5 shows "▸ Machine" || fail "a click did not select the machine: $(
 term resize-window -t dash -x 200 -y 60
 wait_until 5 bash -c "tmux -L $socket capture-pane -p -t dash | grep 'Machine' | grep -q 'AI limits'" ||
     fail "no two columns at 200x60: $(screen)"
-wait_until 10 shows "cores" || fail "no cores at 200x60: $(screen)"
+big_screen_is_used
 [ "$(screen | wc -l)" -le 60 ] || fail "more than 60 rows"
 
 # Colour by default, none with NO_COLOR; bold and reverse stay.
@@ -72,6 +95,14 @@ screen | grep -q "Processor" && fail "the dashboard stayed on the screen"
 screen | grep -q "io.halvorsund" && fail "a log line was left behind"
 grep -q "io.halvorsund.Ravo" "$HOME/.local/state/ravo/ravo.log" || fail "nothing was logged to the file"
 
+# A terminal that starts big, as xterm: the same room used from the first frame.
+size=(-x 200 -y 60)
+start TERM=xterm-256color
+big_screen_is_used
+term send-keys -t dash q
+wait_until 10 shows "exited 0" || fail "xterm-256color at 200x60: q did not quit: $(screen)"
+
+size=(-x 80 -y 24)
 start NO_COLOR=1
 term capture-pane -p -e -t dash | grep -q $'\e\\[3[1-6]m' && fail "colour despite NO_COLOR"
 term capture-pane -p -e -t dash | grep -q $'\e\\[7m' || fail "no reverse header without colour"

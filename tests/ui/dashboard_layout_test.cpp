@@ -152,12 +152,55 @@ TEST_F(DashboardLayoutTest, ABigTerminalShowsTwoColumnsCoresDetailsAndLongerHist
     for (int i = 0; i < 3; ++i)
         EXPECT_NE(text.find("project-" + std::to_string(i)), std::string::npos) << text;
     EXPECT_EQ(text.find(" of 3"), std::string::npos);
-    // A history longer than the tray's minute fills the wider sparkline.
-    const std::string row = screen.grid.rowText(processor);
-    std::string sixty;
-    for (int i = 0; i < 61; ++i)
-        sixty += "▅";
-    EXPECT_NE(row.find(sixty), std::string::npos) << row;
+    // The history is a graph under the metric, across the column up to the rule, and says
+    // how far back it goes: 93 values two seconds apart.
+    EXPECT_NE(screen.grid.rowText(processor).find("last 3 min"), std::string::npos) << text;
+    const int top = rowOf(screen.grid, "100% ┤");
+    ASSERT_GT(top, processor) << text;
+    std::string full;
+    for (int i = 0; i < 93; ++i)
+        full += "█";
+    int filled = 0;
+    for (int row = top; row < top + 8; ++row)
+        filled += screen.grid.rowText(row).find("┤" + full) != std::string::npos ||
+                  screen.grid.rowText(row).find("│" + full) != std::string::npos;
+    EXPECT_EQ(filled, 4) << "half of the graph's rows for a half-busy history\n" << text;
+    // The graph ends a blank short of the rule between the columns.
+    EXPECT_EQ(screen.grid.at(top + 7, 107).glyph.view(), "█") << text;
+    EXPECT_EQ(screen.grid.at(top + 7, 108).glyph.view(), " ") << text;
+    EXPECT_EQ(screen.grid.at(top + 7, 109).glyph.view(), "│") << text;
+    // Most rows have something to say.
+    int withText = 0;
+    for (int row = 0; row < 60; ++row)
+        withText += !screen.grid.rowText(row).empty();
+    EXPECT_GE(withText, 50) << text;
+}
+
+TEST_F(DashboardLayoutTest, SixteenCoresGetALabelledBarEachInColumns) {
+    auto frame = busyFrame(200, 60, 3);
+    frame.reading->cpu->perCore.clear();
+    for (int core = 0; core < 16; ++core)
+        frame.reading->cpu->perCore.push_back(core / 15.0);
+    const auto screen = layoutDashboard(frame, {}, {});
+    const std::string text = screenText(screen.grid);
+    const int cores = rowOf(screen.grid, "cores");
+    ASSERT_NE(cores, -1) << text;
+    // Four to a row, the busiest critical.
+    EXPECT_NE(screen.grid.rowText(cores).find(" 0 ░░░░░░░░░░   0%"), std::string::npos) << text;
+    EXPECT_EQ(rowOf(screen.grid, " 5 ███░░░░░░░  33%"), cores + 1) << text;
+    const int busiest = rowOf(screen.grid, "15 ██████████ 100%");
+    EXPECT_EQ(busiest, cores + 3) << text;
+    const int bar = static_cast<int>(displayWidth(
+        screen.grid.rowText(busiest).substr(0, screen.grid.rowText(busiest).find("15 ██"))));
+    EXPECT_EQ(screen.grid.at(busiest, bar + 3).style.tone, Tone::critical);
+    EXPECT_LT(cores, rowOf(screen.grid, "user 30%")) << "the figures stay together";
+
+    // No room for a row per four cores: a cell each, on one row.
+    frame.width = 80;
+    frame.height = 24;
+    const auto small = layoutDashboard(frame, {}, {});
+    EXPECT_EQ(rowOf(small.grid, "100%"), -1) << screenText(small.grid);
+    EXPECT_EQ(rowOf(small.grid, "15 █"), -1) << screenText(small.grid);
 }
 
 TEST_F(DashboardLayoutTest, ProcessesShowWhereThereIsRoomAndGoFirstWhereThereIsNot) {
@@ -169,25 +212,63 @@ TEST_F(DashboardLayoutTest, ProcessesShowWhereThereIsRoomAndGoFirstWhereThereIsN
     const auto screen = layoutDashboard(big, {}, {});
     const std::string text = screenText(screen.grid);
     const int processor = rowOf(screen.grid, "Processor");
+    const int heading = rowOf(screen.grid, "Busiest processes");
     const int busiest = rowOf(screen.grid, "spin (1) x");
     const int memory = rowOf(screen.grid, "Memory");
     ASSERT_NE(busiest, -1) << text;
-    EXPECT_GT(busiest, processor) << text;
+    EXPECT_GT(heading, processor) << text;
+    EXPECT_EQ(busiest, heading + 1) << text;
     EXPECT_LT(busiest, memory) << text;
-    EXPECT_NE(screen.grid.rowText(busiest).find("99%  1 MB  pid 4242"), std::string::npos) << text;
+    EXPECT_NE(screen.grid.rowText(busiest).find("spin (1) x                4242    99%       1 MB"),
+              std::string::npos)
+        << text;
     EXPECT_EQ(screen.grid.rowText(busiest + 1).find("cc1plus"),
               screen.grid.rowText(busiest).find("spin (1) x"))
         << text;
-    EXPECT_GT(rowOf(screen.grid, "300 MB  42%  pid 17"), memory) << text;
+    EXPECT_GT(rowOf(screen.grid, "Largest processes"), memory) << text;
+    // With processes to list the graphs give up rows, not the processes.
+    EXPECT_NE(rowOf(screen.grid, "100% ┤"), -1) << text;
 
     auto small = busyFrame(80, 24, 6);
     small.reading->processes = processes;
     const auto cramped = layoutDashboard(small, {}, {});
     const std::string crampedText = screenText(cramped.grid);
-    EXPECT_EQ(rowOf(cramped.grid, "pid 4242"), -1) << crampedText;
+    EXPECT_EQ(rowOf(cramped.grid, "4242"), -1) << crampedText;
     for (const char* needle : {"Processor", "Memory", "Temperature", "Claude", "Codex"})
         EXPECT_NE(rowOf(cramped.grid, needle), -1) << needle << "\n" << crampedText;
     EXPECT_EQ(rowOf(cramped.grid, "q quit"), 23);
+}
+
+TEST_F(DashboardLayoutTest, TheNetworkGraphScalesToItsBusiestMomentShown) {
+    auto frame = busyFrame(200, 60, 0);
+    frame.metrics = {SystemMetric::network};
+    frame.rateHistory[RateSeries::networkIn] = {4'000'000, 1'000'000, 2'000'000};
+    frame.sampleInterval = std::chrono::seconds(10);
+    const auto screen = layoutDashboard(frame, {}, {});
+    const std::string text = screenText(screen.grid);
+    // 93 values ten seconds apart.
+    EXPECT_NE(screen.grid.rowText(rowOf(screen.grid, "Network")).find("last 16 min"),
+              std::string::npos)
+        << text;
+    const int top = rowOf(screen.grid, "4 MB/s ┤");
+    ASSERT_NE(top, -1) << text;
+    EXPECT_NE(screen.grid.rowText(top).find("┤" + std::string(90, ' ') + "█   │"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(rowOf(screen.grid, "0 kB/s ┤"), -1) << text;
+
+    // A trickle stays low: the scale starts at 1 kB/s.
+    frame.rateHistory[RateSeries::networkIn] = {10, 20};
+    const auto quiet = layoutDashboard(frame, {}, {});
+    const int quietTop = rowOf(quiet.grid, "1 kB/s ┤");
+    ASSERT_NE(quietTop, -1) << screenText(quiet.grid);
+    EXPECT_NE(quiet.grid.rowText(quietTop).find("┤" + std::string(94, ' ') + "│"),
+              std::string::npos)
+        << screenText(quiet.grid);
+    EXPECT_NE(
+        quiet.grid.rowText(rowOf(quiet.grid, "0 kB/s ┤")).find("┤" + std::string(91, ' ') + "▁▁ │"),
+        std::string::npos)
+        << screenText(quiet.grid);
 }
 
 TEST_F(DashboardLayoutTest, ALayoutOnTheLastFramesCellsEqualsOneOnFreshCells) {

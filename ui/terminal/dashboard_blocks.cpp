@@ -1,9 +1,7 @@
 #include "ui/terminal/dashboard_blocks.h"
 
 #include "metrics/core/metric_level.h"
-#include "metrics/core/metric_summary.h"
 #include "sessions/core/session_list.h"
-#include "ui/terminal/sparkline.h"
 #include "usage/core/usage_text.h"
 
 #include <algorithm>
@@ -13,6 +11,20 @@ namespace ravo::ui::dashboard {
 using namespace metrics;
 
 namespace {
+
+Tone stateTone(sessions::AgentSession::State state) {
+    switch (state) {
+    case sessions::AgentSession::State::running:
+        return Tone::accent;
+    case sessions::AgentSession::State::waiting:
+        return Tone::warning;
+    case sessions::AgentSession::State::done:
+        return Tone::good;
+    }
+    return Tone::plain;
+}
+
+} // namespace
 
 CellStyle toneOf(std::optional<MetricLevel> level) {
     if (!level)
@@ -34,99 +46,6 @@ std::string bar(double fraction, int width) {
     for (int i = 0; i < width; ++i)
         text += i < filled ? "█" : "░";
     return text;
-}
-
-// The processes under the processor (the busiest) or memory (the largest), the first to go
-// when rows run short.
-void addProcessLines(Block& block, const SystemReading& reading, SystemMetric metric, int item,
-                     int width, const FormatLocale& locale) {
-    if (!reading.processes || (metric != SystemMetric::cpu && metric != SystemMetric::memory))
-        return;
-    const bool byCpu = metric == SystemMetric::cpu;
-    const int nameWidth = std::clamp(width - kNameWidth - 24, 6, 24);
-    const int figures = kNameWidth + nameWidth + 1;
-    for (const auto& process : byCpu ? reading.processes->byCpu : reading.processes->byMemory) {
-        const std::string cpu =
-            process.cpuPercent ? MetricFormat::percent(*process.cpuPercent / 100.0, locale) : "";
-        const std::string memory = MetricFormat::bytes(process.residentBytes, locale);
-        std::string text = byCpu ? cpu + "  " + memory : memory + (cpu.empty() ? "" : "  " + cpu);
-        text += "  pid " + std::to_string(process.pid);
-        block.lines.push_back(
-            {{{kNameWidth, process.name, {}, nameWidth}, {figures, text, {Tone::dim}}},
-             3,
-             item,
-             false});
-    }
-}
-
-Tone stateTone(sessions::AgentSession::State state) {
-    switch (state) {
-    case sessions::AgentSession::State::running:
-        return Tone::accent;
-    case sessions::AgentSession::State::waiting:
-        return Tone::warning;
-    case sessions::AgentSession::State::done:
-        return Tone::good;
-    }
-    return Tone::plain;
-}
-
-} // namespace
-
-Block machineBlock(const DashboardFrame& frame, const DashboardView& view, int width, bool wide,
-                   const FormatLocale& locale) {
-    Block block{DashboardSection::machine, "Machine", {}, {}};
-    const bool focused = view.focus == DashboardSection::machine;
-    if (frame.paused) {
-        block.lines.push_back({{{0, *frame.paused + ".", {Tone::warning}}}});
-        block.lines.push_back(
-            {{{0, "The figures resume once it is installed (Settings → General).", {Tone::dim}}}});
-        return block;
-    }
-    if (frame.metrics.empty()) {
-        block.lines.push_back(
-            {{{0, "No metrics are enabled. Turn them on in Ravo's settings.", {Tone::dim}}}});
-        return block;
-    }
-    const SystemReading reading = frame.reading.value_or(SystemReading{});
-    const int valueWidth = std::clamp(width - kNameWidth - 12, 8, 26);
-    const int sparkColumn = kNameWidth + valueWidth + 1;
-    const int sparkWidth = width - sparkColumn;
-    for (int i = 0; i < static_cast<int>(frame.metrics.size()); ++i) {
-        const SystemMetric metric = frame.metrics[static_cast<std::size_t>(i)];
-        const MetricSummary summary = summarizeForLine(reading, metric, locale);
-        const bool selected = focused && view.selectedMetric == i;
-        Line line{{}, 0, i, selected};
-        line.spans.push_back({0, std::string(displayName(metric)), {}, kNameWidth - 1});
-        line.spans.push_back({kNameWidth, summary.value.empty() ? "—" : summary.value,
-                              toneOf(summary.level), valueWidth});
-        if (sparkWidth >= 4)
-            line.spans.push_back(
-                {sparkColumn, frame.sparklineOf(metric, sparkWidth), {Tone::accent}});
-        block.lines.push_back(std::move(line));
-        if (metric == SystemMetric::cpu && reading.cpu && reading.cpu->perCore.size() > 1) {
-            // One bar per core, spaced out where there is room.
-            const auto& cores = reading.cpu->perCore;
-            const bool spaced = static_cast<int>(cores.size()) * 2 <= width - kNameWidth;
-            Line coreLine{{{0, "  cores", {Tone::dim}}}, wide ? 1 : 3, i, false};
-            int column = kNameWidth;
-            for (double load : cores) {
-                if (column >= width)
-                    break;
-                coreLine.spans.push_back(
-                    {column, sparkline({load}, 1.0), toneOf(levelFor(load)), 1});
-                column += spaced ? 2 : 1;
-            }
-            block.lines.push_back(std::move(coreLine));
-        }
-        if (!summary.detail.empty())
-            block.lines.push_back({{{kNameWidth, summary.detail, {Tone::dim}}},
-                                   selected ? 1 : (wide ? 2 : 3),
-                                   i,
-                                   false});
-        addProcessLines(block, reading, metric, i, width, locale);
-    }
-    return block;
 }
 
 Block limitsBlock(const DashboardFrame& frame, int width) {

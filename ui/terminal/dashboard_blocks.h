@@ -1,18 +1,19 @@
 #pragma once
 
 #include "metrics/core/metric_format.h"
+#include "metrics/core/metric_level.h"
 #include "ui/terminal/dashboard_controls.h"
+#include "ui/terminal/dashboard_plan.h"
 #include "ui/terminal/dashboard_text.h"
 #include "ui/terminal/screen_grid.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 // What each section of the dashboard says, as lines with their styles and how long they
 // stay when rows run short; the layout fits and draws them.
 namespace ravo::ui::dashboard {
-
-inline constexpr int kNameWidth = 12;
 
 struct Span {
     int column = 0;
@@ -36,9 +37,16 @@ struct Block {
     std::string note; // beside the title, such as "3–5 of 9"
 };
 
-Block machineBlock(const DashboardFrame& frame, const DashboardView& view, int width, bool wide,
-                   const metrics::FormatLocale& locale);
+// What the machine section has to show, counted as `machineBlock` lays it out.
+MachineContent machineContent(const DashboardFrame& frame, const metrics::FormatLocale& locale);
+Block machineBlock(const DashboardFrame& frame, const DashboardView& view,
+                   const DashboardPlan& plan, const metrics::FormatLocale& locale);
 Block limitsBlock(const DashboardFrame& frame, int width);
 Block sessionsBlock(const DashboardFrame& frame, const DashboardView& view, int width);
+
+// A level's colour; no level (no data) is dim.
+CellStyle toneOf(std::optional<metrics::MetricLevel> level);
+// `fraction` of `width` cells filled.
+std::string bar(double fraction, int width);
 
 } // namespace ravo::ui::dashboard

@@ -1,12 +1,7 @@
 #include "ui/terminal/dashboard_layout.h"
 
 #include "ui/terminal/dashboard_blocks.h"
-
-#include "metrics/core/metric_level.h"
-#include "metrics/core/metric_summary.h"
-#include "sessions/core/session_list.h"
-#include "ui/terminal/sparkline.h"
-#include "usage/core/usage_text.h"
+#include "ui/terminal/dashboard_plan.h"
 
 #include <algorithm>
 #include <ctime>
@@ -18,8 +13,6 @@ using namespace metrics;
 namespace {
 
 using namespace dashboard;
-
-constexpr int kWideFrom = 120;
 
 std::string localClock(TimePoint moment) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
@@ -203,23 +196,23 @@ DashboardScreen layoutDashboard(const DashboardFrame& frame, const DashboardView
     drawFooter(screen);
     const int top = 2;
     const int rows = frame.height - top - 2;
-    if (frame.width >= kWideFrom) {
-        const int leftWidth = frame.width * 11 / 20 - 2;
-        const int rightLeft = leftWidth + 3;
-        const int rightWidth = frame.width - rightLeft - 1;
-        drawColumn(screen, {machineBlock(frame, view, leftWidth - 2, true, locale)}, view, top, 1,
-                   leftWidth, rows);
+    const bool sideBySide = frame.width >= kSideBySideFrom;
+    const int othersLeft = sideBySide ? machineColumnWidth(frame.width) + 3 : 1;
+    const int othersWidth = frame.width - othersLeft - 1;
+    std::vector<Block> others{limitsBlock(frame, othersWidth - 2),
+                              sessionsBlock(frame, view, othersWidth - 2)};
+    // Sharing a column, the limits and sessions keep their rows and a gap before each.
+    const DashboardPlan plan = planDashboard(
+        frame.width, frame.height, machineContent(frame, locale), rowsOf(others, true) + 1);
+    Block machine = machineBlock(frame, view, plan, locale);
+    if (sideBySide) {
+        drawColumn(screen, {std::move(machine)}, view, top, 1, plan.machineColumn, rows);
         for (int row = top; row < top + rows; ++row)
-            screen.grid.put(row, leftWidth + 1, "│", {Tone::dim});
-        drawColumn(screen,
-                   {limitsBlock(frame, rightWidth - 2), sessionsBlock(frame, view, rightWidth - 2)},
-                   view, top, rightLeft, rightWidth, rows);
+            screen.grid.put(row, plan.machineColumn + 1, "│", {Tone::dim});
+        drawColumn(screen, std::move(others), view, top, othersLeft, othersWidth, rows);
     } else {
-        const int width = frame.width - 2;
-        drawColumn(screen,
-                   {machineBlock(frame, view, width - 2, false, locale),
-                    limitsBlock(frame, width - 2), sessionsBlock(frame, view, width - 2)},
-                   view, top, 1, width, rows);
+        others.insert(others.begin(), std::move(machine));
+        drawColumn(screen, std::move(others), view, top, 1, plan.machineColumn, rows);
     }
     if (view.showsHelp)
         drawHelp(screen);

@@ -18,8 +18,9 @@ inline constexpr int kSmallestDashboardWidth = 40;
 inline constexpr int kSmallestDashboardHeight = 10;
 
 // One full screen of the dashboard at the frame's size: a header, the machine, the AI
-// limits and the sessions, and a line of keys. Side by side from 120 columns; what does
-// not fit goes in order of importance (details first, then limit windows), and the
+// limits and the sessions, and a line of keys. Side by side from 120 columns; rows to
+// spare go to labelled core bars, the processes and taller graphs (planDashboard); what
+// does not fit goes in order of importance (details first, then limit windows), and the
 // session list scrolls to keep the selected one in sight. `canvas` lends its storage.
 DashboardScreen layoutDashboard(const DashboardFrame& frame, const DashboardView& view,
                                 const metrics::FormatLocale& locale,

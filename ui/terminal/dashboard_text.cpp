@@ -69,21 +69,27 @@ std::string sessionsText(const DashboardFrame& frame, const std::string& bold,
 
 } // namespace
 
-std::string DashboardFrame::sparklineOf(SystemMetric metric, int width) const {
-    const bool isRate = metric == SystemMetric::network;
-    const std::vector<double>* values = nullptr;
-    if (isRate) {
-        if (const auto found = rateHistory.find(RateSeries::networkIn); found != rateHistory.end())
-            values = &found->second;
-    } else if (const auto found = history.find(metric); found != history.end()) {
-        values = &found->second;
+const std::vector<double>* DashboardFrame::historyOf(SystemMetric metric) const {
+    if (metric == SystemMetric::network) {
+        const auto found = rateHistory.find(RateSeries::networkIn);
+        return found == rateHistory.end() ? nullptr : &found->second;
     }
+    const auto found = history.find(metric);
+    return found == history.end() ? nullptr : &found->second;
+}
+
+bool DashboardFrame::keepsHistory(SystemMetric metric) {
+    return metric != SystemMetric::temperature;
+}
+
+std::string DashboardFrame::sparklineOf(SystemMetric metric, int width) const {
+    const std::vector<double>* values = historyOf(metric);
     if (!values || width <= 0)
         return {};
     const auto count = std::min(values->size(), static_cast<std::size_t>(width));
     // The network's rates have no ceiling; the gauges fill up to 1.
     return sparkline({values->end() - static_cast<std::ptrdiff_t>(count), values->end()},
-                     isRate ? std::nullopt : std::optional(1.0));
+                     metric == SystemMetric::network ? std::nullopt : std::optional(1.0));
 }
 
 std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& locale) {

@@ -5,6 +5,7 @@
 #include "sessions/core/agent_session.h"
 #include "usage/core/usage_model.h"
 
+#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -20,6 +21,8 @@ struct DashboardFrame {
     std::optional<std::string> paused;
     std::map<metrics::SystemMetric, std::vector<double>> history;
     std::map<metrics::RateSeries, std::vector<double>> rateHistory;
+    // How far apart the history's values are.
+    std::chrono::milliseconds sampleInterval{2000};
     bool online = false;
     std::optional<usage::UsageSnapshot> usage;
     bool tracksSessions = false;
@@ -33,6 +36,11 @@ struct DashboardFrame {
 
     // The metric's last `width` values as block characters.
     std::string sparklineOf(metrics::SystemMetric metric, int width) const;
+    // The values a metric's history holds, oldest first: the gauge's fractions, or the
+    // network's incoming bytes per second. Null when there are none yet.
+    const std::vector<double>* historyOf(metrics::SystemMetric metric) const;
+    // Temperatures keep no history; every other metric has one to draw.
+    static bool keepsHistory(metrics::SystemMetric metric);
 };
 
 std::string renderDashboard(const DashboardFrame& frame, const metrics::FormatLocale& locale);

@@ -25,12 +25,14 @@ std::string row(const std::string& name, const std::string& pid, const std::stri
     return padRight(name, kNameColumns) + padLeft(pid, 8) + padLeft(cpu, 7) + padLeft(memory, 11);
 }
 
-void addList(std::vector<std::string>& lines, const char* heading,
-             const std::vector<ProcessUsage>& list, const FormatLocale& locale) {
+} // namespace
+
+std::vector<std::string> processListLines(const char* heading,
+                                          const std::vector<ProcessUsage>& list,
+                                          const FormatLocale& locale) {
+    std::vector<std::string> lines;
     if (list.empty())
-        return;
-    if (!lines.empty())
-        lines.emplace_back();
+        return lines;
     lines.push_back(row(heading, "pid", "CPU", "memory"));
     for (const auto& process : list) {
         const std::string cpu =
@@ -40,15 +42,16 @@ void addList(std::vector<std::string>& lines, const char* heading,
                             std::to_string(process.pid), cpu,
                             MetricFormat::bytes(process.residentBytes, locale)));
     }
+    return lines;
 }
-
-} // namespace
 
 std::vector<std::string> processTableLines(const TopProcesses& processes,
                                            const FormatLocale& locale) {
-    std::vector<std::string> lines;
-    addList(lines, "Busiest processes", processes.byCpu, locale);
-    addList(lines, "Largest processes", processes.byMemory, locale);
+    auto lines = processListLines("Busiest processes", processes.byCpu, locale);
+    auto largest = processListLines("Largest processes", processes.byMemory, locale);
+    if (!lines.empty() && !largest.empty())
+        lines.emplace_back();
+    lines.insert(lines.end(), largest.begin(), largest.end());
     return lines;
 }
 

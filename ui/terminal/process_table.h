@@ -16,4 +16,9 @@ namespace ravo::ui {
 std::vector<std::string> processTableLines(const metrics::TopProcesses& processes,
                                            const metrics::FormatLocale& locale);
 
+// One of the lists under its heading; nothing for an empty list.
+std::vector<std::string> processListLines(const char* heading,
+                                          const std::vector<metrics::ProcessUsage>& list,
+                                          const metrics::FormatLocale& locale);
+
 } // namespace ravo::ui

@@ -14,7 +14,7 @@ using namespace metrics;
 
 namespace {
 
-void appendCapped(std::deque<double>& values, double value) {
+template <typename Value> void appendCapped(std::deque<Value>& values, Value value) {
     values.push_back(value);
     while (values.size() > TerminalDashboard::kHistoryLength)
         values.pop_front();
@@ -61,6 +61,17 @@ void TerminalDashboard::record() {
             appendCapped(history_[metric], *fraction);
     if (reading->network)
         appendCapped(networkIn_, reading->network->inRate);
+    appendCapped(sampledAt_, reading->date);
+}
+
+std::chrono::milliseconds TerminalDashboard::sampleInterval() const {
+    // The last few minutes, so a changed interval shows soon.
+    const std::size_t recent = std::min<std::size_t>(sampledAt_.size(), 100);
+    if (recent < 2)
+        return std::chrono::milliseconds(SystemMonitor::kIntervalMs);
+    const auto span = sampledAt_.back() - sampledAt_[sampledAt_.size() - recent];
+    return std::chrono::duration_cast<std::chrono::milliseconds>(span) /
+           static_cast<long>(recent - 1);
 }
 
 DashboardCounts TerminalDashboard::counts() const {
@@ -92,6 +103,7 @@ void TerminalDashboard::redraw() {
     for (const auto& [metric, values] : history_)
         frame.history[metric] = {values.begin(), values.end()};
     frame.rateHistory[RateSeries::networkIn] = {networkIn_.begin(), networkIn_.end()};
+    frame.sampleInterval = sampleInterval();
     frame.width = screen_->width();
     frame.height = screen_->height();
     frame.color = screen_->hasColor();

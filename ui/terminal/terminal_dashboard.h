@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/time.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_metric.h"
 #include "ui/coordinators.h"
@@ -36,6 +37,8 @@ private:
     void record();
     void act(DashboardAction action);
     DashboardCounts counts() const;
+    // How far apart the recent readings came: the graphs say how far back they reach.
+    std::chrono::milliseconds sampleInterval() const;
 
     Coordinators coordinators_;
     CursesScreen* screen_;
@@ -45,6 +48,7 @@ private:
     ScreenGrid spare_{0, 0}; // the frame before last, drawn over by the next
     std::map<metrics::SystemMetric, std::deque<double>> history_;
     std::deque<double> networkIn_;
+    std::deque<TimePoint> sampledAt_;
 };
 
 } // namespace ravo::ui
