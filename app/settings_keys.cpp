@@ -127,7 +127,7 @@ Status SettingKeys::write(const Setting& setting, const std::string& value, QSet
         const auto names = metricList(value);
         if (!names)
             return Failure{name + " takes metric names separated by commas: cpu, gpu, memory, "
-                                  "disk, network, temperature."};
+                                  "disk, network, temperature, swap."};
         common::writeStringList(settings, key, *names);
         return success();
     }

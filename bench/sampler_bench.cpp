@@ -26,6 +26,25 @@ static void BM_FullSampleLaptopTree(benchmark::State& state) {
 }
 BENCHMARK(BM_FullSampleLaptopTree)->MeasureProcessCPUTime()->UseRealTime();
 
+// What the tray's items take at each tick when all of them show: everything but the
+// process lists, with or without the swap gauge (which reads /proc/meminfo once more).
+static void BM_ItemSampleLive(benchmark::State& state) {
+    SystemSampler sampler(std::make_unique<kernel::LinuxCounterSource>());
+    SampleRequest request{
+        static_cast<std::uint16_t>(SampleRequest::all().bits & ~SampleRequest::processes)};
+    if (state.range(0) == 0)
+        request.bits &= static_cast<std::uint16_t>(~SampleRequest::swap);
+    sampler.sample(request);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(sampler.sample(request));
+}
+BENCHMARK(BM_ItemSampleLive)
+    ->ArgName("swap")
+    ->Arg(0)
+    ->Arg(1)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+
 // One scan of this machine's processes, their stat files kept open from the scan before.
 static void BM_ProcessScanLive(benchmark::State& state) {
     kernel::ProcessScanner scanner;

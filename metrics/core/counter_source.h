@@ -47,9 +47,12 @@ struct ProcessCounters {
 class CounterSource {
 public:
     virtual ~CounterSource() = default;
+    // A sample begins: anything one read served for the sample before is stale now.
+    virtual void beginSample() {}
     virtual std::optional<std::vector<CPUTicks>> cpuTicks() = 0;
     virtual std::optional<GPUUtilization> gpu() = 0;
     virtual std::optional<MemoryUsage> memory() = 0;
+    virtual std::optional<SwapUsage> swap() = 0;
     virtual std::optional<DiskSpace> diskSpace() = 0;
     virtual std::optional<DeviceCounters> diskCounters() = 0;
     virtual std::optional<DeviceCounters> networkCounters() = 0;

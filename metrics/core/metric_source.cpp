@@ -9,6 +9,8 @@ std::set<SystemMetric> missingSources(const SystemReading& probe) {
     const auto t = probe.temperatures.value_or(Temperatures{});
     if (!t.cpu && !t.cpuAverage && !t.gpu && !t.ssd && !t.battery)
         missing.insert(SystemMetric::temperature);
+    if (!probe.swap || probe.swap->total == 0)
+        missing.insert(SystemMetric::swap);
     return missing;
 }
 
@@ -18,6 +20,8 @@ std::optional<std::string_view> missingSourceReason(SystemMetric metric) {
         return "No GPU found on this machine";
     case SystemMetric::temperature:
         return "No temperature sensors readable on this machine";
+    case SystemMetric::swap:
+        return "No swap space on this machine";
     default:
         return std::nullopt;
     }

@@ -11,10 +11,11 @@
 namespace ravo::metrics {
 
 // What a reading asks of the machine to learn which metrics it has nothing to show for.
-inline constexpr SampleRequest kSourceProbe{SampleRequest::gpu | SampleRequest::temperatures};
+inline constexpr SampleRequest kSourceProbe{SampleRequest::gpu | SampleRequest::temperatures |
+                                            SampleRequest::swap};
 
 // Metrics whose source this machine lacks, judged from one reading taken with kSourceProbe:
-// no GPU answered, or no temperature sensor could be read.
+// no GPU answered, no temperature sensor could be read, or there is no swap space.
 std::set<SystemMetric> missingSources(const SystemReading& probe);
 
 // Why a metric has nothing to show here, in the words the settings and the detail use.

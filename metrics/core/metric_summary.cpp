@@ -25,6 +25,13 @@ std::string memoryDetail(const MemoryUsage& memory, const FormatLocale& locale) 
     return text;
 }
 
+std::string swapDetail(const SwapUsage& swap, const FormatLocale& locale) {
+    if (swap.total == 0)
+        return "no swap space";
+    return MetricFormat::bytes(swap.used, locale) + " used of " +
+           MetricFormat::bytes(swap.total, locale);
+}
+
 std::string diskDetail(const DiskUsage& disk, const FormatLocale& locale) {
     std::string text;
     if (disk.total > 0)
@@ -79,6 +86,10 @@ MetricSummary summarize(const SystemReading& reading, SystemMetric metric,
     case SystemMetric::memory:
         if (reading.memory)
             summary.detail = memoryDetail(*reading.memory, locale);
+        break;
+    case SystemMetric::swap:
+        if (reading.swap)
+            summary.detail = swapDetail(*reading.swap, locale);
         break;
     case SystemMetric::disk:
         if (reading.disk)

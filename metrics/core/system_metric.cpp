@@ -16,6 +16,8 @@ std::string_view rawValue(SystemMetric metric) {
         return "network";
     case SystemMetric::temperature:
         return "temperature";
+    case SystemMetric::swap:
+        return "swap";
     }
     return "cpu";
 }
@@ -34,6 +36,8 @@ std::string_view displayName(SystemMetric metric) {
         return "Network";
     case SystemMetric::temperature:
         return "Temperature";
+    case SystemMetric::swap:
+        return "Swap";
     }
     return "Processor";
 }

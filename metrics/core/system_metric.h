@@ -7,11 +7,12 @@
 namespace ravo::metrics {
 
 // Case order is the default order everywhere; raw values are the settings' list entries.
-enum class SystemMetric { cpu, gpu, memory, disk, network, temperature };
+// Swap came last, so orders stored before it keep their places.
+enum class SystemMetric { cpu, gpu, memory, disk, network, temperature, swap };
 
-inline constexpr std::array<SystemMetric, 6> kAllMetrics{
-    SystemMetric::cpu,  SystemMetric::gpu,     SystemMetric::memory,
-    SystemMetric::disk, SystemMetric::network, SystemMetric::temperature};
+inline constexpr std::array<SystemMetric, 7> kAllMetrics{
+    SystemMetric::cpu,     SystemMetric::gpu,         SystemMetric::memory, SystemMetric::disk,
+    SystemMetric::network, SystemMetric::temperature, SystemMetric::swap};
 
 std::string_view rawValue(SystemMetric metric);
 std::string_view displayName(SystemMetric metric);

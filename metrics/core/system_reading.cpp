@@ -44,6 +44,10 @@ std::optional<double> SystemReading::fraction(SystemMetric metric) const {
                 return 0.0;
             return static_cast<double>(usable - disk->available) / static_cast<double>(usable);
         }
+    case SystemMetric::swap:
+        if (!swap || swap->total == 0)
+            return std::nullopt;
+        return std::min(static_cast<double>(swap->used) / static_cast<double>(swap->total), 1.0);
     case SystemMetric::network:
     case SystemMetric::temperature:
         return std::nullopt;

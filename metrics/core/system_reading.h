@@ -50,6 +50,13 @@ struct MemoryUsage {
     bool operator==(const MemoryUsage&) const = default;
 };
 
+// Swap space in bytes; a total of 0 is a machine without any.
+struct SwapUsage {
+    std::uint64_t total = 0;
+    std::uint64_t used = 0;
+    bool operator==(const SwapUsage&) const = default;
+};
+
 struct DiskUsage {
     std::uint64_t total = 0;
     std::uint64_t available = 0;
@@ -100,13 +107,15 @@ struct SystemReading {
     std::optional<CPULoad> cpu;
     std::optional<GPUUtilization> gpuDetail;
     std::optional<MemoryUsage> memory;
+    std::optional<SwapUsage> swap;
     std::optional<DiskUsage> disk;
     std::optional<NetworkUsage> network;
     std::optional<Temperatures> temperatures;
     std::optional<TopProcesses> processes;
     bool operator==(const SystemReading&) const = default;
 
-    // The filling of a metric's gauge, 0...1; network and temperature have none.
+    // The filling of a metric's gauge, 0...1; network and temperature have none, nor swap
+    // on a machine without swap space.
     std::optional<double> fraction(SystemMetric metric) const;
     // The byte rate of a series, when this reading has one.
     std::optional<double> rate(RateSeries series) const;

@@ -61,6 +61,15 @@ void from_json(const nlohmann::json& j, MemoryUsage& v) {
         !j.contains("pressureLevelKnown") || j.at("pressureLevelKnown").get<bool>();
 }
 
+void to_json(nlohmann::json& j, const SwapUsage& v) {
+    j = {{"total", v.total}, {"used", v.used}};
+}
+
+void from_json(const nlohmann::json& j, SwapUsage& v) {
+    j.at("total").get_to(v.total);
+    j.at("used").get_to(v.used);
+}
+
 void to_json(nlohmann::json& j, const DiskUsage& v) {
     j = {{"total", v.total}, {"available", v.available}};
     putOptional(j, "reserved", v.reserved);
@@ -133,6 +142,7 @@ void to_json(nlohmann::json& j, const SystemReading& v) {
     putOptional(j, "cpu", v.cpu);
     putOptional(j, "gpuDetail", v.gpuDetail);
     putOptional(j, "memory", v.memory);
+    putOptional(j, "swap", v.swap);
     putOptional(j, "disk", v.disk);
     putOptional(j, "network", v.network);
     putOptional(j, "temperatures", v.temperatures);
@@ -147,6 +157,7 @@ void from_json(const nlohmann::json& j, SystemReading& v) {
     getOptional(j, "cpu", v.cpu);
     getOptional(j, "gpuDetail", v.gpuDetail);
     getOptional(j, "memory", v.memory);
+    getOptional(j, "swap", v.swap);
     getOptional(j, "disk", v.disk);
     getOptional(j, "network", v.network);
     getOptional(j, "temperatures", v.temperatures);

@@ -13,6 +13,8 @@ void to_json(nlohmann::json& j, const GPUUtilization& v);
 void from_json(const nlohmann::json& j, GPUUtilization& v);
 void to_json(nlohmann::json& j, const MemoryUsage& v);
 void from_json(const nlohmann::json& j, MemoryUsage& v);
+void to_json(nlohmann::json& j, const SwapUsage& v);
+void from_json(const nlohmann::json& j, SwapUsage& v);
 void to_json(nlohmann::json& j, const DiskUsage& v);
 void from_json(const nlohmann::json& j, DiskUsage& v);
 void to_json(nlohmann::json& j, const NetworkUsage& v);

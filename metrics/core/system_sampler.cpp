@@ -25,6 +25,7 @@ std::uint64_t total(const ByteCounters& counters) {
 
 SystemReading SystemSampler::sample(SampleRequest request) {
     const TimePoint now = now_();
+    source_->beginSample();
     SystemReading reading;
     reading.date = now;
     const bool wantsProcesses = request.contains(SampleRequest::processes);
@@ -37,6 +38,8 @@ SystemReading SystemSampler::sample(SampleRequest request) {
         reading.gpuDetail = source_->gpu();
     if (request.contains(SampleRequest::memory))
         reading.memory = source_->memory();
+    if (request.contains(SampleRequest::swap))
+        reading.swap = source_->swap();
     if (request.contains(SampleRequest::disk) || request.contains(SampleRequest::diskActivity)) {
         std::optional<DiskSpace> space;
         if (request.contains(SampleRequest::disk))

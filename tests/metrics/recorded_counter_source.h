@@ -11,6 +11,7 @@ struct RecordedCounterSource final : CounterSource {
     std::deque<std::vector<CPUTicks>> ticks;
     std::optional<GPUUtilization> gpuValue;
     std::optional<MemoryUsage> memoryValue;
+    std::optional<SwapUsage> swapValue;
     std::deque<DiskSpace> spaces;
     std::deque<DeviceCounters> disks;
     std::deque<DeviceCounters> networks;
@@ -18,8 +19,8 @@ struct RecordedCounterSource final : CounterSource {
     std::deque<std::vector<ProcessCounters>> processLists;
 
     struct Calls {
-        int cpu = 0, gpu = 0, memory = 0, space = 0, disk = 0, network = 0, temperatures = 0,
-            processes = 0;
+        int cpu = 0, gpu = 0, memory = 0, swap = 0, space = 0, disk = 0, network = 0,
+            temperatures = 0, processes = 0;
     };
     Calls* calls;
 
@@ -45,6 +46,10 @@ struct RecordedCounterSource final : CounterSource {
     std::optional<MemoryUsage> memory() override {
         ++calls->memory;
         return memoryValue;
+    }
+    std::optional<SwapUsage> swap() override {
+        ++calls->swap;
+        return swapValue;
     }
     std::optional<DiskSpace> diskSpace() override {
         ++calls->space;

@@ -26,6 +26,7 @@ protected:
         source->temperatureValue = temperatures;
         source->ticks = {{{0, 0, 0, 0}}};
         source->memoryValue = MemoryUsage{100, 50, 0, 0, 0, 0, 0, MemoryPressureLevel::normal};
+        source->swapValue = swap;
         source->spaces = {{100, 80, {}}};
         source->networks = {{}};
         SystemMonitor::Services services;
@@ -47,6 +48,7 @@ protected:
     RecordedCounterSource::Calls calls;
     std::optional<GPUUtilization> gpu = GPUUtilization{0.2, {}, {}};
     TemperatureReadings temperatures{{{"Tp01", 50}}, {}};
+    std::optional<SwapUsage> swap = SwapUsage{1000, 250};
     FakePathMonitor path;
     common::SleepWakeWatcher sleepWake;
     int hardwareLoads = 0;
@@ -54,7 +56,7 @@ protected:
 };
 
 TEST_F(SystemMonitorTest, MissingSettingsEnableEverythingAndAnEmptyListNothing) {
-    EXPECT_EQ(makeMonitor()->enabledMetrics().size(), 6u);
+    EXPECT_EQ(makeMonitor()->enabledMetrics().size(), kAllMetrics.size());
     settings.setValue("enabledSystemMetrics", QStringList{});
     settings.sync();
     QSettings reread(settings.fileName(), QSettings::IniFormat);
@@ -67,14 +69,17 @@ TEST_F(SystemMonitorTest, MissingSettingsEnableEverythingAndAnEmptyListNothing) 
 TEST_F(SystemMonitorTest, WhatTheMachineLacksIsLeftOutUntilTheUserChoosesIt) {
     gpu.reset();
     temperatures = {};
+    swap = SwapUsage{}; // no swap space
     auto monitor = makeMonitor();
-    EXPECT_EQ(monitor->missingSources(),
-              (std::set<SystemMetric>{SystemMetric::gpu, SystemMetric::temperature}));
+    EXPECT_EQ(
+        monitor->missingSources(),
+        (std::set<SystemMetric>{SystemMetric::gpu, SystemMetric::temperature, SystemMetric::swap}));
     EXPECT_EQ(monitor->visibleMetrics(),
               (std::vector<SystemMetric>{SystemMetric::cpu, SystemMetric::memory,
                                          SystemMetric::disk, SystemMetric::network}));
     EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::gpu));
     EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::temperatures));
+    EXPECT_FALSE(monitor->currentRequest().contains(SampleRequest::swap));
     // Asked once, not on every tick.
     const int gpuReads = calls.gpu;
     monitor->tick();
@@ -83,15 +88,18 @@ TEST_F(SystemMonitorTest, WhatTheMachineLacksIsLeftOutUntilTheUserChoosesIt) {
 
     // Ticked on purpose, it is shown even empty, and stays so after a restart.
     monitor->setEnabledMetrics({kAllMetrics.begin(), kAllMetrics.end()});
-    EXPECT_EQ(monitor->visibleMetrics().size(), 6u);
+    EXPECT_EQ(monitor->visibleMetrics().size(), kAllMetrics.size());
     monitor.reset();
-    EXPECT_EQ(makeMonitor()->visibleMetrics().size(), 6u);
+    EXPECT_EQ(makeMonitor()->visibleMetrics().size(), kAllMetrics.size());
 }
 
-TEST_F(SystemMonitorTest, AMachineWithAGpuAndSensorsShowsAllSix) {
+TEST_F(SystemMonitorTest, AMachineWithAGpuSensorsAndSwapShowsEverything) {
     auto monitor = makeMonitor();
     EXPECT_TRUE(monitor->missingSources().empty());
-    EXPECT_EQ(monitor->visibleMetrics().size(), 6u);
+    EXPECT_EQ(monitor->visibleMetrics().size(), kAllMetrics.size());
+    EXPECT_TRUE(monitor->currentRequest().contains(SampleRequest::swap));
+    monitor->tick();
+    EXPECT_EQ(monitor->history(SystemMetric::swap), std::vector<double>{0.25});
 }
 
 TEST_F(SystemMonitorTest, SettersWriteTheirKeysAndSurviveARestart) {
@@ -104,7 +112,7 @@ TEST_F(SystemMonitorTest, SettersWriteTheirKeysAndSurviveARestart) {
     auto monitor = makeMonitor();
     EXPECT_EQ(monitor->visibleMetrics(),
               (std::vector<SystemMetric>{SystemMetric::network, SystemMetric::memory}));
-    EXPECT_EQ(monitor->metricOrder().size(), 6u);
+    EXPECT_EQ(monitor->metricOrder().size(), kAllMetrics.size());
     EXPECT_EQ(monitor->currentRequest(),
               (SampleRequest{SampleRequest::memory | SampleRequest::network}));
 }
@@ -119,7 +127,7 @@ TEST_F(SystemMonitorTest, GarbageInTheSettingsFallsBackInsteadOfFailing) {
     auto monitor = makeMonitor(&garbage);
     EXPECT_TRUE(monitor->enabledMetrics().empty()); // "42" names no metric
     EXPECT_EQ(monitor->metricOrder().front(), SystemMetric::disk);
-    EXPECT_EQ(monitor->metricOrder().size(), 6u);
+    EXPECT_EQ(monitor->metricOrder().size(), kAllMetrics.size());
 }
 
 TEST_F(SystemMonitorTest, HistoriesKeepTheNewestSixtyValues) {

@@ -120,9 +120,10 @@ TEST(TrayIconPictures, ItemsWithTheSameFigureCanStillBeToldApart) {
     reading.disk = DiskUsage{100, 44, {}, {}, {}};
     reading.gpuDetail = GPUUtilization{0.56, {}, {}};
     reading.temperatures = Temperatures{56, {}, {}, {}, {}};
+    reading.swap = SwapUsage{100, 56};
     std::vector<QImage> pictures;
     for (const auto metric : {SystemMetric::cpu, SystemMetric::gpu, SystemMetric::memory,
-                              SystemMetric::disk, SystemMetric::temperature}) {
+                              SystemMetric::disk, SystemMetric::temperature, SystemMetric::swap}) {
         const auto content = TrayIconContent::forMetric(reading, metric);
         EXPECT_FALSE(content.label.empty()) << displayName(metric);
         // At the size a 22 px panel shows it.

@@ -165,8 +165,9 @@ TEST_F(ViewsTest, EmptyStatesSayWhy) {
     for (int i = 0; i < list->count(); ++i) {
         const auto metric =
             static_cast<metrics::SystemMetric>(list->item(i)->data(Qt::UserRole).toInt());
-        const bool missing =
-            metric == metrics::SystemMetric::gpu || metric == metrics::SystemMetric::temperature;
+        const bool missing = metric == metrics::SystemMetric::gpu ||
+                             metric == metrics::SystemMetric::temperature ||
+                             metric == metrics::SystemMetric::swap;
         EXPECT_EQ(list->item(i)->checkState() == Qt::Unchecked, missing) << i;
         EXPECT_EQ(list->item(i)->text().contains("on this machine"), missing)
             << list->item(i)->text().toStdString();
@@ -193,6 +194,31 @@ TEST(MetricRows, MemoryShowsOnlyWhatThePlatformMeasures) {
     reading.memory->pressureLevelKnown = true;
     EXPECT_EQ(labels(), (std::vector<std::string>{"Used", "Apps", "Kernel", "Compressed", "Cached",
                                                   "Swap used", "Pressure"}));
+}
+
+TEST(MetricRows, SwapSaysUsedFreeAndSizeOnlyWhereThereIsSwap) {
+    metrics::SystemReading reading;
+    reading.swap = metrics::SwapUsage{};
+    EXPECT_TRUE(MetricRows::forReading(reading, metrics::SystemMetric::swap, {}).empty());
+    reading.swap = metrics::SwapUsage{4ull << 30, 1ull << 30};
+    EXPECT_EQ(MetricRows::forReading(reading, metrics::SystemMetric::swap, {}),
+              (MetricRows::Rows{{"Used", "1 GB"}, {"Free", "3 GB"}, {"Size", "4 GB"}}));
+}
+
+TEST_F(ViewsTest, SwapDetailShowsItsGaugeAndFiguresWithoutClipping) {
+    auto source = std::make_unique<metrics::testing::RecordedCounterSource>(&calls);
+    source->swapValue = metrics::SwapUsage{8ull << 30, 512ull << 20};
+    metrics::SystemMonitor::Services services;
+    services.sampler = std::make_unique<metrics::SystemSampler>(std::move(source));
+    metrics::SystemMonitor withSwap(&settings, std::move(services));
+    withSwap.detailDidOpen(metrics::SystemMetric::swap);
+    withSwap.tick();
+    auto popover = inPopover(new MetricDetailView(&withSwap, metrics::SystemMetric::swap));
+    EXPECT_TRUE(clippedLabels(*popover).empty());
+    const std::string text = visibleText(*popover);
+    for (const char* expected : {"Swap", "6%", "512 MB", "7.5 GB", "8 GB"})
+        EXPECT_NE(text.find(expected), std::string::npos) << expected << " in\n" << text;
+    testing::saveScreenshot(*popover, "detail-swap");
 }
 
 TEST_F(ViewsTest, MetricDetailsShowTheirFiguresWithoutClipping) {

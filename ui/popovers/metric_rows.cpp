@@ -1,5 +1,6 @@
 #include "ui/popovers/metric_rows.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace ravo::ui::MetricRows {
@@ -70,6 +71,15 @@ Rows forReading(const SystemReading& r, SystemMetric metric, const FormatLocale&
             rows.emplace_back("Swap used", MetricFormat::bytes(m.swapUsed, locale));
             if (m.pressureLevelKnown)
                 rows.emplace_back("Pressure", pressure(m.pressureLevel));
+        }
+        break;
+    case SystemMetric::swap:
+        if (r.swap && r.swap->total > 0) {
+            rows.emplace_back("Used", MetricFormat::bytes(r.swap->used, locale));
+            rows.emplace_back(
+                "Free",
+                MetricFormat::bytes(r.swap->total - std::min(r.swap->used, r.swap->total), locale));
+            rows.emplace_back("Size", MetricFormat::bytes(r.swap->total, locale));
         }
         break;
     case SystemMetric::disk:

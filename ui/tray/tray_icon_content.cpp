@@ -34,6 +34,8 @@ std::string trayLabel(SystemMetric metric) {
         return "NET";
     case SystemMetric::temperature:
         return "TEMP";
+    case SystemMetric::swap:
+        return "SWAP";
     }
     return {};
 }

@@ -63,17 +63,29 @@ std::optional<GPUUtilization> LinuxCounterSource::gpu() {
     return GPUUtilization{*busiest, std::nullopt, std::nullopt};
 }
 
-std::optional<MemoryUsage> LinuxCounterSource::memory() {
+std::optional<MemInfo> LinuxCounterSource::readMeminfo() {
+    if (meminfo_)
+        return meminfo_;
     const auto text = files_.read(roots_.proc / "meminfo", kProcFileLimit);
-    if (!text)
-        return std::nullopt;
-    const auto info = parseMeminfo(*text);
+    meminfo_ = text ? parseMeminfo(*text) : std::nullopt;
+    return meminfo_;
+}
+
+std::optional<MemoryUsage> LinuxCounterSource::memory() {
+    const auto info = readMeminfo();
     if (!info)
         return std::nullopt;
     std::optional<MemoryPressureStall> stall;
     if (const auto pressure = files_.read(roots_.proc / "pressure" / "memory", kProcFileLimit))
         stall = parsePressure(*pressure);
     return memoryUsage(*info, stall);
+}
+
+std::optional<SwapUsage> LinuxCounterSource::swap() {
+    const auto info = readMeminfo();
+    if (!info)
+        return std::nullopt;
+    return swapUsage(*info);
 }
 
 std::optional<DiskSpace> LinuxCounterSource::diskSpace() {

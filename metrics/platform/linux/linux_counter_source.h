@@ -3,6 +3,7 @@
 #include "metrics/core/counter_source.h"
 #include "metrics/platform/linux/kernel_files.h"
 #include "metrics/platform/linux/nvidia_gpu.h"
+#include "metrics/platform/linux/proc_parsers.h"
 #include "metrics/platform/linux/process_scanner.h"
 #include "metrics/platform/linux/sysfs_discovery.h"
 
@@ -24,9 +25,12 @@ public:
     explicit LinuxCounterSource(SystemRoots roots = {}, bool loadNvidia = true);
     ~LinuxCounterSource() override;
 
+    void beginSample() override { meminfo_.reset(); }
+
     std::optional<std::vector<CPUTicks>> cpuTicks() override;
     std::optional<GPUUtilization> gpu() override;
     std::optional<MemoryUsage> memory() override;
+    std::optional<SwapUsage> swap() override;
     std::optional<DiskSpace> diskSpace() override;
     std::optional<DeviceCounters> diskCounters() override;
     std::optional<DeviceCounters> networkCounters() override;
@@ -35,6 +39,7 @@ public:
 
 private:
     void rediscoverIfStale();
+    std::optional<MemInfo> readMeminfo();
     LineReader reader();
 
     SystemRoots roots_;
@@ -43,6 +48,8 @@ private:
     ProcessScanner processScanner_;
     std::chrono::steady_clock::time_point discoveredAt_{};
     bool discovered_ = false;
+    // Memory and swap come from one file: a read serves both parts of the same sample.
+    std::optional<MemInfo> meminfo_;
     std::set<std::string, std::less<>> wholeDisks_;
     std::vector<PhysicalInterface> interfaces_;
     std::vector<SensorFile> sensors_;

@@ -115,6 +115,10 @@ MemoryPressureLevel pressureLevel(const std::optional<MemoryPressureStall>& stal
     return MemoryPressureLevel::normal;
 }
 
+SwapUsage swapUsage(const MemInfo& info) {
+    return {info.swapTotal, info.swapTotal > info.swapFree ? info.swapTotal - info.swapFree : 0};
+}
+
 MemoryUsage memoryUsage(const MemInfo& info, const std::optional<MemoryPressureStall>& stall) {
     MemoryUsage usage;
     usage.total = info.total;
@@ -126,7 +130,7 @@ MemoryUsage memoryUsage(const MemInfo& info, const std::optional<MemoryPressureS
     usage.app = used - usage.wired - usage.compressed;
     const std::uint64_t pageCache = info.cached + info.buffers + info.sReclaimable;
     usage.cached = pageCache > info.shmem ? pageCache - info.shmem : 0;
-    usage.swapUsed = info.swapTotal > info.swapFree ? info.swapTotal - info.swapFree : 0;
+    usage.swapUsed = swapUsage(info).used;
     usage.pressure =
         info.total > 0 ? static_cast<double>(used) / static_cast<double>(info.total) : 0;
     usage.pressureLevel = pressureLevel(stall);

@@ -46,6 +46,9 @@ struct MemoryPressureStall {
 std::optional<MemoryPressureStall> parsePressure(std::string_view text);
 MemoryPressureLevel pressureLevel(const std::optional<MemoryPressureStall>& stall);
 
+// Swap as free(1) and swapon show it: used = SwapTotal - SwapFree.
+SwapUsage swapUsage(const MemInfo& info);
+
 // The gauge agrees with free(1): app + wired + compressed = total - available.
 MemoryUsage memoryUsage(const MemInfo& info, const std::optional<MemoryPressureStall>& stall);
 

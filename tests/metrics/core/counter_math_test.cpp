@@ -78,11 +78,12 @@ TEST(TemperatureMath, BoundsAreInclusiveAndNothingGivesAllAbsent) {
 TEST(MetricOrder, KeepsFirstOccurrencesAndAppendsTheRest) {
     using enum SystemMetric;
     EXPECT_EQ(MetricOrder::normalized({}),
-              (std::vector<SystemMetric>{cpu, gpu, memory, disk, network, temperature}));
+              (std::vector<SystemMetric>{cpu, gpu, memory, disk, network, temperature, swap}));
     EXPECT_EQ(MetricOrder::normalized({disk, cpu, disk}),
-              (std::vector<SystemMetric>{disk, cpu, gpu, memory, network, temperature}));
+              (std::vector<SystemMetric>{disk, cpu, gpu, memory, network, temperature, swap}));
+    // An order stored before swap existed keeps its places and gains swap at the end.
     EXPECT_EQ(MetricOrder::normalized({temperature, network, disk, memory, gpu, cpu}),
-              (std::vector<SystemMetric>{temperature, network, disk, memory, gpu, cpu}));
+              (std::vector<SystemMetric>{temperature, network, disk, memory, gpu, cpu, swap}));
 }
 
 } // namespace

@@ -14,6 +14,7 @@ SystemReading fullReading() {
     r.cpu = CPULoad{0.25, 0.125, {0.5, 0.0}};
     r.gpuDetail = GPUUtilization{0.3, std::nullopt, 0.1};
     r.memory = MemoryUsage{1000, 300, 200, 100, 50, 7, 0.6, MemoryPressureLevel::warning};
+    r.swap = SwapUsage{4000, 1000};
     r.disk = DiskUsage{100, 25, 10.0, std::nullopt, std::nullopt};
     r.network = NetworkUsage{1.5, 2.5, 100, std::nullopt};
     r.temperatures = Temperatures{60, 55, std::nullopt, 40, std::nullopt};
@@ -26,6 +27,7 @@ TEST(Fraction, FollowsEachMetricsGauge) {
     EXPECT_DOUBLE_EQ(*r.fraction(SystemMetric::gpu), 0.3);
     EXPECT_DOUBLE_EQ(*r.fraction(SystemMetric::memory), 0.6);
     EXPECT_DOUBLE_EQ(*r.fraction(SystemMetric::disk), 0.75);
+    EXPECT_DOUBLE_EQ(*r.fraction(SystemMetric::swap), 0.25);
     EXPECT_FALSE(r.fraction(SystemMetric::network));
     EXPECT_FALSE(r.fraction(SystemMetric::temperature));
     EXPECT_FALSE(SystemReading{}.fraction(SystemMetric::cpu));
@@ -43,6 +45,17 @@ TEST(Fraction, ClampsAndHandlesEmptyTotals) {
     EXPECT_EQ(r.fraction(SystemMetric::disk), 0.0);
     r.disk = DiskUsage{0, 0, std::nullopt, std::nullopt, std::nullopt};
     EXPECT_EQ(r.fraction(SystemMetric::disk), 0.0);
+}
+
+TEST(Fraction, SwapHasNoGaugeWithoutSwapSpace) {
+    SystemReading r;
+    EXPECT_FALSE(r.fraction(SystemMetric::swap));
+    r.swap = SwapUsage{0, 0}; // read, but the machine has none: nothing to fill
+    EXPECT_FALSE(r.fraction(SystemMetric::swap));
+    r.swap = SwapUsage{1000, 0};
+    EXPECT_EQ(r.fraction(SystemMetric::swap), 0.0);
+    r.swap = SwapUsage{1000, 1500}; // swapoff under way: the kernel's figures disagree
+    EXPECT_EQ(r.fraction(SystemMetric::swap), 1.0);
 }
 
 // Regression: blocks reserved for root counted as used, so the gauge said 70% where df said
@@ -72,6 +85,7 @@ TEST(ReadingJson, WritesExactKeysAndOmitsAbsentOptionals) {
     EXPECT_EQ(j.at("gpuDetail").at("tiler"), 0.1);
     EXPECT_EQ(j.at("memory").at("pressureLevel"), 2);
     EXPECT_EQ(j.at("memory").at("swapUsed"), 7);
+    EXPECT_EQ(j.at("swap"), (nlohmann::json{{"total", 4000}, {"used", 1000}}));
     EXPECT_TRUE(j.at("disk").contains("readRate"));
     EXPECT_FALSE(j.at("disk").contains("writeRate"));
     EXPECT_FALSE(j.at("network").contains("totalOut"));

@@ -85,11 +85,22 @@ TEST_F(SystemSamplerTest, UnrequestedPartsAreNeitherReadNorDisturbed) {
     EXPECT_FALSE(memoryOnly.temperatures);
     EXPECT_TRUE(memoryOnly.memory);
     EXPECT_EQ(calls.cpu, 1);
-    EXPECT_EQ(calls.network + calls.disk + calls.space + calls.gpu + calls.temperatures, 0);
+    EXPECT_EQ(
+        calls.network + calls.disk + calls.space + calls.gpu + calls.temperatures + calls.swap, 0);
     // The CPU baseline from the first call is still the one used.
     clock.advance(2);
     const auto cpu = sampler->sample(SampleRequest{SampleRequest::cpu});
     EXPECT_DOUBLE_EQ(cpu.cpu->user, 0.5);
+}
+
+TEST_F(SystemSamplerTest, SwapIsReadOnlyForItsOwnBit) {
+    source->swapValue = SwapUsage{2048, 512};
+    EXPECT_FALSE(sampler->sample(SampleRequest{SampleRequest::memory}).swap);
+    EXPECT_EQ(calls.swap, 0);
+    const auto reading = sampler->sample(SampleRequest::forItem(SystemMetric::swap));
+    EXPECT_EQ(reading.swap, (SwapUsage{2048, 512}));
+    EXPECT_FALSE(reading.memory);
+    EXPECT_EQ(calls.swap, 1);
 }
 
 TEST_F(SystemSamplerTest, FailedReadsLeaveTheirPartAbsent) {
@@ -103,6 +114,7 @@ TEST_F(SystemSamplerTest, FailedReadsLeaveTheirPartAbsent) {
     const auto reading = sampler->sample(SampleRequest::all());
     EXPECT_FALSE(reading.cpu);
     EXPECT_FALSE(reading.memory);
+    EXPECT_FALSE(reading.swap);
     EXPECT_FALSE(reading.disk);
     EXPECT_FALSE(reading.network);
     EXPECT_FALSE(reading.gpuDetail);

@@ -52,6 +52,20 @@ TEST(Meminfo, SplitsUsedMemoryIntoItsParts) {
     EXPECT_FALSE(memoryUsage(*info, std::nullopt).pressureLevelKnown);
 }
 
+TEST(Meminfo, SwapAgreesWithSwaponOnTheCapturedMachines) {
+    const auto laptop = parseMeminfo(fixtureText("laptop-hybrid", "proc/meminfo"));
+    ASSERT_TRUE(laptop);
+    EXPECT_EQ(swapUsage(*laptop), (SwapUsage{8388604ull * 1024, (8388604ull - 7340028) * 1024}));
+    const auto vm = parseMeminfo(fixtureText("vm-epyc", "proc/meminfo"));
+    ASSERT_TRUE(vm);
+    EXPECT_EQ(swapUsage(*vm), (SwapUsage{0, 0}));
+    // Read mid-swapoff the free figure can pass the total: nothing used, never a wrap-around.
+    const auto odd = parseMeminfo("MemTotal: 100 kB\nMemAvailable: 50 kB\nSwapTotal: 10 kB\n"
+                                  "SwapFree: 20 kB\n");
+    ASSERT_TRUE(odd);
+    EXPECT_EQ(swapUsage(*odd), (SwapUsage{10 * 1024, 0}));
+}
+
 TEST(Meminfo, MissingOrGarbledTotalsGiveNothing) {
     EXPECT_FALSE(parseMeminfo(fixtureText("broken", "proc/meminfo")));
     EXPECT_FALSE(parseMeminfo("MemTotal: 100 kB\n")); // kernels before 3.14 lack MemAvailable
