@@ -154,5 +154,26 @@ TEST(HistoryGraph, SaysHowFarBackItsColumnsReach) {
     EXPECT_EQ(historySpan(0, milliseconds(2000)), "last 0 s");
 }
 
+TEST(HistoryGraph, TheSpanFollowsTheCadenceTheReadingsCameAt) {
+    using std::chrono::milliseconds;
+    using std::chrono::seconds;
+    const milliseconds fallback(2000);
+    std::deque<TimePoint> readings;
+    EXPECT_EQ(meanInterval(readings, 100, fallback), fallback);
+    readings.push_back(fromUnixSeconds(1000));
+    EXPECT_EQ(meanInterval(readings, 100, fallback), fallback);
+    for (int i = 1; i < 50; ++i)
+        readings.push_back(readings.back() + seconds(2));
+    EXPECT_EQ(meanInterval(readings, 100, fallback), milliseconds(2000));
+    // Slower now: the recent readings tell, not the whole history.
+    for (int i = 0; i < 10; ++i)
+        readings.push_back(readings.back() + seconds(10));
+    EXPECT_EQ(meanInterval(readings, 11, fallback), milliseconds(10000));
+    EXPECT_EQ(meanInterval(readings, 100, fallback), milliseconds((49 * 2000 + 10 * 10000) / 59));
+    // A clock set back does not make a negative span.
+    readings.push_back(fromUnixSeconds(500));
+    EXPECT_EQ(meanInterval(readings, 100, fallback), fallback);
+}
+
 } // namespace
 } // namespace ravo::ui

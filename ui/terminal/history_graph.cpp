@@ -41,4 +41,17 @@ std::string historySpan(int columns, std::chrono::milliseconds interval) {
     return "last " + std::to_string((seconds + 1800) / 3600) + " h";
 }
 
+std::chrono::milliseconds meanInterval(const std::deque<TimePoint>& readings, std::size_t recent,
+                                       std::chrono::milliseconds fallback) {
+    recent = std::min(recent, readings.size());
+    if (recent < 2)
+        return fallback;
+    const auto span = readings.back() - readings[readings.size() - recent];
+    // A clock set back between readings says nothing about the cadence.
+    if (span <= TimePoint::duration::zero())
+        return fallback;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(span) /
+           static_cast<long>(recent - 1);
+}
+
 } // namespace ravo::ui

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "base/time.h"
+
 #include <chrono>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -15,5 +18,9 @@ std::vector<std::string> historyGraph(const std::vector<double>& values, double 
 
 // "last 40 s", "last 3 min", "last 2 h": the time `columns` values cover, `interval` apart.
 std::string historySpan(int columns, std::chrono::milliseconds interval);
+
+// How far apart the last `recent` readings came, on average; `fallback` until there are two.
+std::chrono::milliseconds meanInterval(const std::deque<TimePoint>& readings, std::size_t recent,
+                                       std::chrono::milliseconds fallback);
 
 } // namespace ravo::ui

@@ -6,6 +6,7 @@
 #include "ui/terminal/curses_screen.h"
 #include "ui/terminal/dashboard_frame_reader.h"
 #include "ui/terminal/dashboard_layout.h"
+#include "ui/terminal/history_graph.h"
 #include "usage/usage_coordinator.h"
 
 namespace ravo::ui {
@@ -64,16 +65,6 @@ void TerminalDashboard::record() {
     appendCapped(sampledAt_, reading->date);
 }
 
-std::chrono::milliseconds TerminalDashboard::sampleInterval() const {
-    // The last few minutes, so a changed interval shows soon.
-    const std::size_t recent = std::min<std::size_t>(sampledAt_.size(), 100);
-    if (recent < 2)
-        return std::chrono::milliseconds(SystemMonitor::kIntervalMs);
-    const auto span = sampledAt_.back() - sampledAt_[sampledAt_.size() - recent];
-    return std::chrono::duration_cast<std::chrono::milliseconds>(span) /
-           static_cast<long>(recent - 1);
-}
-
 DashboardCounts TerminalDashboard::counts() const {
     return {static_cast<int>(coordinators_.systemMonitor->visibleMetrics().size()),
             static_cast<int>(coordinators_.sessions->sessions().size())};
@@ -103,7 +94,9 @@ void TerminalDashboard::redraw() {
     for (const auto& [metric, values] : history_)
         frame.history[metric] = {values.begin(), values.end()};
     frame.rateHistory[RateSeries::networkIn] = {networkIn_.begin(), networkIn_.end()};
-    frame.sampleInterval = sampleInterval();
+    // The last few minutes, so a changed cadence shows soon.
+    frame.sampleInterval =
+        meanInterval(sampledAt_, 100, std::chrono::milliseconds(SystemMonitor::kIntervalMs));
     frame.width = screen_->width();
     frame.height = screen_->height();
     frame.color = screen_->hasColor();

@@ -37,8 +37,6 @@ private:
     void record();
     void act(DashboardAction action);
     DashboardCounts counts() const;
-    // How far apart the recent readings came: the graphs say how far back they reach.
-    std::chrono::milliseconds sampleInterval() const;
 
     Coordinators coordinators_;
     CursesScreen* screen_;
@@ -48,7 +46,7 @@ private:
     ScreenGrid spare_{0, 0}; // the frame before last, drawn over by the next
     std::map<metrics::SystemMetric, std::deque<double>> history_;
     std::deque<double> networkIn_;
-    std::deque<TimePoint> sampledAt_;
+    std::deque<TimePoint> sampledAt_; // the graphs say how far back they reach
 };
 
 } // namespace ravo::ui
