@@ -3,14 +3,9 @@
 #include "base/log.h"
 #include "server/store/sql_database.h"
 
-#include <cmath>
-
 namespace ravo::server {
 
 namespace {
-
-// Past this, checks start so late that the server should not be taken as working.
-constexpr double kTooFarBehindSeconds = 60;
 
 HttpResponse textResponse(int status, std::string body,
                           std::string contentType = "text/plain; charset=utf-8") {
@@ -38,12 +33,9 @@ HttpResponse answer(ApiContext& context, const HttpRequest& request) {
     if (request.path == "/readyz") {
         if (auto answered = context.store.ping(); !answered)
             return textResponse(503, "the database does not answer\n");
-        if (context.telemetry && context.telemetry->checkerRunning) {
-            const double behind = context.telemetry->checkerBehindSeconds;
-            if (behind > kTooFarBehindSeconds)
-                return textResponse(503, "checks start " + std::to_string(std::lround(behind)) +
-                                             " s late\n");
-        }
+        if (context.telemetry)
+            if (auto reason = checkerNotReady(*context.telemetry))
+                return textResponse(503, *reason + "\n");
         return textResponse(200, "ready\n");
     }
     const auto client = parseIpAddress(request.clientAddress);

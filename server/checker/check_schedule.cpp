@@ -14,13 +14,6 @@ TimePoint nextWakeUp(std::optional<TimePoint> nextDue, TimePoint now,
     return std::max(*nextDue, now);
 }
 
-int claimSize(std::size_t queued, std::size_t queueCapacity, int batch) {
-    if (queued >= queueCapacity || batch <= 0)
-        return 0;
-    return static_cast<int>(
-        std::min<std::size_t>(queueCapacity - queued, static_cast<std::size_t>(batch)));
-}
-
 LatenessSummary summarizeLateness(std::vector<double> seconds) {
     if (seconds.empty())
         return {};

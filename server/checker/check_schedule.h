@@ -16,10 +16,6 @@ namespace ravo::server {
 TimePoint nextWakeUp(std::optional<TimePoint> nextDue, TimePoint now,
                      std::chrono::milliseconds longest);
 
-// How many checks one claim asks for: what the queue has room for, in batches, so a
-// claim costs the same however many are due.
-int claimSize(std::size_t queued, std::size_t queueCapacity, int batch);
-
 struct LatenessSummary {
     double p50 = 0;
     double p99 = 0;

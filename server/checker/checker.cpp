@@ -19,7 +19,6 @@ constexpr int kClaimBatch = 1000;
 constexpr auto kFlushEvery = std::chrono::seconds(1);
 constexpr std::size_t kFlushAt = 2000;
 constexpr auto kPauseWhenAway = std::chrono::seconds(5);
-constexpr auto kReportEvery = std::chrono::seconds(60);
 constexpr std::size_t kMaxWaitingResults = 50000;
 
 bool slotAfter(const DueCheck& a, const DueCheck& b) {
@@ -222,7 +221,7 @@ void Checker::save() {
             if (auto pruned = store_.pruneHistory(now, options_.historyDays); !pruned)
                 log::error("checker", "pruning history failed: " + pruned.error());
         }
-        if (now - lastReport_ >= kReportEvery)
+        if (now - lastReport_ >= options_.reportEvery)
             report(now);
     }
 }
@@ -280,8 +279,11 @@ void Checker::report(TimePoint now) {
         period.inFlight += lane->inFlight();
     period.threads = options_.threads;
     const auto capacity = measuredCapacity(period);
-    if (options_.telemetry && capacity)
-        options_.telemetry->checkerCapacityPerMinute = *capacity;
+    if (options_.telemetry) {
+        if (capacity)
+            options_.telemetry->checkerCapacityPerMinute = *capacity;
+        options_.telemetry->checksSkippedLastMinute = static_cast<std::int64_t>(period.skipped);
+    }
     if (period.saved > 0 || period.skipped > 0)
         log::info("checker", periodSummary(period));
     if (const auto warning = overloadWarning(period))

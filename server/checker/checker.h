@@ -23,6 +23,8 @@ struct CheckerOptions {
     // Due checks waiting for a thread at most; past it the largest account skips slots.
     std::size_t maxQueued = 20000;
     int historyDays = 30;
+    // How often the log says how checks went, and warns when they fell behind.
+    std::chrono::seconds reportEvery{60};
     // The clock slots and results are read against; the real one outside tests.
     std::function<TimePoint()> now = [] { return Clock::now(); };
     // Where results, durations and lateness are counted for the operator, if anywhere.

@@ -91,8 +91,19 @@ std::string prometheusText(const ServerTelemetry& telemetry,
     out.gauge("ravo_server_checks_in_flight", "Checks started and not yet finished.",
               static_cast<double>(telemetry.checksInFlight.load()));
     out.gauge("ravo_server_checker_behind_seconds",
-              "How far past its slot the oldest check claimed last was.",
+              "How far past its slot the check that has waited longest for a thread is.",
               telemetry.checkerBehindSeconds.load());
+    out.gauge("ravo_server_checks_queued", "Due checks waiting for a thread.",
+              static_cast<double>(telemetry.checksQueued.load()));
+    out.family("ravo_server_checks_skipped_total", "counter",
+               "Slots skipped because the checker could not keep up.");
+    out.sample("ravo_server_checks_skipped_total", {},
+               std::to_string(telemetry.checksSkipped.load()));
+    out.gauge("ravo_server_checker_threads", "Threads that run checks.",
+              static_cast<double>(telemetry.checkerThreads.load()));
+    out.gauge("ravo_server_checker_capacity_per_minute",
+              "Checks a minute this process managed the last time it fell behind; 0 if never.",
+              telemetry.checkerCapacityPerMinute.load());
     if (totals) {
         out.gauge("ravo_server_accounts", "Accounts.", static_cast<double>(totals->accounts));
         out.family("ravo_server_sites", "gauge", "Monitored sites, by whether they are checked.");

@@ -27,6 +27,8 @@ struct ServerTelemetry {
     std::atomic<std::int64_t> checksSkipped{0};
     // Checks a minute measured the last time the checker fell behind; 0 until it did.
     std::atomic<double> checkerCapacityPerMinute{0};
+    // Slots skipped in the checker's last reporting minute: it could not keep up.
+    std::atomic<std::int64_t> checksSkippedLastMinute{0};
 
     LabelledCounter alertDeliveries; // outcome: "sent", "retry", "given_up"
     std::atomic<std::int64_t> mailQueued{0};
@@ -38,6 +40,10 @@ struct ServerTelemetry {
 // database is away.
 std::string prometheusText(const ServerTelemetry& telemetry,
                            const std::optional<StoredTotals>& totals, std::uint64_t databaseErrors);
+
+// Why `/readyz` should answer 503 for the checker: checks start far too late, or slots
+// were skipped in the last minute. Nothing while it keeps up or does not run here.
+std::optional<std::string> checkerNotReady(const ServerTelemetry& telemetry);
 
 // The route a request path is counted under: its pattern, so ids don't become labels.
 std::string routeLabel(const std::string& path);

@@ -41,14 +41,6 @@ TEST(NextWakeUp, WakesAtTheEarliestSlotWithinTheLongestSleep) {
         EXPECT_EQ(nextWakeUp(row.nextDue, epoch, 1000ms), row.expected) << row.name;
 }
 
-TEST(ClaimSize, AsksForWhatTheQueueHoldsInBatchesOfAFixedSize) {
-    EXPECT_EQ(claimSize(0, 20000, 500), 500);
-    EXPECT_EQ(claimSize(19800, 20000, 500), 200);
-    EXPECT_EQ(claimSize(20000, 20000, 500), 0);
-    EXPECT_EQ(claimSize(25000, 20000, 500), 0) << "over capacity is no negative claim";
-    EXPECT_EQ(claimSize(0, 20000, 0), 0);
-}
-
 TEST(FairQueue, AccountsTakeTurnsSoASmallOneIsNotStuckBehindABigOne) {
     FairQueue queue(100000);
     for (int n = 0; n < 1000; ++n)

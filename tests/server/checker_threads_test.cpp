@@ -1,3 +1,4 @@
+#include "base/log.h"
 #include "server/checker/checker.h"
 #include "server/http/http_server.h"
 #include "tests/support/both_databases.h"
@@ -34,6 +35,9 @@ public:
         return "http://127.0.0.1:" + std::to_string(server_.port()) +
                "/ok?site=" + std::to_string(site);
     }
+    // How long each answer takes.
+    std::chrono::milliseconds delay{0};
+
     std::map<int, std::vector<TimePoint>> requests() {
         std::lock_guard lock(mutex_);
         return requests_;
@@ -47,6 +51,7 @@ private:
             requests_[std::stoi(request.query.substr(5))].push_back(at);
         }
         HttpResponse response;
+        response.delay = delay;
         response.contentType = "text/plain";
         response.body = "Welcome";
         return response;
@@ -172,6 +177,53 @@ TEST_P(CheckerThreadsTest, TwoCheckersOnOneDatabaseNeverCheckASlotTwice) {
     EXPECT_EQ(requests.size(), 40u);
     for (const auto& [site, seen] : requests)
         expectOneCheckPerSlot(site, seen, started, Clock::now());
+}
+
+std::mutex loggedMutex;
+std::vector<std::string> logged;
+void keepLogLine(std::string_view, log::Level, std::string_view message) {
+    std::lock_guard lock(loggedMutex);
+    logged.emplace_back(message);
+}
+
+TEST_P(CheckerThreadsTest, WhenChecksOutrunTheThreadsTheLargestAccountWaitsAndTheOperatorHears) {
+    website.delay = 250ms; // two threads with two checks each: 16 checks a second at most
+    addAccount("big@example.org", 0, 40);
+    addAccount("small@example.org", 100, 2);
+    CheckerOptions options = this->options();
+    options.threads = 2;
+    options.maxInFlight = 4;
+    options.maxQueued = 20;
+    options.reportEvery = 2s;
+    log::setSink(keepLogLine);
+    Checker checker(*store, options);
+    checker.start();
+    std::this_thread::sleep_for(4500ms);
+    const auto notReady = checkerNotReady(telemetry);
+    checker.stop();
+    log::setSink(nullptr);
+
+    // The small account's two sites are checked at nearly every slot; the big account's
+    // forty share what is left.
+    const auto requests = website.requests();
+    for (const int site : {100, 101})
+        EXPECT_GE(requests.count(site) ? requests.at(site).size() : 0u, 3u) << "site " << site;
+    std::size_t big = 0;
+    for (const auto& [site, seen] : requests)
+        if (site < 100)
+            big += seen.size();
+    EXPECT_LT(big, 40u * 3) << "the big account was not held back";
+    EXPECT_GT(big, 20u) << "the big account got no share";
+
+    EXPECT_GT(telemetry.checksSkipped.load(), 0);
+    EXPECT_GT(telemetry.checkerCapacityPerMinute.load(), 0);
+    EXPECT_TRUE(notReady) << "/readyz would not tell";
+    std::lock_guard lock(loggedMutex);
+    EXPECT_TRUE(
+        std::any_of(logged.begin(), logged.end(),
+                    [](const std::string& line) { return line.starts_with("checks are behind"); }))
+        << "no warning among " << logged.size() << " lines";
+    logged.clear();
 }
 
 INSTANTIATE_TEST_SUITE_P(OnBothDatabases, CheckerThreadsTest,
