@@ -31,6 +31,27 @@ void save(QSettings& settings, const std::vector<MonitoredSite>& sites) {
     settings.sync();
 }
 
+std::vector<PendingSiteEdit> loadPending(QSettings& settings) {
+    const QString text = settings.value(kPendingKey).toString();
+    if (text.isEmpty())
+        return {};
+    auto edits = decodePendingEdits(text.toStdString());
+    if (!edits) {
+        log::error("websites",
+                   "The website edits waiting for the server are unreadable: " + edits.error());
+        return {};
+    }
+    return std::move(edits).value();
+}
+
+void savePending(QSettings& settings, const std::vector<PendingSiteEdit>& edits) {
+    if (edits.empty())
+        settings.remove(kPendingKey);
+    else
+        settings.setValue(kPendingKey, QString::fromStdString(encodePendingEdits(edits)));
+    settings.sync();
+}
+
 Result<std::string> checkedInterval(std::string_view typed) {
     if (typed.empty())
         return std::string();

@@ -3,6 +3,7 @@
 #include "base/result.h"
 #include "base/setting.h"
 #include "cloud/core/monitored_site.h"
+#include "cloud/core/pending_site_edit.h"
 
 #include <QSettings>
 
@@ -17,6 +18,8 @@ inline constexpr const char* kSitesKey = "monitoredSites";
 inline constexpr const char* kIntervalKey = "websiteCheckIntervalMinutes";
 
 inline constexpr const char* kUnreadableBackupKey = "monitoredSitesUnreadable";
+// Edits made here that the server has not taken yet.
+inline constexpr const char* kPendingKey = "monitoredSitesPending";
 
 // A typed interval as it is stored, or what is wrong with it.
 Result<std::string> checkedInterval(std::string_view typed);
@@ -36,6 +39,9 @@ inline constexpr Setting kInterval{kIntervalKey,
 // the list saved after it does not lose it; it reads as empty.
 std::vector<MonitoredSite> load(QSettings& settings);
 void save(QSettings& settings, const std::vector<MonitoredSite>& sites);
+// Unreadable edits are reported in the log and read as none.
+std::vector<PendingSiteEdit> loadPending(QSettings& settings);
+void savePending(QSettings& settings, const std::vector<PendingSiteEdit>& edits);
 // 5 minutes unless set; never below the plan's minimum, never above a day.
 std::int64_t intervalMinutes(const QSettings& settings, const wire::CloudMe& plan);
 

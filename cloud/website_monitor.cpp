@@ -12,7 +12,9 @@ namespace ravo::cloud {
 WebsiteMonitor::WebsiteMonitor(CloudAccount& account, AlertNotifier* notifier, QSettings& settings,
                                Options options, QObject* parent)
     : QObject(parent), account_(account), notifier_(notifier), settings_(settings),
-      options_(std::move(options)), sites_(SiteListSettings::load(settings)) {
+      options_(std::move(options)), pending_(SiteListSettings::loadPending(settings)) {
+    // Edits the server has not taken yet show, also after a restart.
+    sites_ = withPendingEdits(SiteListSettings::load(settings));
     if (options_.publishesToWidget)
         widgetFile_ = std::make_unique<WebsitesWidgetFile>(options_.widgetFile);
     poll_.setInterval(options_.pollInterval);
@@ -62,14 +64,7 @@ std::optional<SiteInputError> WebsiteMonitor::add(const std::string& name,
     if (auto* problem = std::get_if<SiteInputError>(&added))
         return *problem;
     const MonitoredSite site = std::get<std::vector<MonitoredSite>>(added).back();
-    const std::int64_t interval = intervalMinutes();
-    edit([site, interval](std::vector<wire::CloudSite>& list) {
-        // Added meanwhile elsewhere: once is enough.
-        if (std::none_of(list.begin(), list.end(), [&](const wire::CloudSite& known) {
-                return known.id == site.id || known.url == site.url;
-            }))
-            list.push_back(toCloudSite(site, interval));
-    });
+    edit({PendingSiteEdit::Kind::add, toCloudSite(site, intervalMinutes())});
     return std::nullopt;
 }
 
@@ -78,11 +73,9 @@ void WebsiteMonitor::setEnabled(bool enabled, const std::string& siteID) {
         std::find_if(sites_.begin(), sites_.end(), [&](const auto& s) { return s.id == siteID; });
     if (site == sites_.end() || site->isEnabled == enabled)
         return;
-    edit([enabled, siteID](std::vector<wire::CloudSite>& list) {
-        for (auto& known : list)
-            if (known.id == siteID)
-                known.enabled = enabled;
-    });
+    wire::CloudSite changed;
+    changed.id = siteID;
+    edit({enabled ? PendingSiteEdit::Kind::enable : PendingSiteEdit::Kind::disable, changed});
 }
 
 void WebsiteMonitor::remove(const std::string& siteID) {
@@ -90,9 +83,9 @@ void WebsiteMonitor::remove(const std::string& siteID) {
         return;
     states_.erase(siteID);
     uptimeDay_.erase(siteID);
-    edit([siteID](std::vector<wire::CloudSite>& list) {
-        std::erase_if(list, [&](const wire::CloudSite& known) { return known.id == siteID; });
-    });
+    wire::CloudSite removed;
+    removed.id = siteID;
+    edit({PendingSiteEdit::Kind::remove, removed});
 }
 
 void WebsiteMonitor::setIntervalMinutes(std::int64_t minutes) {

@@ -2,6 +2,7 @@
 
 #include "cloud/cloud_account.h"
 #include "cloud/core/monitored_site.h"
+#include "cloud/core/pending_site_edit.h"
 #include "cloud/core/site_history_summary.h"
 #include "cloud/core/site_state.h"
 #include "cloud/core/websites_snapshot.h"
@@ -78,9 +79,8 @@ private:
     QCoro::Task<> refreshUptimeIfDue();
     // A change made to the server's list as it is when it is sent, never a whole list
     // kept from earlier.
-    using SiteEdit = std::function<void(std::vector<wire::CloudSite>&)>;
-    void edit(SiteEdit change);
-    void queueEdit(SiteEdit change);
+    void edit(PendingSiteEdit change);
+    void queueEdit(std::vector<PendingSiteEdit> changes);
     void dropSent(std::size_t count);
     QCoro::Task<> push();
     QCoro::Task<> refreshList();
@@ -109,7 +109,7 @@ private:
     int syncing_ = 0;
     bool polling_ = false;
     bool pushing_ = false;
-    std::vector<SiteEdit> pending_; // made here, not yet on the server
+    std::vector<PendingSiteEdit> pending_; // made here, not yet on the server; kept on disk
 };
 
 } // namespace ravo::cloud

@@ -2,6 +2,8 @@
 // sites kept on this computer join it once per account.
 #include "cloud/website_monitor.h"
 
+#include "cloud/site_list_settings.h"
+
 #include <algorithm>
 
 namespace ravo::cloud {
@@ -31,17 +33,16 @@ QCoro::Task<> WebsiteMonitor::adoptAccount() {
         settings_.setValue(kMigratedKey, QString::fromStdString(identity));
         settings_.sync();
         if (mergedSiteLists(sites_, local) != sites_) {
-            const std::int64_t interval = intervalMinutes();
-            queueEdit([local, interval](std::vector<wire::CloudSite>& list) {
-                for (const auto& site : local)
-                    if (std::none_of(list.begin(), list.end(), [&](const wire::CloudSite& known) {
-                            return known.id == site.id || known.url == site.url;
-                        }))
-                        list.push_back(toCloudSite(site, interval));
-            });
-            co_await push();
+            std::vector<PendingSiteEdit> additions;
+            for (const auto& site : local)
+                additions.push_back(
+                    {PendingSiteEdit::Kind::add, toCloudSite(site, intervalMinutes())});
+            queueEdit(std::move(additions));
         }
     }
+    // Edits this computer made while the server was away, before a restart too.
+    if (!pending_.empty())
+        co_await push();
     apply(std::get<std::vector<wire::CloudSiteStatus>>(statuses), false);
     uptimeRefreshedAt_.reset();
     co_await refreshUptimeIfDue();
@@ -59,6 +60,7 @@ void WebsiteMonitor::accountChanged() {
         return;
     adoptedFor_.reset();
     pending_.clear();
+    SiteListSettings::savePending(settings_, pending_);
     states_.clear();
     uptimeDay_.clear();
     uptimeRefreshedAt_.reset();

@@ -36,29 +36,30 @@ WebsiteMonitor::withPendingEdits(const std::vector<MonitoredSite>& sites) const 
     for (const auto& site : sites)
         list.push_back(toCloudSite(site, intervalMinutes()));
     for (const auto& change : pending_)
-        change(list);
+        applyEdit(change, list);
     return monitored(list);
 }
 
-void WebsiteMonitor::edit(SiteEdit change) {
+void WebsiteMonitor::edit(PendingSiteEdit change) {
     if (!account_.isSignedIn()) {
         // Kept on this computer until an account takes it over.
         std::vector<wire::CloudSite> list;
         for (const auto& site : sites_)
             list.push_back(toCloudSite(site, intervalMinutes()));
-        change(list);
+        applyEdit(change, list);
         sites_ = monitored(list);
         persist();
         publishForWidget();
         emit changed();
         return;
     }
-    queueEdit(std::move(change));
+    queueEdit({std::move(change)});
     push();
 }
 
-void WebsiteMonitor::queueEdit(SiteEdit change) {
-    pending_.push_back(std::move(change));
+void WebsiteMonitor::queueEdit(std::vector<PendingSiteEdit> changes) {
+    pending_.insert(pending_.end(), changes.begin(), changes.end());
+    SiteListSettings::savePending(settings_, pending_);
     sites_ = withPendingEdits(SiteListSettings::load(settings_));
     publishForWidget();
     emit changed();
@@ -68,6 +69,7 @@ void WebsiteMonitor::dropSent(std::size_t count) {
     // Signing out while a write was on its way has emptied the queue already.
     pending_.erase(pending_.begin(),
                    pending_.begin() + std::ptrdiff_t(std::min(count, pending_.size())));
+    SiteListSettings::savePending(settings_, pending_);
 }
 
 QCoro::Task<> WebsiteMonitor::push() {
@@ -83,7 +85,7 @@ QCoro::Task<> WebsiteMonitor::push() {
             -> std::variant<std::vector<wire::CloudSite>, CloudError> {
             auto list = current;
             for (const auto& edit : batch)
-                edit(list);
+                applyEdit(edit, list);
             return list;
         };
         const auto kept = co_await changeSiteList(account_.client(), std::move(change));
@@ -156,11 +158,9 @@ void WebsiteMonitor::reloadList() {
 }
 
 void WebsiteMonitor::intervalChanged() {
-    const std::int64_t minutes = intervalMinutes();
-    edit([minutes](std::vector<wire::CloudSite>& list) {
-        for (auto& site : list)
-            site.intervalMinutes = minutes;
-    });
+    wire::CloudSite every;
+    every.intervalMinutes = intervalMinutes();
+    edit({PendingSiteEdit::Kind::interval, every});
 }
 
 } // namespace ravo::cloud

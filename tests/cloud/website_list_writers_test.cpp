@@ -118,6 +118,44 @@ TEST_F(SiteListWritersTest, ARunningMonitorNeitherOverwritesNorHidesAnotherDevic
     EXPECT_EQ(onServer()[0].url, blog);
 }
 
+// Edits made while the server is away are kept on this computer, through a restart of the
+// app, and land on the list the server has when it is back.
+TEST_F(SiteListWritersTest, EditsMadeWhileTheServerIsAwayOutliveARestart) {
+    auto websites = monitor();
+    QCoro::waitFor(websites->adoptAccount());
+    ASSERT_EQ(websites->add("Shop", "shop.example", ""), std::nullopt);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return onServer().size() == 1; }, 10000));
+    const std::string shop = websites->sites()[0].id;
+
+    server.stop();
+    ASSERT_EQ(websites->add("Docs", "docs.example", ""), std::nullopt);
+    websites->remove(shop);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !websites->isSyncing(); }, 10000));
+    ASSERT_TRUE(websites->lastError().has_value());
+    ASSERT_EQ(websites->sites().size(), 1u);
+    EXPECT_EQ(websites->sites()[0].name, "Docs");
+    websites.reset(); // the app quits
+
+    ASSERT_NO_FATAL_FAILURE(server.restart());
+    // Meanwhile the other computer adds a site of its own.
+    auto current = onServer();
+    current.push_back(numberedSite(1));
+    ASSERT_EQ(listed(QCoro::waitFor(other->syncSites(current))).size(), 2u);
+
+    websites = monitor();
+    ASSERT_EQ(websites->sites().size(), 1u) << "the edits show before the server is asked";
+    EXPECT_EQ(websites->sites()[0].name, "Docs");
+    websites->start();
+    const auto landed = [&] {
+        const auto list = onServer();
+        return list.size() == 2 && list[0].id == numberedID(1) && list[1].name == "Docs";
+    };
+    ASSERT_TRUE(QTest::qWaitFor(landed, 10000)) << onServer().size();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return websites->sites().size() == 2; }, 10000));
+    EXPECT_FALSE(settings.contains(SiteListSettings::kPendingKey)) << "sent edits are forgotten";
+    websites->stop();
+}
+
 TEST_F(SiteListWritersTest, AWriteThatLostTheRaceIsMadeAgainOnTheNewerList) {
     int rounds = 0;
     const auto kept = QCoro::waitFor(changeSiteList(

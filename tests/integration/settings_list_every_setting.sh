@@ -8,7 +8,7 @@ sources=$2
 source "$(dirname "$0")/lib.sh"
 use_temporary_home
 kept_for_itself=" cloudAccount cloudDeviceID cloudSitesMigratedFor monitoredSites
-    monitoredSitesUnreadable telegramChatID telegramAlertsEnabled settingsSyncDeviceID
+    monitoredSitesUnreadable monitoredSitesPending telegramChatID telegramAlertsEnabled settingsSyncDeviceID
     settingsChangedAt settingsSyncedAt overviewWindowGeometry toldKeepRunningWithoutWindow
     loginItemConfigured lastVerifiedUpdateManifest claudeUsageCache providerBackoff "
 kept_for_itself=" $(tr -s ' \n' '  ' <<<"$kept_for_itself") "
