@@ -73,7 +73,7 @@ QCoro::Task<CloudResult<nlohmann::json>> CloudClient::send(QByteArray method, QS
 
 QCoro::Task<CloudResult<CloudClient::Answer>>
 CloudClient::exchange(QByteArray method, QString path, std::optional<nlohmann::json> body,
-                      bool authenticated, std::string ifMatch) const {
+                      bool authenticated, Condition condition) const {
     common::HttpCall call{
         method, baseURL_.resolved(QUrl(path)), {{"Accept", "application/json"}}, {}};
     if (authenticated) {
@@ -88,11 +88,14 @@ CloudClient::exchange(QByteArray method, QString path, std::optional<nlohmann::j
             body->dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
         call.headers.append(qMakePair(QByteArray("Content-Type"), QByteArray("application/json")));
     }
-    if (!ifMatch.empty())
-        call.headers.append(qMakePair(QByteArray("If-Match"), QByteArray::fromStdString(ifMatch)));
+    if (!condition.second.empty())
+        call.headers.append(
+            qMakePair(condition.first, QByteArray::fromStdString(condition.second)));
     const auto answer = co_await transport_->send(std::move(call));
     if (!answer)
         co_return CloudError{CloudError::Kind::network};
+    if (answer->status == 304 && condition.first == "If-None-Match")
+        co_return Answer{{}, condition.second, true};
     const std::string text = answer->body.toStdString();
     if (auto failure = classifyAnswer(answer->status, text)) {
         if (answer->status == 412)
@@ -139,12 +142,25 @@ QCoro::Task<CloudResult<TaggedSites>> CloudClient::taggedSites() const {
     co_return taggedFrom(bodyOf(answer), tagOf(answer));
 }
 
+QCoro::Task<CloudResult<std::optional<TaggedSites>>>
+CloudClient::taggedSitesIfChanged(std::string tag) const {
+    auto answer =
+        co_await exchange("GET", "sites/sync", std::nullopt, true, {"If-None-Match", tag});
+    if (const auto* sent = std::get_if<Answer>(&answer); sent && sent->unchanged)
+        co_return std::nullopt;
+    auto read = taggedFrom(bodyOf(answer), tagOf(answer));
+    if (auto* failure = std::get_if<CloudError>(&read))
+        co_return *failure;
+    co_return std::move(std::get<TaggedSites>(read));
+}
+
 QCoro::Task<CloudResult<TaggedSites>> CloudClient::syncSites(std::vector<wire::CloudSite> sites,
                                                              std::string tag) const {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& site : sites)
         list.push_back(toJson(site));
-    auto answer = co_await exchange("PUT", "sites/sync", std::move(list), true, std::move(tag));
+    auto answer =
+        co_await exchange("PUT", "sites/sync", std::move(list), true, {"If-Match", std::move(tag)});
     co_return taggedFrom(bodyOf(answer), tagOf(answer));
 }
 

@@ -79,16 +79,22 @@ public:
 
 private:
     struct Answer {
+    // Nothing while the list is still the version `tag` names: the server answers 304.
+    QCoro::Task<CloudResult<std::optional<TaggedSites>>>
+    taggedSitesIfChanged(std::string tag) const;
         nlohmann::json body;
         std::string tag;
     };
     QCoro::Task<CloudResult<Answer>> exchange(QByteArray method, QString path,
                                               std::optional<nlohmann::json> body,
-                                              bool authenticated, std::string ifMatch) const;
+                                              bool authenticated, Condition condition) const;
 
     QUrl baseURL_;
     std::shared_ptr<common::HttpTransport> transport_;
+        bool unchanged = false; // 304 to an If-None-Match
     TokenSource token_;
+    // A precondition header and its tag, or none.
+    using Condition = std::pair<QByteArray, std::string>;
 };
 
 } // namespace ravo::cloud

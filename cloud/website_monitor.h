@@ -110,6 +110,7 @@ private:
     bool polling_ = false;
     bool pushing_ = false;
     std::vector<PendingSiteEdit> pending_; // made here, not yet on the server; kept on disk
+    std::string listTag_; // the server's tag of the list shown; empty: read it whole
 };
 
 } // namespace ravo::cloud

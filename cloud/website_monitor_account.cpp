@@ -14,6 +14,7 @@ QCoro::Task<> WebsiteMonitor::adoptAccount() {
         co_return;
     const std::string identity = account_.server().toStdString() + " " + me->email;
     adoptedFor_ = identity;
+    listTag_.clear();
     beginSync();
     const auto statuses = co_await account_.client().siteStatuses();
     const auto listed = co_await account_.client().sites();
@@ -61,6 +62,7 @@ void WebsiteMonitor::accountChanged() {
     adoptedFor_.reset();
     pending_.clear();
     SiteListSettings::savePending(settings_, pending_);
+    listTag_.clear();
     states_.clear();
     uptimeDay_.clear();
     uptimeRefreshedAt_.reset();

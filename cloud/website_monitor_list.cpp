@@ -101,6 +101,7 @@ QCoro::Task<> WebsiteMonitor::push() {
         }
         dropSent(count);
         lastError_.reset();
+        listTag_ = std::get<TaggedSites>(kept).tag;
         takeServerList(std::get<TaggedSites>(kept).sites);
     }
     pushing_ = false;
@@ -116,11 +117,15 @@ QCoro::Task<> WebsiteMonitor::refreshList() {
         co_await push();
         co_return;
     }
-    const auto read = co_await account_.client().taggedSites();
+    // Once a minute: an unchanged list costs a 304.
+    const auto read = co_await account_.client().taggedSitesIfChanged(listTag_);
     // A failure here is the status poll's failure too, and reported there.
     if (std::holds_alternative<CloudError>(read) || pushing_ || !pending_.empty())
         co_return;
-    takeServerList(std::get<TaggedSites>(read).sites);
+    if (const auto& changed = std::get<std::optional<TaggedSites>>(read)) {
+        listTag_ = changed->tag;
+        takeServerList(changed->sites);
+    }
 }
 
 void WebsiteMonitor::takeServerList(const std::vector<wire::CloudSite>& sites) {
@@ -143,6 +148,7 @@ void WebsiteMonitor::takeServerList(const std::vector<wire::CloudSite>& sites) {
 }
 
 void WebsiteMonitor::reloadList() {
+    listTag_.clear(); // the next poll reads the server's list whole
     auto shown = withPendingEdits(SiteListSettings::load(settings_));
     if (shown == sites_)
         return;

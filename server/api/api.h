@@ -89,6 +89,9 @@ HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& 
 HttpResponse list(ApiContext& context, const Caller& caller);
 HttpResponse status(ApiContext& context, const Caller& caller);
 HttpResponse history(ApiContext& context, const Caller& caller, const std::string& siteID);
+// The same, or 304 without it when the request's If-None-Match names the list as it stands:
+// a device that polls the list pays for it only when it changed.
+HttpResponse listIfChanged(ApiContext& context, const Caller& caller, const HttpRequest& request);
 } // namespace SitesApi
 
 namespace NotificationsApi {

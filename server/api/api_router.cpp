@@ -84,7 +84,7 @@ HttpResponse route(ApiContext& context, const HttpRequest& request) {
     if (path == "sites/sync" && method == "PUT")
         return SitesApi::sync(context, who, request);
     if (path == "sites/sync" && method == "GET")
-        return SitesApi::list(context, who);
+        return SitesApi::listIfChanged(context, who, request);
     if (path == "sites/status" && method == "GET")
         return SitesApi::status(context, who);
     if (isHistory && method == "GET")

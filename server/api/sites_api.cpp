@@ -3,6 +3,7 @@
 
 #include "server/config/secrets.h"
 
+#include <algorithm>
 #include <set>
 
 namespace ravo::server::SitesApi {
@@ -50,6 +51,12 @@ std::optional<std::vector<std::int64_t>> versionsMatched(const HttpRequest& requ
     return listVersionsIn(header->second);
 }
 
+HttpResponse listed(const SiteList& stored) {
+    auto response = jsonResponse(200, wireJson(stored.sites).dump());
+    response.headers["ETag"] = entityTagFor(stored.version);
+    return response;
+}
+
 } // namespace
 
 HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& request) {
@@ -77,9 +84,22 @@ HttpResponse list(ApiContext& context, const Caller& caller) {
     const auto stored = context.store.siteList(caller.account.id);
     if (!stored)
         return storeFailure(stored.failure());
-    auto response = jsonResponse(200, wireJson(stored->sites).dump());
-    response.headers["ETag"] = entityTagFor(stored->version);
-    return response;
+    return listed(*stored);
+}
+
+HttpResponse listIfChanged(ApiContext& context, const Caller& caller, const HttpRequest& request) {
+    const auto stored = context.store.siteList(caller.account.id);
+    if (!stored)
+        return storeFailure(stored.failure());
+    if (const auto header = request.headers.find("if-none-match");
+        header != request.headers.end()) {
+        // "*", or a tag of the list as it stands.
+        const auto versions = listVersionsIn(header->second);
+        if (!versions ||
+            std::find(versions->begin(), versions->end(), stored->version) != versions->end())
+            return HttpResponse{304, {}, {}, {{"ETag", entityTagFor(stored->version)}}, {}};
+    }
+    return listed(*stored);
 }
 
 HttpResponse status(ApiContext& context, const Caller& caller) {

@@ -175,6 +175,20 @@ TEST_F(SiteListWritersTest, AWriteThatLostTheRaceIsMadeAgainOnTheNewerList) {
     ASSERT_EQ(std::get<TaggedSites>(kept).sites.size(), 2u);
     EXPECT_EQ(onServer(), std::get<TaggedSites>(kept).sites);
 
+    // A reader that has this version is told so, without the list; a newer one it gets.
+    const std::string tag = std::get<TaggedSites>(kept).tag;
+    ASSERT_FALSE(tag.empty());
+    const auto unchanged = QCoro::waitFor(account->client().taggedSitesIfChanged(tag));
+    ASSERT_TRUE(std::holds_alternative<std::optional<TaggedSites>>(unchanged));
+    EXPECT_EQ(std::get<std::optional<TaggedSites>>(unchanged), std::nullopt);
+    ASSERT_EQ(listed(QCoro::waitFor(other->syncSites({numberedSite(3)}))).size(), 1u);
+    const auto changed = QCoro::waitFor(account->client().taggedSitesIfChanged(tag));
+    ASSERT_TRUE(std::holds_alternative<std::optional<TaggedSites>>(changed));
+    const auto& newer = std::get<std::optional<TaggedSites>>(changed);
+    ASSERT_TRUE(newer.has_value());
+    EXPECT_EQ(newer->sites, onServer());
+    EXPECT_NE(newer->tag, tag);
+
     // A change that cannot be made writes nothing.
     const auto refused = QCoro::waitFor(
         changeSiteList(account->client(),
@@ -183,7 +197,7 @@ TEST_F(SiteListWritersTest, AWriteThatLostTheRaceIsMadeAgainOnTheNewerList) {
                            return CloudError{CloudError::Kind::rejected, "no"};
                        }));
     ASSERT_TRUE(std::holds_alternative<CloudError>(refused));
-    EXPECT_EQ(onServer().size(), 2u);
+    EXPECT_EQ(onServer().size(), 1u);
 }
 
 } // namespace

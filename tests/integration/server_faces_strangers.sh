@@ -65,7 +65,29 @@ sites="[$(site 0 "http://127.0.0.2:$http_port/ok")"
 for i in "${!inward[@]}"; do sites+=",$(site $((i + 1)) "${inward[$i]}")"; done
 sites+="]"
 token=$(password_token "$bin" mallory@example.org)
+listed_tag() { tr -d '\r' <"$work/headers" | sed -n 's/^[Ee][Tt][Aa][Gg]: //p'; }
+expect "$(call GET sites/sync "" "$token")" 200
+empty_tag=$(listed_tag)
 expect "$(call PUT sites/sync "$sites" "$token")" 200
+
+# --- An unchanged list costs a 304 and no body, whatever else If-None-Match holds.
+if_none_match() {
+    rm -f "$work/body"
+    curl -s -o "$work/body" -w '%{http_code}' -H "Authorization: Bearer $token" \
+        -H "If-None-Match: $1" "$api/sites/sync"
+}
+expect "$(call GET sites/sync "" "$token")" 200
+tag=$(listed_tag)
+for unchanged in "$tag" "$empty_tag, $tag" '*'; do
+    [ "$(if_none_match "$unchanged")" = 304 ] && [ ! -e "$work/body" ] ||
+        fail "If-None-Match: $unchanged sent the list again"
+done
+long=$(printf '"sites-1", %.0s' $(seq 100))
+for changed in "$empty_tag" '"sites-"' '"sites-99999999999999999999"' "$long$tag" \
+    "${tag%\"}0\""; do
+    [ "$(if_none_match "$changed")" = 200 ] && [ "$(jq length "$work/body")" = $((${#inward[@]} + 1)) ] ||
+        fail "If-None-Match: ${changed:0:40} did not get the list: $(head -c 200 "$work/body")"
+done
 settled() {
     call GET sites/status "" "$token" >/dev/null
     [ "$(jq '[.[] | select(.health == "unknown")] | length' "$work/body")" = 0 ]
