@@ -43,8 +43,8 @@ QString CloudAccount::server() const {
 }
 
 void CloudAccount::makeClient() {
-    const auto base =
-        CloudClient::baseURLFor(server()).value_or(*CloudClient::baseURLFor(defaultServer()));
+    // No server named yet: every call says so rather than going anywhere.
+    const auto base = CloudClient::baseURLFor(server()).value_or(QUrl());
     client_ = std::make_unique<CloudClient>(base, transport_, [this] { return token_; });
 }
 

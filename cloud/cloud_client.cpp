@@ -74,6 +74,8 @@ QCoro::Task<CloudResult<nlohmann::json>> CloudClient::send(QByteArray method, QS
 QCoro::Task<CloudResult<CloudClient::Answer>>
 CloudClient::exchange(QByteArray method, QString path, std::optional<nlohmann::json> body,
                       bool authenticated, Condition condition) const {
+    if (baseURL_.isEmpty())
+        co_return CloudError{CloudError::Kind::rejected, std::string(kNoServerText)};
     common::HttpCall call{
         method, baseURL_.resolved(QUrl(path)), {{"Accept", "application/json"}}, {}};
     if (authenticated) {
@@ -192,6 +194,11 @@ QCoro::Task<CloudResult<wire::CloudLogin>>
 CloudClient::login(wire::PasswordLoginRequest request) const {
     auto answer = co_await send("POST", "auth/token", toJson(request), false);
     co_return decoded(std::move(answer), wire::loginFromJson);
+}
+
+QCoro::Task<CloudResult<wire::SignInMethods>> CloudClient::signInMethods() const {
+    auto answer = co_await send("GET", "auth/methods", std::nullopt, false);
+    co_return decoded(std::move(answer), wire::signInMethodsFromJson);
 }
 
 QCoro::Task<CloudResult<wire::CloudMe>> CloudClient::me() const {

@@ -3,6 +3,7 @@
 #include "cloud/core/cloud_error.h"
 #include "common/http_transport.h"
 #include "wire/monitoring_records.h"
+#include "wire/sign_in_methods.h"
 #include "wire/wire_records.h"
 
 #include <QCoro/QCoroTask>
@@ -13,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -39,7 +41,10 @@ class CloudClient {
 public:
     using TokenSource = std::function<std::optional<std::string>()>;
 
+    // An empty `baseURL`: no server is named yet, and every call fails with kNoServerText.
     CloudClient(QUrl baseURL, std::shared_ptr<common::HttpTransport> transport, TokenSource token);
+    static constexpr std::string_view kNoServerText =
+        "No Ravo server is set. Name yours in Settings → Account, or with --server.";
 
     // "https://ravo.example.org" -> "https://ravo.example.org/api/v1/"; nothing when the
     // text is not an http(s) origin.
@@ -59,6 +64,8 @@ public:
     QCoro::Task<CloudResult<wire::CloudLogin>>
     finishAppleSignIn(wire::AppleFinishRequest request) const;
     QCoro::Task<CloudResult<wire::CloudLogin>> login(wire::PasswordLoginRequest request) const;
+    // What the server lets users sign in with; a server from before it said fails with 404.
+    QCoro::Task<CloudResult<wire::SignInMethods>> signInMethods() const;
     QCoro::Task<CloudResult<wire::CloudMe>> me() const;
     QCoro::Task<CloudResult<EmptyResponse>> deleteAccount() const;
     QCoro::Task<CloudResult<EmptyResponse>> revokeDevice(std::string deviceID) const;

@@ -68,6 +68,8 @@ std::variant<Caller, HttpResponse> authenticate(ApiContext& context, const HttpR
 
 // The endpoint groups, each given a decoded request.
 namespace AuthApi {
+// Which sign-ins this server offers; Apple only when the operator configured it.
+HttpResponse methods(const ApiContext& context);
 HttpResponse emailStart(ApiContext& context, const HttpRequest& request);
 HttpResponse emailVerify(ApiContext& context, const HttpRequest& request);
 HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request);

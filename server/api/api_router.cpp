@@ -47,6 +47,8 @@ HttpResponse route(ApiContext& context, const HttpRequest& request) {
         return AuthApi::emailVerify(context, request);
     if (path == "auth/token" && method == "POST")
         return AuthApi::passwordLogin(context, request);
+    if (path == "auth/methods" && method == "GET")
+        return AuthApi::methods(context);
     if (path == "auth/apple/start" && method == "POST")
         return AuthApi::appleStart(context, request);
     if (path == "auth/apple/callback" && method == "POST")

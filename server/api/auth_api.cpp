@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "server/auth/email_address.h"
 #include "server/config/secrets.h"
+#include "wire/sign_in_methods.h"
 
 #include <algorithm>
 #include <cctype>
@@ -178,6 +179,12 @@ HttpResponse passwordLogin(ApiContext& context, const HttpRequest& request) {
     if (auto forgiven = context.store.forgiveAttempt(limitKey(kPasswordFailures, email)); !forgiven)
         log::error("server", "a sign-in's try was not given back: " + forgiven.error());
     return signIn(context, *account, login.deviceName);
+}
+
+HttpResponse methods(const ApiContext& context) {
+    const wire::SignInMethods offered{
+        .emailCode = true, .password = true, .apple = context.apple != nullptr};
+    return jsonResponse(200, wire::toJson(offered).dump());
 }
 
 HttpResponse appleStart(ApiContext& context, const HttpRequest& request) {

@@ -138,6 +138,7 @@ std::string routeLabel(const std::string& path) {
         "/api/v1/auth/email/start",
         "/api/v1/auth/email/verify",
         "/api/v1/auth/token",
+        "/api/v1/auth/methods",
         "/api/v1/auth/apple/start",
         "/api/v1/auth/apple/callback",
         "/api/v1/auth/apple/finish",

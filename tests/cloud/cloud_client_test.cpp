@@ -60,6 +60,26 @@ TEST(CloudClientBase, TheServersOriginBecomesItsApiBase) {
         EXPECT_EQ(CloudClient::baseURLFor(wrong), std::nullopt) << wrong;
 }
 
+// Before the user names a server, a call says so and sends nothing anywhere.
+TEST(CloudClientBase, WithoutAServerEveryCallSaysSoAndSendsNothing) {
+    auto transport = std::make_shared<CountingTransport>();
+    std::optional<std::string> token = "a-token";
+    const CloudClient client(QUrl(), transport, [&token] { return token; });
+    const auto methods = QCoro::waitFor(client.signInMethods());
+    ASSERT_TRUE(std::holds_alternative<CloudError>(methods));
+    EXPECT_EQ(std::get<CloudError>(methods).text(), CloudClient::kNoServerText);
+    const auto me = QCoro::waitFor(client.me());
+    ASSERT_TRUE(std::holds_alternative<CloudError>(me));
+    EXPECT_EQ(std::get<CloudError>(me).text(), CloudClient::kNoServerText);
+    EXPECT_EQ(transport->calls, 0);
+}
+
+TEST_F(CloudClientTest, TheServerSaysItsSignInsWithoutAToken) {
+    std::optional<std::string> none;
+    EXPECT_EQ(value(QCoro::waitFor(client(&none).signInMethods())),
+              (wire::SignInMethods{.emailCode = true, .password = true, .apple = false}));
+}
+
 TEST_F(CloudClientTest, ASignedInDeviceUsesEveryEndpointAndLosesItsTokenWhenRevoked) {
     std::optional<std::string> token;
     const CloudClient cloud = client(&token);

@@ -5,6 +5,7 @@
 #include "server/store/sql_store.h"
 #include "tests/support/both_databases.h"
 #include "tests/support/temporary_folder.h"
+#include "wire/sign_in_methods.h"
 
 #include <gtest/gtest.h>
 
@@ -142,6 +143,37 @@ TEST_P(ServerApiTest, AMailedCodeWorksOnceWithItsOwnVerifierWithinTenMinutes) {
                       .dump()))["detail"],
         "code_expired");
     (void)late;
+}
+
+// The app offers only the sign-ins a server names; Apple's needs the operator's set-up.
+TEST_P(ServerApiTest, TheServerSaysWhichSignInsItOffers) {
+    const auto plain = call("GET", "auth/methods");
+    ASSERT_EQ(plain.status, 200) << plain.body;
+    EXPECT_EQ(wire::signInMethodsFromJson(body(plain)).value(),
+              (wire::SignInMethods{.emailCode = true, .password = true, .apple = false}));
+
+    AppleSettings apple;
+    apple.clientID = "org.example.ravo";
+    AppleSignIn signIn(apple, "https://ravo.example.org");
+    context.apple = &signIn;
+    const auto withApple = call("GET", "auth/methods");
+    ASSERT_EQ(withApple.status, 200) << withApple.body;
+    EXPECT_TRUE(wire::signInMethodsFromJson(body(withApple)).value().apple);
+    // Asked without a token, and only to read.
+    EXPECT_EQ(call("GET", "auth/methods", "", "not-a-token").status, 200);
+    EXPECT_EQ(call("POST", "auth/methods").status, 404);
+}
+
+TEST(SignInMethods, AMethodTheAnswerDoesNotNameIsNotOffered) {
+    EXPECT_EQ(wire::signInMethodsFromJson(json::object()).value(),
+              (wire::SignInMethods{.emailCode = false, .password = false, .apple = false}));
+    const wire::SignInMethods all{.emailCode = true, .password = true, .apple = true};
+    EXPECT_EQ(wire::signInMethodsFromJson(wire::toJson(all)).value(), all);
+    // Newer servers may name more; what is named and known still counts.
+    EXPECT_TRUE(
+        wire::signInMethodsFromJson(json{{"apple", true}, {"passkey", true}}).value().apple);
+    for (const json& bad : {json{{"apple", "yes"}}, json::array(), json("apple"), json()})
+        EXPECT_FALSE(wire::signInMethodsFromJson(bad)) << bad.dump();
 }
 
 TEST_P(ServerApiTest, TokensAreKeptHashedAndARevokedDeviceIsSignedOut) {

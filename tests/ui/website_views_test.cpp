@@ -24,6 +24,7 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QListView>
+#include <QProcess>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSettings>
@@ -352,6 +353,62 @@ TEST_F(WebsiteViewsTest, EachErrorShowsWhereItBelongs) {
 
 // A new user signs in from the Account tab with the code ravo-server mails to a real SMTP
 // server on loopback.
+// No server until the user names one, and only the sign-ins the named server offers: Apple's
+// where its operator set it up, and not elsewhere.
+TEST(AccountTab, OffersOnlyTheSignInsTheNamedServerReports) {
+    ravo::testing::TemporaryHome home;
+    const auto folder = [&](const char* name) {
+        std::filesystem::create_directories(home.path() / name);
+        return home.path() / name;
+    };
+    const QString key = QString::fromStdString((home.path() / "AuthKey.p8").string());
+    ASSERT_EQ(QProcess::execute("openssl", {"genpkey", "-algorithm", "EC", "-pkeyopt",
+                                            "ec_paramgen_curve:P-256", "-out", key}),
+              0);
+    ravo::testing::RavoServerProcess withApple{folder("apple")};
+    ASSERT_NO_FATAL_FAILURE(
+        withApple.start({"--checker", "off", "--apple-client-id", "io.example.ravo.web",
+                         "--apple-team-id", "TEAM123456", "--apple-key-id", "KEY1234567",
+                         "--apple-private-key", key, "--apple-url", "http://127.0.0.1:9"}));
+    ravo::testing::RavoServerProcess plain{folder("plain")};
+    ASSERT_NO_FATAL_FAILURE(plain.start({"--checker", "off"}));
+    QSettings settings{QString::fromStdString((home.path() / "ravo.conf").string()),
+                       QSettings::IniFormat};
+    SilentNotifications notifications;
+    const auto controller = makeController(home, settings, notifications, std::chrono::seconds(60));
+    AccountTab tab(controller->coordinators());
+    tab.resize(640, 560);
+    tab.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&tab));
+    QLineEdit* address = fieldWithHint(tab, "https://ravo.example.org");
+    ASSERT_NE(address, nullptr);
+    auto* apple = child<QPushButton>(tab, "Sign in with Apple");
+    auto* sendCode = child<QPushButton>(tab, "Send code");
+    ASSERT_TRUE(apple && sendCode);
+
+    // Nothing named: an empty field with its hint, and no sign-in against a server of ours.
+    EXPECT_TRUE(address->text().isEmpty());
+    EXPECT_NE(visibleText(tab).find(AccountTab::kNameServerFirst), std::string::npos);
+    EXPECT_FALSE(sendCode->isVisible());
+    EXPECT_FALSE(apple->isVisible());
+
+    const auto use = [&](const QString& origin) {
+        address->setText(origin);
+        child<QPushButton>(tab, "Use")->click();
+    };
+    use(withApple.origin());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return apple->isVisible(); }, 10000));
+    EXPECT_TRUE(sendCode->isVisible());
+    EXPECT_EQ(visibleText(tab).find(AccountTab::kNameServerFirst), std::string::npos);
+
+    use(plain.origin());
+    QTest::qWait(1500); // its answer, which would bring the button back
+    EXPECT_FALSE(apple->isVisible());
+    EXPECT_TRUE(sendCode->isVisible());
+    EXPECT_TRUE(child<QPushButton>(tab, "Sign in with password")->isVisible());
+    EXPECT_EQ(settings.value(cloud::CloudAccount::kServerKey).toString(), plain.origin());
+}
+
 TEST(AccountTab, SignsInWithTheMailedCode) {
     ravo::testing::TemporaryHome home;
     const QString mailbox = QString::fromStdString((home.path() / "mail").string());

@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -46,6 +47,8 @@ AccountTab::AccountTab(const Coordinators& coordinators, QWidget* parent)
     connect(use, &QPushButton::clicked, this, [this] { useServer(); });
     connect(server_, &QLineEdit::returnPressed, this, [this] { useServer(); });
     layout->addWidget(separator());
+    nameServerFirst_ = wrappedLabel(kNameServerFirst, palette().color(QPalette::WindowText));
+    layout->addWidget(nameServerFirst_);
 
     signedOut_ = new QWidget;
     auto* out = new QVBoxLayout(signedOut_);
@@ -120,13 +123,38 @@ AccountTab::AccountTab(const Coordinators& coordinators, QWidget* parent)
 
     server_->setText(account_->server());
     connect(account_, &cloud::CloudAccount::changed, this, &AccountTab::sync);
+    learnSignInMethods();
+}
+
+QCoro::Task<> AccountTab::learnSignInMethods() {
+    methods_.reset();
+    sync();
+    const QString asked = account_->server();
+    if (asked.isEmpty())
+        co_return;
+    const QPointer<AccountTab> self(this);
+    auto answer = co_await account_->client().signInMethods();
+    if (!self || account_->server() != asked)
+        co_return; // gone, or another server named meanwhile
+    // A server that cannot say (unreachable, or older than the question) gets no Apple button.
+    const auto* told = std::get_if<wire::SignInMethods>(&answer);
+    methods_ = told ? *told : wire::SignInMethods{};
     sync();
 }
 
 void AccountTab::sync() {
     const bool working = account_->isWorking();
     const auto& me = account_->me();
-    signedOut_->setVisible(!me);
+    const bool named = !account_->server().isEmpty();
+    nameServerFirst_->setVisible(!named && !me);
+    signedOut_->setVisible(named && !me);
+    const wire::SignInMethods offered = methods_.value_or(wire::SignInMethods{});
+    for (QWidget* control : {static_cast<QWidget*>(email_), static_cast<QWidget*>(sendCode_)})
+        control->setVisible(offered.emailCode);
+    for (QWidget* control :
+         {static_cast<QWidget*>(password_), static_cast<QWidget*>(passwordSignIn_)})
+        control->setVisible(offered.password);
+    apple_->setVisible(offered.apple);
     signedIn_->setVisible(me.has_value());
     if (me) {
         who_->setText("Signed in as " +
@@ -155,8 +183,10 @@ QCoro::Task<> AccountTab::useServer() {
     const bool used = co_await account_->setServer(address);
     serverError_->setText(used ? QString() : SettingsTexts::kServerInvalid);
     serverError_->setVisible(!used);
-    if (used)
+    if (used) {
         server_->setText(account_->server());
+        co_await learnSignInMethods();
+    }
 }
 
 QCoro::Task<> AccountTab::signInWithApple() {

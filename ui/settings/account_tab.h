@@ -1,9 +1,12 @@
 #pragma once
 
 #include "ui/coordinators.h"
+#include "wire/sign_in_methods.h"
 #include <QWidget>
 
 #include <qcoro/qcorotask.h>
+
+#include <optional>
 
 class QLabel;
 class QLineEdit;
@@ -20,11 +23,16 @@ namespace ravo::ui {
 class AccountTab : public QWidget {
     Q_OBJECT
 public:
+    static constexpr const char* kNameServerFirst =
+        "Name your Ravo server above to sign in: the sign-in belongs to the server.";
+
     explicit AccountTab(const Coordinators& coordinators, QWidget* parent = nullptr);
 
 private:
     void sync();
     QCoro::Task<> useServer();
+    // Asks the server which sign-ins it offers; until it says, the code and the password.
+    QCoro::Task<> learnSignInMethods();
     QCoro::Task<> signInWithApple();
     void confirmDeletion();
 
@@ -32,6 +40,8 @@ private:
     cloud::CloudAccount* account_;
     QLineEdit* server_;
     QLabel* serverError_;
+    QLabel* nameServerFirst_;
+    std::optional<wire::SignInMethods> methods_;
     QWidget* signedOut_;
     QLineEdit* email_;
     QPushButton* sendCode_;
