@@ -1,4 +1,5 @@
 #include "server/checker/http_prober.h"
+#include "server/checker/problem_detail.h"
 
 #include "server/net/interface_addresses.h"
 #include "server/net/ip_address.h"
@@ -140,7 +141,7 @@ CheckOutcome outcomeOf(CURL* easy, CURLcode code, const HttpProber::Transfer& tr
     }
     if (!answered) {
         outcome.problemKind = problemKindFor(code);
-        outcome.problemDetail = transfer.error[0] ? transfer.error : curl_easy_strerror(code);
+        outcome.problemDetail = problemDetailFor(*outcome.problemKind);
         if (status > 0)
             outcome.statusCode = status;
         return outcome;

@@ -54,7 +54,8 @@ local_url=http://127.0.0.1:$http_port
 sites="[$(site 1 "$local_url/ok" Shop Welcome),$(site 2 "$local_url/flap" Flap),
 $(site 3 "$local_url/slow" Slow),$(site 4 "$local_url/protected" Members),
 $(site 5 "$local_url/plain" Plain Welcome),$(site 6 "https://127.0.0.1:$valid_port/ok" 'Valid TLS'),
-$(site 7 "https://127.0.0.1:$expired_port/ok" 'Expired TLS'),$(site 8 "https://127.0.0.1:$self_port/ok" 'Self TLS')]"
+$(site 7 "https://127.0.0.1:$expired_port/ok" 'Expired TLS'),$(site 8 "https://127.0.0.1:$self_port/ok" 'Self TLS'),
+$(site 0 "http://127.0.0.1:$(free_port)/" Closed)]"
 expect "$(call PUT sites/sync "$sites" "$token")" 200
 
 health_of() { # n -> the site's health
@@ -67,13 +68,17 @@ field_of() { # n key
 is_health() { [ "$(health_of "$1")" = "$2" ]; }
 
 for n in 1 4 6; do wait_until 15 is_health $n up || fail "site $n is not up: $(cat "$work/body")"; done
-for n in 3 5 7 8; do wait_until 15 is_health $n down || fail "site $n is not down: $(cat "$work/body")"; done
+for n in 3 5 7 8 0; do wait_until 15 is_health $n down || fail "site $n is not down: $(cat "$work/body")"; done
 call GET sites/status "" "$token" >/dev/null
 [ "$(field_of 3 last_problem_kind)" = timeout ] || fail "slow: $(cat "$work/body")"
 [ "$(field_of 5 last_problem_kind)" = keyword_missing ] || fail "keyword: $(cat "$work/body")"
 [ "$(field_of 7 last_problem_kind)" = certificate_invalid ] || fail "expired: $(cat "$work/body")"
 [ "$(field_of 8 last_problem_kind)" = certificate_invalid ] || fail "self-signed: $(cat "$work/body")"
 [ "$(field_of 4 last_status_code)" = 401 ] || fail "protected: $(cat "$work/body")"
+# Said in Ravo's words, with what to look at, not in the HTTP library's.
+[ "$(field_of 0 last_problem_kind)" = connection_failed ] &&
+    [ "$(field_of 0 last_problem_detail)" = "Nothing accepted the connection. Check that the site runs and is reachable from the internet." ] ||
+    fail "closed port: $(cat "$work/body")"
 expiry=$(field_of 6 last_certificate_expiry)
 [ "$expiry" = "$(date -u -d "$(openssl x509 -in "$certs/valid.pem" -noout -enddate | cut -d= -f2)" +%Y-%m-%dT%H:%M:%SZ)" ] ||
     fail "certificate expiry: $expiry"
