@@ -33,9 +33,11 @@ Checker::Checker(Store& store, CheckerOptions options)
     options_.threads = threads;
     const std::size_t perLane = (options_.maxInFlight + static_cast<std::size_t>(threads) - 1) /
                                 static_cast<std::size_t>(threads);
+    auto trust = std::make_shared<CheckTrust>(options_.probe.caFile);
+    auto dns = std::make_shared<SharedDnsCache>();
     for (int i = 0; i < threads; ++i)
         lanes_.push_back(std::make_unique<ProbeLane>(
-            options_.probe, perLane, [this](std::size_t room) { return take(room); },
+            options_.probe, trust, dns, perLane, [this](std::size_t room) { return take(room); },
             [this](std::vector<CheckReport>&& reports) { finished(std::move(reports)); }));
 }
 

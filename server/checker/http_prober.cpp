@@ -53,6 +53,14 @@ std::optional<TimePoint> leafCertificateExpiry(CURL* easy) {
     return expiry;
 }
 
+CURLcode useTrust(CURL*, void* context, void* data) {
+    X509_STORE* store = static_cast<CheckTrust*>(data)->authorities();
+    if (!store)
+        return CURLE_SSL_CACERT_BADFILE;
+    SSL_CTX_set_cert_store(static_cast<SSL_CTX*>(context), store); // takes our reference
+    return CURLE_OK;
+}
+
 curl_socket_t openSocket(void* data, curlsocktype purpose, curl_sockaddr* address) {
     auto* transfer = static_cast<HttpProber::Transfer*>(data);
     const auto ip = addressOf(&address->addr);
@@ -157,8 +165,11 @@ CheckOutcome outcomeOf(CURL* easy, CURLcode code, const HttpProber::Transfer& tr
 
 } // namespace
 
-HttpProber::HttpProber(ProbeOptions options)
-    : options_(std::move(options)), multi_(curl_multi_init()) {}
+HttpProber::HttpProber(ProbeOptions options, std::shared_ptr<CheckTrust> trust,
+                       std::shared_ptr<SharedDnsCache> dns)
+    : options_(std::move(options)),
+      trust_(trust ? std::move(trust) : std::make_shared<CheckTrust>(options_.caFile)),
+      dns_(dns ? std::move(dns) : std::make_shared<SharedDnsCache>()), multi_(curl_multi_init()) {}
 
 HttpProber::~HttpProber() {
     CURLM* handle = multi(multi_);
@@ -205,8 +216,15 @@ void HttpProber::start(const DueCheck& check) {
     curl_easy_setopt(easy, CURLOPT_PROXY, "");
     curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
     curl_easy_setopt(easy, CURLOPT_USERAGENT, options_.userAgent.c_str());
-    if (options_.caFile)
-        curl_easy_setopt(easy, CURLOPT_CAINFO, options_.caFile->c_str());
+    // The authorities come from the shared store, not read from disk for each connection;
+    // a session is never resumed, so each check verifies the certificate afresh.
+    curl_easy_setopt(easy, CURLOPT_CAINFO, nullptr);
+    curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+    curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, useTrust);
+    curl_easy_setopt(easy, CURLOPT_SSL_CTX_DATA, trust_.get());
+    curl_easy_setopt(easy, CURLOPT_SSL_SESSIONID_CACHE, 0L);
+    if (dns_->handle())
+        curl_easy_setopt(easy, CURLOPT_SHARE, dns_->handle());
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "server/checker/check_trust.h"
+#include "server/checker/shared_dns_cache.h"
 #include "server/net/ip_address.h"
 #include "server/net/ip_network.h"
 #include "server/store/store.h"
@@ -32,7 +34,9 @@ inline constexpr const char* kPrivateAddressDetail =
 // no spelling of an address and no DNS answer can lead a check inside the server's network.
 class HttpProber {
 public:
-    explicit HttpProber(ProbeOptions options);
+    // Without `trust` or `dns` the prober keeps its own; checking threads share them.
+    explicit HttpProber(ProbeOptions options, std::shared_ptr<CheckTrust> trust = nullptr,
+                        std::shared_ptr<SharedDnsCache> dns = nullptr);
     ~HttpProber();
     HttpProber(const HttpProber&) = delete;
     HttpProber& operator=(const HttpProber&) = delete;
@@ -48,6 +52,8 @@ public:
 
 private:
     ProbeOptions options_;
+    std::shared_ptr<CheckTrust> trust_;
+    std::shared_ptr<SharedDnsCache> dns_;
     // This machine's own addresses, looked up again now and then: interfaces come and go.
     std::vector<IpAddress> ownAddresses_;
     std::chrono::steady_clock::time_point ownAddressesAt_{};

@@ -11,9 +11,12 @@ constexpr auto kBusyWait = std::chrono::milliseconds(2);
 
 } // namespace
 
-ProbeLane::ProbeLane(ProbeOptions options, std::size_t maxInFlight, Take take, Finished finished)
-    : prober_(std::move(options)), maxInFlight_(std::max<std::size_t>(1, maxInFlight)),
-      take_(std::move(take)), finished_(std::move(finished)) {}
+ProbeLane::ProbeLane(ProbeOptions options, std::shared_ptr<CheckTrust> trust,
+                     std::shared_ptr<SharedDnsCache> dns, std::size_t maxInFlight, Take take,
+                     Finished finished)
+    : prober_(std::move(options), std::move(trust), std::move(dns)),
+      maxInFlight_(std::max<std::size_t>(1, maxInFlight)), take_(std::move(take)),
+      finished_(std::move(finished)) {}
 
 ProbeLane::~ProbeLane() {
     stop();

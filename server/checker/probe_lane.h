@@ -21,7 +21,9 @@ public:
     using Take = std::function<Taken(std::size_t room)>;
     using Finished = std::function<void(std::vector<CheckReport>&&)>;
 
-    ProbeLane(ProbeOptions options, std::size_t maxInFlight, Take take, Finished finished);
+    ProbeLane(ProbeOptions options, std::shared_ptr<CheckTrust> trust,
+              std::shared_ptr<SharedDnsCache> dns, std::size_t maxInFlight, Take take,
+              Finished finished);
     ~ProbeLane();
     ProbeLane(const ProbeLane&) = delete;
     ProbeLane& operator=(const ProbeLane&) = delete;
