@@ -47,6 +47,17 @@ TEST(StatusText, GivesEveryMetricItsValueAndLevel) {
     EXPECT_NE(text.find("Network      ↓ 1 kB/s  ↑ 0 kB/s\n"), std::string::npos) << text;
     EXPECT_EQ(text.find(" K/s"), std::string::npos) << text;
     EXPECT_NE(text.find("Graphics     — no data"), std::string::npos) << text;
+
+    // Swap has its own line, under the same rules as memory.
+    auto withSwap = report();
+    withSwap.system.swap = SwapUsage{4ull << 30, 3ull << 30};
+    EXPECT_NE(statusText(withSwap, {}).find("\n  Swap         75% (warning)  3 GB used of 4 GB\n"),
+              std::string::npos)
+        << statusText(withSwap, {});
+    withSwap.system.swap = SwapUsage{};
+    EXPECT_NE(statusText(withSwap, {}).find("\n  Swap         —  no swap space\n"),
+              std::string::npos)
+        << statusText(withSwap, {});
 }
 
 TEST(StatusText, ListsTheBusiestAndLargestProcessesBetweenTheMachineAndTheLimits) {

@@ -271,6 +271,53 @@ TEST_F(DashboardLayoutTest, TheNetworkGraphScalesToItsBusiestMomentShown) {
         << screenText(quiet.grid);
 }
 
+TEST_F(DashboardLayoutTest, SwapShowsAsMemoryDoesAndWithoutSwapSpaceHasNoGraph) {
+    auto frame = busyFrame(200, 60, 3);
+    frame.metrics = {SystemMetric::cpu, SystemMetric::memory, SystemMetric::swap,
+                     SystemMetric::network};
+    frame.reading->swap = SwapUsage{4ull << 30, 3ull << 30};
+    frame.history[SystemMetric::swap] = std::vector<double>(600, 0.75);
+    const auto screen = layoutDashboard(frame, {}, {});
+    const std::string text = screenText(screen.grid);
+    const int swap = rowOf(screen.grid, "Swap");
+    ASSERT_GT(swap, rowOf(screen.grid, "Memory")) << text;
+    // Its figure in the warning colour, its detail, the span and a graph three quarters full.
+    const std::string row = screen.grid.rowText(swap);
+    EXPECT_NE(row.find("75%"), std::string::npos) << row;
+    EXPECT_EQ(screen.grid.at(swap, 15).style.tone, Tone::warning) << row;
+    EXPECT_NE(row.find("last 3 min"), std::string::npos) << row;
+    EXPECT_NE(screen.grid.rowText(swap + 1).find("3 GB used of 4 GB"), std::string::npos) << text;
+    EXPECT_NE(screen.grid.rowText(swap + 2).find("100% ┤"), std::string::npos) << text;
+    // Six of eight rows filled.
+    EXPECT_EQ(screen.grid.rowText(swap + 3).find("█"), std::string::npos) << text;
+    EXPECT_NE(screen.grid.rowText(swap + 4).find("│███"), std::string::npos) << text;
+    EXPECT_NE(screen.grid.rowText(swap + 9).find("0% ┤███"), std::string::npos) << text;
+
+    auto small = frame;
+    small.width = 80;
+    small.height = 24;
+    const auto cramped = layoutDashboard(small, {}, {});
+    const int swapRow = rowOf(cramped.grid, "Swap");
+    ASSERT_NE(swapRow, -1) << screenText(cramped.grid);
+    EXPECT_NE(cramped.grid.rowText(swapRow).find("75%  "), std::string::npos)
+        << screenText(cramped.grid);
+    EXPECT_NE(cramped.grid.rowText(swapRow).find("▆▆▆"), std::string::npos)
+        << "a sparkline, as memory has";
+
+    // No swap space: the line says so, and the rows go to the other graphs.
+    frame.reading->swap = SwapUsage{};
+    frame.history.erase(SystemMetric::swap);
+    const auto none = layoutDashboard(frame, {}, {});
+    const int noSwap = rowOf(none.grid, "Swap");
+    ASSERT_NE(noSwap, -1);
+    EXPECT_NE(none.grid.rowText(noSwap + 1).find("no swap space"), std::string::npos)
+        << screenText(none.grid);
+    EXPECT_EQ(none.grid.rowText(noSwap).find("last"), std::string::npos);
+    EXPECT_EQ(none.grid.rowText(noSwap + 2).find("100%"), std::string::npos)
+        << screenText(none.grid);
+    EXPECT_NE(rowOf(none.grid, "Network"), -1);
+}
+
 TEST_F(DashboardLayoutTest, ALayoutOnTheLastFramesCellsEqualsOneOnFreshCells) {
     // The help box and a wider, taller screen leave cells behind that the next frame must
     // not show.

@@ -125,6 +125,22 @@ TEST(DashboardText, PipedFramesListTheProcessesButNotWhilePaused) {
     EXPECT_EQ(renderDashboard(frame, {}).find("cc1plus"), std::string::npos);
 }
 
+TEST(DashboardText, PipedFramesShowSwapAsMemory) {
+    DashboardFrame frame;
+    SystemReading reading;
+    reading.memory = MemoryUsage{100, 50, 0, 0, 0, 0, 0.5, MemoryPressureLevel::normal};
+    reading.swap = SwapUsage{2ull << 30, 1ull << 30};
+    frame.reading = reading;
+    frame.metrics = {SystemMetric::memory, SystemMetric::swap};
+    frame.history[SystemMetric::swap] = {0.5, 0.5};
+    frame.color = false;
+    const auto text = renderDashboard(frame, {});
+    EXPECT_NE(text.find("Swap         50%                   ▅▅\n"
+                        "             1 GB used of 2 GB\n"),
+              std::string::npos)
+        << text;
+}
+
 TEST(DashboardText, SaysSoWhenNothingIsEnabled) {
     DashboardFrame frame;
     frame.color = false;

@@ -117,6 +117,13 @@ void addGraphLines(Block& block, const DashboardFrame& frame, SystemMetric metri
     }
 }
 
+// A part that was read yet has no figure (swap on a machine without swap space) has no
+// history to come either: its graph would stay empty.
+bool drawsGraph(SystemMetric metric, const MetricSummary& summary) {
+    const bool noFigure = summary.value.empty() || summary.value == "—";
+    return DashboardFrame::keepsHistory(metric) && !(noFigure && !summary.detail.empty());
+}
+
 Line metricLine(const DashboardFrame& frame, SystemMetric metric, const MetricSummary& summary,
                 const DashboardPlan& plan, int width, int item, bool selected) {
     const int valueWidth = std::clamp(width - kNameWidth - 12, 8, 26);
@@ -125,7 +132,7 @@ Line metricLine(const DashboardFrame& frame, SystemMetric metric, const MetricSu
     line.spans.push_back({0, std::string(displayName(metric)), {}, kNameWidth - 1});
     line.spans.push_back({kNameWidth, summary.value.empty() ? "—" : summary.value,
                           toneOf(summary.level), valueWidth});
-    if (plan.graphRows > 1 && DashboardFrame::keepsHistory(metric)) {
+    if (plan.graphRows > 1 && drawsGraph(metric, summary)) {
         // What the graph below spans, at the line's end.
         const std::string span = historySpan(width - kNameWidth, frame.sampleInterval);
         line.spans.push_back({width - displayWidth(span), span, {Tone::dim}});
@@ -145,8 +152,9 @@ MachineContent machineContent(const DashboardFrame& frame, const FormatLocale& l
     const SystemReading reading = frame.reading.value_or(SystemReading{});
     for (SystemMetric metric : frame.metrics) {
         ++content.metrics;
-        content.graphs += DashboardFrame::keepsHistory(metric) ? 1 : 0;
-        content.details += summarizeForLine(reading, metric, locale).detail.empty() ? 0 : 1;
+        const MetricSummary summary = summarizeForLine(reading, metric, locale);
+        content.graphs += drawsGraph(metric, summary) ? 1 : 0;
+        content.details += summary.detail.empty() ? 0 : 1;
         if (metric == SystemMetric::cpu && reading.cpu)
             content.cores = static_cast<int>(reading.cpu->perCore.size());
         if (const auto* list = processesUnder(reading, metric); list && !list->empty())
@@ -191,7 +199,7 @@ Block machineBlock(const DashboardFrame& frame, const DashboardView& view,
                                    selected ? 1 : (plan.sideBySide ? 2 : 3),
                                    i,
                                    false});
-        if (plan.graphRows > 1 && DashboardFrame::keepsHistory(metric))
+        if (plan.graphRows > 1 && drawsGraph(metric, summary))
             addGraphLines(block, frame, metric, plan.graphRows, width, i, locale);
         addProcessLines(block, reading, metric, i, locale);
     }
