@@ -4,11 +4,20 @@
 # after 24 hours (the run's rows, extended to a day), and GET sites/status under wrk while
 # the checker runs. Needs wrk (Debian's package).
 #   bench/measure_server_checker.sh [build] [sites] [seconds]
+# Capacity: for each thread count, the most sites a minute at which the p99 of checks'
+# start after their slot stays under 1 s with no slot skipped, found by doubling and then
+# halving the step; with CPU per check and memory per 1,000 sites. An interval's minute
+# lasts `minute` seconds (default 10) so that a trial takes seconds, not minutes.
+#   bench/measure_server_checker.sh capacity [build] [sqlite|postgresql] [threads...]
 set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+if [ "${1:-}" = capacity ]; then
+    shift
+    exec "$here/measure_checker_capacity.sh" "$@"
+fi
 build=${1:-build}
 sites=${2:-10000}
 seconds=${3:-200}
-here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 server='' target=''
 trap 'kill $server $target 2>/dev/null || true; rm -rf "$work"' EXIT
