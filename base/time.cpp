@@ -39,6 +39,18 @@ double secondsBetween(TimePoint from, TimePoint to) {
     return std::chrono::duration_cast<Seconds>(to - from).count();
 }
 
+std::string ageText(TimePoint since, TimePoint now) {
+    const double seconds = secondsBetween(since, now);
+    if (seconds < 60)
+        return "just now";
+    const auto minutes = static_cast<long long>(seconds / 60);
+    if (minutes < 60)
+        return std::to_string(minutes) + " min ago";
+    if (minutes < 1440)
+        return std::to_string(minutes / 60) + " h ago";
+    return std::to_string(minutes / 1440) + " d ago";
+}
+
 std::string toIso8601(TimePoint t) {
     const auto ms = std::chrono::floor<std::chrono::milliseconds>(t.time_since_epoch()).count();
     std::time_t secs = static_cast<std::time_t>(std::floor(ms / 1000.0));

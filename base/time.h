@@ -27,4 +27,8 @@ std::optional<TimePoint> parseIso8601(std::string_view text);
 
 double secondsBetween(TimePoint from, TimePoint to);
 
+// "just now", "4 min ago", "3 h ago", "2 d ago"; a `since` a little ahead of `now` (another
+// computer's clock) is just now.
+std::string ageText(TimePoint since, TimePoint now);
+
 } // namespace ravo

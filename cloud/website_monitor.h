@@ -85,6 +85,8 @@ private:
     QCoro::Task<> push();
     QCoro::Task<> refreshList();
     void takeServerList(const std::vector<wire::CloudSite>& sites);
+    // Shows `sites` and drops the states of sites gone; false when nothing changed.
+    bool show(std::vector<MonitoredSite> sites);
     std::vector<MonitoredSite> withPendingEdits(const std::vector<MonitoredSite>& sites) const;
     void apply(const std::vector<wire::CloudSiteStatus>& statuses, bool announce);
     void publishForWidget();

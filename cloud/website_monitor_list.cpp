@@ -135,32 +135,27 @@ void WebsiteMonitor::takeServerList(const std::vector<wire::CloudSite>& sites) {
         if (settings_.status() != QSettings::NoError)
             log::error("websites", "Saving websites failed: the settings file cannot be written");
     }
-    auto shown = withPendingEdits(server);
-    if (shown == sites_)
-        return;
-    sites_ = std::move(shown);
+    show(withPendingEdits(server));
+}
+
+bool WebsiteMonitor::show(std::vector<MonitoredSite> sites) {
+    if (sites == sites_)
+        return false;
+    sites_ = std::move(sites);
     std::erase_if(states_, [&](const auto& state) {
         return std::none_of(sites_.begin(), sites_.end(),
                             [&](const auto& site) { return site.id == state.first; });
     });
     publishForWidget();
     emit changed();
+    return true;
 }
 
 void WebsiteMonitor::reloadList() {
     listTag_.clear(); // the next poll reads the server's list whole
-    auto shown = withPendingEdits(SiteListSettings::load(settings_));
-    if (shown == sites_)
-        return;
-    log::info("websites", "The website list changed outside this Ravo: " +
-                              std::to_string(shown.size()) + " sites");
-    sites_ = std::move(shown);
-    std::erase_if(states_, [&](const auto& state) {
-        return std::none_of(sites_.begin(), sites_.end(),
-                            [&](const auto& site) { return site.id == state.first; });
-    });
-    publishForWidget();
-    emit changed();
+    if (show(withPendingEdits(SiteListSettings::load(settings_))))
+        log::info("websites", "The website list changed outside this Ravo: " +
+                                  std::to_string(sites_.size()) + " sites");
 }
 
 void WebsiteMonitor::intervalChanged() {

@@ -97,18 +97,8 @@ std::optional<TimePoint> openIncidentStart(const wire::CloudSiteHistory& history
 }
 
 std::string checkedAge(const SiteState& state, TimePoint now) {
-    if (!state.lastResult.date)
-        return {};
     // A server clock a little ahead is still "just now".
-    const double seconds = secondsBetween(*state.lastResult.date, now);
-    if (seconds < 60)
-        return "just now";
-    const auto minutes = static_cast<long long>(seconds / 60);
-    if (minutes < 60)
-        return std::to_string(minutes) + " min ago";
-    if (minutes < 1440)
-        return std::to_string(minutes / 60) + " h ago";
-    return std::to_string(minutes / 1440) + " d ago";
+    return state.lastResult.date ? ageText(*state.lastResult.date, now) : std::string();
 }
 
 std::string checkedText(const SiteState& state, TimePoint now) {

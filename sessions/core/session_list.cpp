@@ -12,15 +12,7 @@ std::vector<AgentSession> newestFirst(std::vector<AgentSession> sessions) {
 }
 
 std::string age(TimePoint since, TimePoint now) {
-    const double seconds = secondsBetween(since, now);
-    if (seconds < 60)
-        return "just now";
-    const auto minutes = static_cast<long long>(seconds / 60);
-    if (minutes < 60)
-        return std::to_string(minutes) + " min ago";
-    if (minutes < 1440)
-        return std::to_string(minutes / 60) + " h ago";
-    return std::to_string(minutes / 1440) + " d ago";
+    return ageText(since, now);
 }
 
 std::string line(const AgentSession& session, TimePoint now) {

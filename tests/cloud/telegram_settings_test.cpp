@@ -1,9 +1,7 @@
 #include "cloud/cloud_account.h"
 #include "cloud/telegram_settings.h"
 #include "tests/support/http_stand_in.h"
-#include "tests/support/memory_secret_store.h"
-#include "tests/support/ravo_server_process.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/signed_in_account.h"
 
 #include <QCoro/QCoroTask>
 #include <QSettings>
@@ -39,17 +37,11 @@ HttpStandIn::Answer botAPI(const HttpStandIn::Request& request) {
     return {200, R"({"ok": true, "result": {"message_id": 1}})"};
 }
 
-class TelegramSettingsTest : public ::testing::Test {
+class TelegramSettingsTest : public ::testing::Test, protected testing::SignedInAccount {
 protected:
     void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(
-            server.start({"--checker", "off", "--telegram-api", telegram.origin()}));
-        settings.setValue(CloudAccount::kServerKey, server.origin());
+        ASSERT_NO_FATAL_FAILURE(signIn({"--checker", "off", "--telegram-api", telegram.origin()}));
         settings.setValue(TelegramSettings::kBotAPIKey, telegram.origin());
-        account = std::make_unique<CloudAccount>(settings, secrets, transport);
-        QCoro::waitFor(account->signIn(testing::RavoServerProcess::kEmail,
-                                       testing::RavoServerProcess::kPassword));
-        ASSERT_TRUE(account->isSignedIn()) << account->error().value_or("");
         alerts = std::make_unique<TelegramSettings>(*account, settings, secrets, transport);
     }
 
@@ -58,16 +50,7 @@ protected:
         return alerts->status().value_or(TelegramSettings::Status{"none", true});
     }
 
-    testing::TemporaryFolder folder;
     HttpStandIn telegram{botAPI};
-    testing::RavoServerProcess server{folder.path()};
-    QSettings settings{QString::fromStdString((folder / "ravo.conf").string()),
-                       QSettings::IniFormat};
-    std::shared_ptr<testing::MemorySecretStore> secrets =
-        std::make_shared<testing::MemorySecretStore>();
-    std::shared_ptr<common::NetworkTransport> transport =
-        std::make_shared<common::NetworkTransport>();
-    std::unique_ptr<CloudAccount> account;
     std::unique_ptr<TelegramSettings> alerts;
 };
 

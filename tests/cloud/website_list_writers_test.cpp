@@ -2,9 +2,7 @@
 #include "cloud/site_list_edit.h"
 #include "cloud/site_list_settings.h"
 #include "cloud/website_monitor.h"
-#include "tests/support/memory_secret_store.h"
-#include "tests/support/ravo_server_process.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/signed_in_account.h"
 
 #include <QCoro/QCoroTask>
 #include <QSettings>
@@ -34,16 +32,11 @@ std::vector<wire::CloudSite> listed(const CloudResult<std::vector<wire::CloudSit
 
 // This computer's monitor and a second device of the same account, both on the real
 // ravo-server: each writes its own change to the list as the server has it.
-class SiteListWritersTest : public ::testing::Test {
+class SiteListWritersTest : public ::testing::Test, protected testing::SignedInAccount {
 protected:
     void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(server.start({"--checker", "off"}));
-        settings.setValue(CloudAccount::kServerKey, server.origin());
+        ASSERT_NO_FATAL_FAILURE(signIn({"--checker", "off"}));
         settings.setValue(SiteListSettings::kIntervalKey, 3);
-        account = std::make_unique<CloudAccount>(settings, secrets, transport);
-        QCoro::waitFor(account->signIn(testing::RavoServerProcess::kEmail,
-                                       testing::RavoServerProcess::kPassword));
-        ASSERT_TRUE(account->isSignedIn()) << account->error().value_or("");
         other = std::make_unique<CloudClient>(*CloudClient::baseURLFor(server.origin()), transport,
                                               [this] { return std::optional(otherToken); });
         const auto login = QCoro::waitFor(
@@ -61,15 +54,6 @@ protected:
     }
     std::vector<wire::CloudSite> onServer() { return listed(QCoro::waitFor(other->sites())); }
 
-    testing::TemporaryFolder folder;
-    testing::RavoServerProcess server{folder.path()};
-    QSettings settings{QString::fromStdString((folder / "ravo.conf").string()),
-                       QSettings::IniFormat};
-    std::shared_ptr<testing::MemorySecretStore> secrets =
-        std::make_shared<testing::MemorySecretStore>();
-    std::shared_ptr<common::NetworkTransport> transport =
-        std::make_shared<common::NetworkTransport>();
-    std::unique_ptr<CloudAccount> account;
     std::string otherToken;
     std::unique_ptr<CloudClient> other; // the second computer
 };
