@@ -15,20 +15,27 @@ trap 'echo "FAIL: line $LINENO: $BASH_COMMAND" >&2' ERR
 screen() { term capture-pane -p -t dash; }
 shows() { screen | grep -qF -- "$1"; }
 runs=0
-start() { # TERM
+start() { # TERM [columns rows]
     term kill-server 2>/dev/null || true
     runs=$((runs + 1))
     socket=ravo-any-$$-$runs
-    term -f /dev/null new-session -d -s dash -x 100 -y 40 \
+    term -f /dev/null new-session -d -s dash -x "${2:-100}" -y "${3:-40}" \
         "env -u DISPLAY -u WAYLAND_DISPLAY HOME=$HOME TERM=$1 $bin/ravo; echo exited \$?; sleep 30"
 }
 
-for kind in dumb no-such-terminal; do
-    start "$kind"
+for kind in "dumb 200 60" "no-such-terminal 80 24"; do
+    start $kind
+    kind=${kind%% *}
     wait_until 20 shows "Press q to quit." || fail "TERM=$kind: nothing drawn: $(screen)"
+    # A whole frame on the screen: the processes only where the rows allow.
     for text in Processor Memory "AI limits" "Agent sessions"; do
         shows "$text" || fail "TERM=$kind: no '$text': $(screen)"
     done
+    if [ "$kind" = dumb ]; then
+        wait_until 10 shows "Largest processes" || fail "TERM=dumb at 200x60: no processes: $(screen)"
+    else
+        ! shows "Largest processes" || fail "TERM=$kind at 80x24: processes push the frame off: $(screen)"
+    fi
     # New figures come as new frames, each below the last: count them in the scrollback.
     frames() { term capture-pane -p -S - -t dash | grep -c "^Ravo " || true; }
     more_frames() { [ "$(frames)" -ge 2 ]; }
@@ -41,8 +48,8 @@ for kind in dumb no-such-terminal; do
     wait_until 10 shows "exited 0" || fail "TERM=$kind: q did not quit: $(screen)"
 done
 
-# A terminal ncurses knows still gets the full screen.
-start xterm-256color
+# A terminal ncurses knows still gets the full screen, at 80x24 too.
+start xterm-256color 80 24
 wait_until 20 shows "q quit" || fail "xterm-256color: no full-screen dashboard: $(screen)"
 [ "$(screen | head -n 1 | cut -c1-6)" = " Ravo " ] || fail "xterm-256color: $(screen | head -n 1)"
 term send-keys -t dash q

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
+#include <limits>
 
 namespace ravo::ui {
 namespace {
@@ -123,6 +125,37 @@ TEST(DashboardText, PipedFramesListTheProcessesButNotWhilePaused) {
     EXPECT_EQ(text.find("Busiest"), std::string::npos) << "an empty list has no heading";
     frame.paused = "Paused until Ravo is updated to 0.9";
     EXPECT_EQ(renderDashboard(frame, {}).find("cc1plus"), std::string::npos);
+}
+
+TEST(DashboardText, ATerminalTooLowForTheProcessesGetsTheFrameWithoutThem) {
+    DashboardFrame frame;
+    SystemReading reading;
+    TopProcesses processes;
+    for (int i = 0; i < 5; ++i) {
+        processes.byCpu.push_back({"busy-" + std::to_string(i), 10 + i, 50.0, 1 << 20});
+        processes.byMemory.push_back({"large-" + std::to_string(i), 20 + i, 1.0, 1 << 30});
+    }
+    reading.processes = processes;
+    frame.reading = reading;
+    frame.metrics = {SystemMetric::cpu, SystemMetric::memory, SystemMetric::disk};
+    frame.color = false;
+    frame.width = 80;
+    // Exactly the rows of the whole frame, or one short of them.
+    frame.height = std::numeric_limits<int>::max();
+    const auto whole = renderDashboard(frame, {});
+    const int rows = static_cast<int>(std::count(whole.begin(), whole.end(), '\n'));
+    ASSERT_NE(whole.find("large-4"), std::string::npos) << whole;
+    frame.height = rows;
+    EXPECT_EQ(renderDashboard(frame, {}), whole);
+    frame.height = rows - 1;
+    const auto low = renderDashboard(frame, {});
+    EXPECT_EQ(low.find("busy-0"), std::string::npos) << low;
+    EXPECT_NE(low.find("Processor"), std::string::npos) << low;
+    EXPECT_NE(low.find("Agent sessions"), std::string::npos) << low;
+    frame.height = rows;
+    // Lines wider than the terminal wrap and take more rows.
+    frame.width = 20;
+    EXPECT_EQ(renderDashboard(frame, {}).find("large-4"), std::string::npos);
 }
 
 TEST(DashboardText, PipedFramesShowSwapAsMemory) {

@@ -37,6 +37,21 @@ int columns(const std::string& text) {
         std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+// Rows `text` takes on a terminal `width` columns wide, long lines wrapped.
+int rowsOn(const std::string& text, int width) {
+    int rows = 0;
+    std::size_t start = 0;
+    while (start < text.size()) {
+        std::size_t end = text.find('\n', start);
+        if (end == std::string::npos)
+            end = text.size();
+        const int length = columns(text.substr(start, end - start));
+        rows += width > 0 ? std::max(1, (length + width - 1) / width) : 1;
+        start = end + 1;
+    }
+    return rows;
+}
+
 std::string padded(const std::string& text, int width) {
     const int missing = width - columns(text);
     return missing > 0 ? text + std::string(static_cast<std::size_t>(missing), ' ') : text + " ";
@@ -116,17 +131,20 @@ std::string renderDashboard(const DashboardFrame& frame, const FormatLocale& loc
         if (!summary.detail.empty())
             text += std::string(kTextNameWidth, ' ') + summary.detail + "\n";
     }
+    std::string processes;
     if (frame.reading && frame.reading->processes && !frame.paused) {
         const auto table = processTableLines(*frame.reading->processes, locale);
-        text += table.empty() ? "" : "\n";
+        processes += table.empty() ? "" : "\n";
         for (const auto& line : table)
-            text += line + "\n";
+            processes += line + "\n";
     }
-    text += limitsText(frame, bold, reset);
-    text += sessionsText(frame, bold, reset);
+    std::string rest = limitsText(frame, bold, reset) + sessionsText(frame, bold, reset);
     if (frame.keyHints)
-        text += "\nPress q to quit.\n";
-    return text;
+        rest += "\nPress q to quit.\n";
+    // A frame taller than the terminal would lose its top off the screen.
+    if (rowsOn(text + processes + rest, frame.width) <= frame.height)
+        text += processes;
+    return text + rest;
 }
 
 } // namespace ravo::ui

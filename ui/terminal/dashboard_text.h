@@ -29,7 +29,7 @@ struct DashboardFrame {
     std::vector<sessions::AgentSession> sessions; // newest first
     TimePoint now;
     int width = 80;
-    int height = 24;
+    int height = 24; // the plain frames leave out the processes rather than grow past it
     bool color = true;
     // Only someone at a terminal can press the keys the hints name.
     bool keyHints = true;

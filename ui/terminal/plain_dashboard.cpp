@@ -6,6 +6,8 @@
 #include "ui/terminal/terminal_session.h"
 #include "usage/usage_coordinator.h"
 
+#include <limits>
+
 namespace ravo::ui {
 
 PlainDashboard::PlainDashboard(const Coordinators& coordinators, TerminalSession* terminal,
@@ -32,6 +34,7 @@ void PlainDashboard::redraw() {
                                                           coordinators_.sessions->tracksSessions(),
                                                           coordinators_.sessions->sessions()});
     frame.width = terminal_->width();
+    frame.height = terminal_->height().value_or(std::numeric_limits<int>::max());
     frame.color = false;
     frame.keyHints = terminal_->isInteractive();
     terminal_->draw(renderDashboard(frame, locale_));

@@ -75,6 +75,15 @@ int TerminalSession::width() const {
     return 100;
 }
 
+std::optional<int> TerminalSession::height() const {
+    winsize size{};
+    if (!outputIsTerminal_)
+        return std::nullopt;
+    if (::ioctl(output_, TIOCGWINSZ, &size) == 0 && size.ws_row > 0)
+        return size.ws_row;
+    return 24;
+}
+
 void TerminalSession::draw(const std::string& frame) {
     if (outputClosed_)
         return;

@@ -2,6 +2,8 @@
 
 #include <QObject>
 
+#include <optional>
+
 #include <termios.h>
 
 class QSocketNotifier;
@@ -24,6 +26,8 @@ public:
     // Someone reads the frames at a terminal, where keys can be pressed.
     bool isInteractive() const { return outputIsTerminal_; }
     int width() const;
+    // Rows of the terminal; none for output that is not one, where frames may run long.
+    std::optional<int> height() const;
     void draw(const std::string& frame);
 
 signals:
