@@ -81,6 +81,8 @@ std::string connectionText(const StatusReport& report) {
         text += "  " + network->displayName.value_or("Network") + " " + *network->bsdName;
         if (network->localIPv4)
             text += "  " + *network->localIPv4;
+        if (network->localIPv6)
+            text += "  " + *network->localIPv6;
         if (network->macAddress)
             text += "  " + *network->macAddress;
         if (network->wifiRSSI)

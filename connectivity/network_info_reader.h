@@ -17,5 +17,7 @@ struct Roots {
 
 NetworkInterfaceInfo read(const Roots& roots = {});
 std::optional<std::string> ipv4Address(const std::string& interfaceName);
+// See preferredIPv6.
+std::optional<std::string> ipv6Address(const std::string& interfaceName);
 
 } // namespace ravo::connectivity::NetworkInfoReader

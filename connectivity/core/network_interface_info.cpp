@@ -2,6 +2,7 @@
 
 #include "base/trimmed.h"
 
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -27,11 +28,28 @@ std::string_view nextField(std::string_view line, std::size_t& at) {
 } // namespace
 
 nlohmann::json toJson(const NetworkInterfaceInfo& info) {
-    return {{"interface", orNull(info.bsdName)},
-            {"displayName", orNull(info.displayName)},
-            {"macAddress", orNull(info.macAddress)},
-            {"ipv4", orNull(info.localIPv4)},
-            {"wifiRSSI", orNull(info.wifiRSSI)}};
+    return {{"interface", orNull(info.bsdName)},     {"displayName", orNull(info.displayName)},
+            {"macAddress", orNull(info.macAddress)}, {"ipv4", orNull(info.localIPv4)},
+            {"ipv6", orNull(info.localIPv6)},        {"wifiRSSI", orNull(info.wifiRSSI)}};
+}
+
+std::optional<std::string> preferredIPv6(const std::vector<std::string>& addresses) {
+    std::optional<std::string> uniqueLocal;
+    for (std::string address : addresses) {
+        for (char& c : address)
+            c = char(std::tolower(static_cast<unsigned char>(c)));
+        const bool linkLocal = address.size() > 3 && address[0] == 'f' && address[1] == 'e' &&
+                               std::string_view("89ab").find(address[2]) != std::string_view::npos;
+        if (address.empty() || address == "::1" || linkLocal || address.find(':') == address.npos)
+            continue;
+        if (address.starts_with("fc") || address.starts_with("fd")) {
+            if (!uniqueLocal)
+                uniqueLocal = address;
+            continue;
+        }
+        return address;
+    }
+    return uniqueLocal;
 }
 
 std::optional<int> wirelessSignalDbm(std::string_view text, std::string_view interface) {

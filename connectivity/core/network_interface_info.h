@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ravo::connectivity {
 
@@ -13,11 +14,16 @@ struct NetworkInterfaceInfo {
     std::optional<std::string> displayName;
     std::optional<std::string> macAddress;
     std::optional<std::string> localIPv4;
-    std::optional<int> wifiRSSI; // dBm
+    std::optional<int> wifiRSSI;          // dBm
+    std::optional<std::string> localIPv6; // one that reaches beyond the link
     bool operator==(const NetworkInterfaceInfo&) const = default;
 };
 
 nlohmann::json toJson(const NetworkInterfaceInfo& info);
+
+// Of an interface's IPv6 addresses in numeric form, the one to show: a global one, else a
+// unique local one; never the loopback or a link-local one, which reach no further.
+std::optional<std::string> preferredIPv6(const std::vector<std::string>& addresses);
 
 // The signal level of `interface` from /proc/net/wireless, in dBm. A level of 0 means the
 // card is not associated and gives nothing.

@@ -131,7 +131,7 @@ TEST(StatusConnection, ReportsTheVerdictFiguresAndInterfaceWithoutNonFiniteNumbe
         ConnectionReport{connectivity::Degraded{312.4, 20.2},
                          connectivity::LatencySummary{312.4, 20.2}, "1.1.1.1:443"};
     withConnection.network = connectivity::NetworkInterfaceInfo{
-        "wlp2s0", "Wi-Fi", "3c:22:fb:01:02:03", "192.168.1.20", -61};
+        "wlp2s0", "Wi-Fi", "3c:22:fb:01:02:03", "192.168.1.20", -61, std::nullopt};
     const auto j = statusJson(withConnection);
     EXPECT_EQ(j["connection"]["state"], "degraded");
     EXPECT_EQ(j["connection"]["latencyMs"], 312.4);
@@ -144,6 +144,13 @@ TEST(StatusConnection, ReportsTheVerdictFiguresAndInterfaceWithoutNonFiniteNumbe
     EXPECT_NE(text.find("Wi-Fi wlp2s0  192.168.1.20  3c:22:fb:01:02:03  -61 dBm"),
               std::string::npos)
         << text;
+    // An IPv6 address beside the IPv4 one, when the interface has one.
+    withConnection.network->localIPv6 = "2001:db8::20";
+    EXPECT_EQ(statusJson(withConnection)["network"]["ipv6"], "2001:db8::20");
+    EXPECT_NE(statusText(withConnection, {})
+                  .find("Wi-Fi wlp2s0  192.168.1.20  2001:db8::20  3c:22:fb:01:02:03  -61 dBm"),
+              std::string::npos)
+        << statusText(withConnection, {});
 
     withConnection.connection = ConnectionReport{
         connectivity::Offline{true},

@@ -110,6 +110,8 @@ void ConnectionSection::readInterface() {
                                 : name);
     if (info.localIPv4)
         addFactRow(interface_, "IPv4 address", QString::fromStdString(*info.localIPv4));
+    if (info.localIPv6)
+        addFactRow(interface_, "IPv6 address", QString::fromStdString(*info.localIPv6));
     if (info.macAddress)
         addFactRow(interface_, "Hardware address", QString::fromStdString(*info.macAddress));
     if (info.wifiRSSI)

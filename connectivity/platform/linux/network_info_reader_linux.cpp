@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <net/if_arp.h>
 #include <netdb.h>
@@ -72,6 +73,7 @@ NetworkInterfaceInfo read(const Roots& roots) {
             info.macAddress = address;
     }
     info.localIPv4 = ipv4Address(*info.bsdName);
+    info.localIPv6 = ipv6Address(*info.bsdName);
     if (const auto wireless = readFile(roots.proc / "net" / "wireless", kSmallFile))
         info.wifiRSSI = wirelessSignalDbm(*wireless, *info.bsdName);
     return info;
@@ -93,6 +95,24 @@ std::optional<std::string> ipv4Address(const std::string& interfaceName) {
     }
     ::freeifaddrs(list);
     return found;
+}
+
+std::optional<std::string> ipv6Address(const std::string& interfaceName) {
+    ifaddrs* list = nullptr;
+    if (::getifaddrs(&list) != 0 || !list)
+        return std::nullopt;
+    std::vector<std::string> addresses;
+    for (const ifaddrs* entry = list; entry; entry = entry->ifa_next) {
+        if (!entry->ifa_addr || entry->ifa_addr->sa_family != AF_INET6 || !entry->ifa_name ||
+            interfaceName != entry->ifa_name)
+            continue;
+        char host[INET6_ADDRSTRLEN];
+        const auto* address = reinterpret_cast<const sockaddr_in6*>(entry->ifa_addr);
+        if (::inet_ntop(AF_INET6, &address->sin6_addr, host, sizeof host))
+            addresses.emplace_back(host);
+    }
+    ::freeifaddrs(list);
+    return preferredIPv6(addresses);
 }
 
 } // namespace ravo::connectivity::NetworkInfoReader

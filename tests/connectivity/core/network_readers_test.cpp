@@ -6,6 +6,7 @@
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -179,6 +180,21 @@ TEST_F(NetworkInfoReaderTest, AWiredInterfaceHasNoSignal) {
 TEST(NetworkInfoReader, FindsTheIPv4AddressOfARealInterface) {
     EXPECT_EQ(NetworkInfoReader::ipv4Address("lo"), "127.0.0.1");
     EXPECT_EQ(NetworkInfoReader::ipv4Address("no-such-interface"), std::nullopt);
+    // The loopback's ::1 reaches nowhere beyond this machine.
+    EXPECT_EQ(NetworkInfoReader::ipv6Address("lo"), std::nullopt);
+    EXPECT_EQ(NetworkInfoReader::ipv6Address("no-such-interface"), std::nullopt);
+}
+
+TEST(NetworkInfo, ShowsAnIPv6AddressThatReachesBeyondTheLink) {
+    EXPECT_EQ(preferredIPv6({"fe80::1", "fd00::5", "2001:db8::7"}), "2001:db8::7");
+    EXPECT_EQ(preferredIPv6({"FE80::1", "fd12::5", "fc00::9"}), "fd12::5");
+    EXPECT_EQ(preferredIPv6({"::1", "fe80::1", "feb0::2", ""}), std::nullopt);
+    EXPECT_EQ(preferredIPv6({}), std::nullopt);
+    EXPECT_EQ(preferredIPv6({"2001:DB8::A"}), "2001:db8::a");
+    NetworkInterfaceInfo info;
+    info.localIPv6 = "2001:db8::7";
+    EXPECT_EQ(toJson(info)["ipv6"], "2001:db8::7");
+    EXPECT_TRUE(toJson(NetworkInterfaceInfo{})["ipv6"].is_null());
 }
 
 } // namespace
