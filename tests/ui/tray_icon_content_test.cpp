@@ -1,3 +1,4 @@
+#include "connectivity/core/connection_text.h"
 #include "ui/tray/panel_tone.h"
 #include "ui/tray/tray_icon_content.h"
 #include "ui/tray/tray_icon_painter.h"
@@ -95,11 +96,18 @@ TEST(TrayIconContents, TheCombinedItemShowsTheFullestGaugeOrLimit) {
     auto content = TrayIconContent::combined(reading, shown, 0.5);
     EXPECT_EQ(content.first, "80");
     EXPECT_EQ(content.level, MetricLevel::warning);
-    EXPECT_EQ(content.label, "RAVO");
+    // The label says which figure it is.
+    EXPECT_EQ(content.label, "MEM");
     // A limit fuller than any gauge wins; a hidden metric does not count.
-    EXPECT_EQ(TrayIconContent::combined(reading, shown, 0.97).first, "97");
-    EXPECT_EQ(TrayIconContent::combined(reading, {SystemMetric::cpu}, std::nullopt).first, "30");
-    EXPECT_EQ(TrayIconContent::combined({}, shown, std::nullopt).first, "—");
+    const auto limit = TrayIconContent::combined(reading, shown, 0.97);
+    EXPECT_EQ(limit.first, "97");
+    EXPECT_EQ(limit.label, "AI");
+    const auto cpu = TrayIconContent::combined(reading, {SystemMetric::cpu}, std::nullopt);
+    EXPECT_EQ(cpu.first, "30");
+    EXPECT_EQ(cpu.label, "CPU");
+    const auto nothing = TrayIconContent::combined({}, shown, std::nullopt);
+    EXPECT_EQ(nothing.first, "—");
+    EXPECT_EQ(nothing.label, "RAVO");
 }
 
 TEST(TrayIconPictures, UsageMarkIsDrawnOnlyWhenAttentionIsNeeded) {
@@ -138,12 +146,44 @@ TEST(TrayIconPictures, ItemsWithTheSameFigureCanStillBeToldApart) {
     for (std::size_t i = 0; i < pictures.size(); ++i)
         for (std::size_t j = i + 1; j < pictures.size(); ++j)
             EXPECT_NE(pictures[i], pictures[j]) << i << " and " << j;
-    // The network's arrows say what it is; offline, "off" gets its name back.
-    EXPECT_TRUE(TrayIconContent::forMetric(reading, SystemMetric::network).label.empty());
+    // The network's item is named too, with its rates and when it is off.
+    reading.network = NetworkUsage{1234, 999.4, std::nullopt, std::nullopt};
+    EXPECT_EQ(TrayIconContent::forMetric(reading, SystemMetric::network).label, "NET");
     EXPECT_EQ(TrayIconContent::forMetric(reading, SystemMetric::network,
                                          connectivity::ConnectionState{connectivity::Offline{}})
                   .label,
               "NET");
+    // Both rate lines are drawn under the label: a rate change changes the picture.
+    const auto rates = [](const char* second) {
+        return TrayIconPainter::text("NET", "↓1.2K", second, std::nullopt).pixmap(64, 64).toImage();
+    };
+    EXPECT_NE(rates("↑999B"), rates("↑5.0M"));
+}
+
+// What the network's icon signals and what its tooltip says, for every state the connection
+// can be in, with and without figures: the two agree.
+TEST(TrayIconContents, TheNetworkIconAndItsTooltipTellTheSameState) {
+    using namespace connectivity;
+    const std::optional<ConnectionState> states[] = {std::nullopt, Online{}, Degraded{300, 5},
+                                                     Offline{true}, Offline{false}};
+    SystemReading withRates;
+    withRates.network = NetworkUsage{1234, 999.4, std::nullopt, std::nullopt};
+    for (const SystemReading& reading : {withRates, SystemReading{}})
+        for (const auto& state : states) {
+            const auto view = MetricItemView::of(reading, SystemMetric::network, state);
+            const std::string said = state ? headline(state) : std::string();
+            SCOPED_TRACE(said + (reading.network ? " with rates" : " without"));
+            const bool saysOffline = view.tooltip.find("offline") != std::string::npos;
+            const bool saysNoInternet = view.tooltip.find("No internet") != std::string::npos;
+            const bool saysPoor = view.tooltip.find("Poor connection") != std::string::npos;
+            EXPECT_EQ(view.icon.level == MetricLevel::critical, saysOffline || saysNoInternet);
+            EXPECT_EQ(view.icon.level == MetricLevel::warning, saysPoor);
+            EXPECT_EQ(view.icon.first == "off", saysOffline);
+            EXPECT_EQ(view.icon, TrayIconContent::forMetric(reading, SystemMetric::network, state));
+            if (state) {
+                EXPECT_NE(view.tooltip.find(said), std::string::npos) << view.tooltip;
+            }
+        }
 }
 
 TEST(TrayIconPictures, TheInkFollowsThePanelWhereTheDesktopTellsIt) {

@@ -98,11 +98,11 @@ void SystemTrayItems::redraw() {
     const auto connection =
         connection_.watchdog && !paused ? connection_.watchdog->state() : std::nullopt;
     for (auto& item : items_) {
-        const auto content = TrayIconContent::forMetric(reading, item->metric, connection);
-        item->icon->setToolTip(
-            paused ? QString::fromStdString(monitor_->suspendedReason()) + " (Settings → General)"
-                   : QString::fromStdString(
-                         TrayIconContent::tooltip(reading, item->metric, connection)));
+        const auto view = MetricItemView::of(reading, item->metric, connection);
+        const TrayIconContent& content = view.icon;
+        item->icon->setToolTip(paused ? QString::fromStdString(monitor_->suspendedReason()) +
+                                            " (Settings → General)"
+                                      : QString::fromStdString(view.tooltip));
         if (item->drawn == content)
             continue; // the same picture: trays repaint on every setIcon
         item->drawn = content;

@@ -47,10 +47,9 @@ TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
                            const std::optional<connectivity::ConnectionState>& connection) {
     TrayIconContent content;
     if (metric == SystemMetric::network) {
-        // The arrows say what it is; "off" alone would not.
         content.isGauge = false;
+        content.label = trayLabel(metric);
         if (connection && *connection == connectivity::ConnectionState{connectivity::Offline{}}) {
-            content.label = trayLabel(metric);
             content.first = "off";
             content.level = MetricLevel::critical;
             return content;
@@ -90,12 +89,14 @@ TrayIconContent TrayIconContent::combined(const SystemReading& reading,
                                           const std::vector<SystemMetric>& metrics,
                                           std::optional<double> aiPeak) {
     std::optional<double> fullest = aiPeak;
+    TrayIconContent content;
+    content.label = aiPeak ? "AI" : "RAVO";
     for (SystemMetric metric : metrics)
         if (const auto fraction = reading.fraction(metric);
-            fraction && (!fullest || *fraction > *fullest))
+            fraction && (!fullest || *fraction > *fullest)) {
             fullest = fraction;
-    TrayIconContent content;
-    content.label = "RAVO";
+            content.label = trayLabel(metric);
+        }
     if (fullest) {
         content.fraction = std::round(*fullest * 100) / 100;
         content.level = levelFor(*fullest);
@@ -104,6 +105,12 @@ TrayIconContent TrayIconContent::combined(const SystemReading& reading,
         content.first = "—";
     }
     return content;
+}
+
+MetricItemView MetricItemView::of(const SystemReading& reading, SystemMetric metric,
+                                  const std::optional<connectivity::ConnectionState>& connection) {
+    return {TrayIconContent::forMetric(reading, metric, connection),
+            TrayIconContent::tooltip(reading, metric, connection)};
 }
 
 std::string

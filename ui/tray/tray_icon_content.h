@@ -14,7 +14,7 @@ namespace ravo::ui {
 // the icon is redrawn only when this changes.
 struct TrayIconContent {
     bool isGauge = true;
-    std::string label;              // what the item is: "CPU", "MEM"; none where the arrows say it
+    std::string label;              // what the figure is: "CPU", "MEM", "NET", "AI"
     std::optional<double> fraction; // rounded to whole percent, so noise does not redraw
     std::optional<metrics::MetricLevel> level;
     std::string first;
@@ -26,13 +26,25 @@ struct TrayIconContent {
     static TrayIconContent
     forMetric(const metrics::SystemReading& reading, metrics::SystemMetric metric,
               const std::optional<connectivity::ConnectionState>& connection = {});
-    // The one item of a crowded panel: the fullest gauge among `metrics` and the AI limits.
+    // The one item of a crowded panel: the fullest gauge among `metrics` and the AI limits,
+    // labelled with whichever that is.
     static TrayIconContent combined(const metrics::SystemReading& reading,
                                     const std::vector<metrics::SystemMetric>& metrics,
                                     std::optional<double> aiPeak);
     // The tooltip: "Processor: 42%".
     static std::string tooltip(const metrics::SystemReading& reading, metrics::SystemMetric metric,
                                const std::optional<connectivity::ConnectionState>& connection = {});
+};
+
+// A metric item as a whole: its icon and its tooltip, made together from one reading and one
+// connection state, so the picture and the words cannot tell different stories.
+struct MetricItemView {
+    TrayIconContent icon;
+    std::string tooltip;
+    bool operator==(const MetricItemView&) const = default;
+
+    static MetricItemView of(const metrics::SystemReading& reading, metrics::SystemMetric metric,
+                             const std::optional<connectivity::ConnectionState>& connection = {});
 };
 
 } // namespace ravo::ui

@@ -120,7 +120,12 @@ QIcon text(const QString& label, const QString& first, const QString& second,
            std::optional<metrics::MetricLevel> level) {
     Canvas canvas;
     const QColor color = level ? levelColor(level) : ink();
-    if (!label.isEmpty()) {
+    if (!label.isEmpty() && !second.isEmpty()) {
+        // Two short lines under the label: the rates, smaller than a figure alone.
+        drawLabel(canvas.painter, label);
+        drawCentered(canvas.painter, first, QRect(1, 19, kSize - 2, 22), color, 24);
+        drawCentered(canvas.painter, second, QRect(1, 41, kSize - 2, 22), color, 24);
+    } else if (!label.isEmpty()) {
         drawLabel(canvas.painter, label);
         drawCentered(canvas.painter, first, kFigure.adjusted(0, 0, 0, 8), color, 34);
     } else if (second.isEmpty()) {
