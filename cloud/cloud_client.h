@@ -79,6 +79,9 @@ public:
     QCoro::Task<CloudResult<std::vector<wire::CloudSite>>>
     syncSites(std::vector<wire::CloudSite> sites) const;
     QCoro::Task<CloudResult<TaggedSites>> taggedSites() const;
+    // Nothing while the list is still the version `tag` names: the server answers 304.
+    QCoro::Task<CloudResult<std::optional<TaggedSites>>>
+    taggedSitesIfChanged(std::string tag) const;
     // A 412 `rejected` when the list moved since `tag` was read.
     QCoro::Task<CloudResult<TaggedSites>> syncSites(std::vector<wire::CloudSite> sites,
                                                     std::string tag) const;
@@ -86,22 +89,19 @@ public:
 
 private:
     struct Answer {
-    // Nothing while the list is still the version `tag` names: the server answers 304.
-    QCoro::Task<CloudResult<std::optional<TaggedSites>>>
-    taggedSitesIfChanged(std::string tag) const;
         nlohmann::json body;
         std::string tag;
+        bool unchanged = false; // 304 to an If-None-Match
     };
+    // A precondition header and its tag, or none.
+    using Condition = std::pair<QByteArray, std::string>;
     QCoro::Task<CloudResult<Answer>> exchange(QByteArray method, QString path,
                                               std::optional<nlohmann::json> body,
                                               bool authenticated, Condition condition) const;
 
     QUrl baseURL_;
     std::shared_ptr<common::HttpTransport> transport_;
-        bool unchanged = false; // 304 to an If-None-Match
     TokenSource token_;
-    // A precondition header and its tag, or none.
-    using Condition = std::pair<QByteArray, std::string>;
 };
 
 } // namespace ravo::cloud
