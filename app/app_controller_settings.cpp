@@ -8,6 +8,7 @@
 #include "common/settings_values.h"
 #include "connectivity/connection_watchdog.h"
 #include "metrics/core/metric_settings.h"
+#include "metrics/core/sampling_settings.h"
 #include "metrics/system_monitor.h"
 #include "sessions/session_tracker.h"
 #include "sync/settings_sync.h"
@@ -63,6 +64,18 @@ void AppController::reloadSetting(const std::string& key) {
             common::readStringList(*defaults_, metrics::MetricSettings::kOrderKey)));
         monitor->setEnabledMetrics(metrics::MetricSettings::enabledMetrics(
             common::readStringList(*defaults_, metrics::MetricSettings::kEnabledKey)));
+    } else if (auto* sampled = services_.systemMonitor;
+               sampled && name == metrics::SamplingSettings::kIntervalKey) {
+        sampled->setRefreshSeconds(metrics::SamplingSettings::intervalSeconds(
+            common::readText(*defaults_, metrics::SamplingSettings::kInterval)));
+    } else if (auto* chosen = services_.systemMonitor;
+               chosen && name == metrics::SamplingSettings::kInterfaceKey) {
+        chosen->setNetworkInterface(
+            common::readText(*defaults_, metrics::SamplingSettings::kInterface));
+    } else if (auto* volumeChooser = services_.systemMonitor;
+               volumeChooser && name == metrics::SamplingSettings::kVolumeKey) {
+        volumeChooser->setDiskVolume(
+            common::readText(*defaults_, metrics::SamplingSettings::kVolume));
     } else if (name == cloud::AlertNotifier::kEnabledKey && alertNotifier_) {
         alertNotifier_->setDesktopEnabled(
             common::readFlag(*defaults_, cloud::AlertNotifier::kDesktop));

@@ -9,6 +9,7 @@
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
 #include "metrics/core/metric_settings.h"
+#include "metrics/core/sampling_settings.h"
 #include "sessions/core/session_tracking.h"
 #include "sync/settings_sync.h"
 #include "ui/dashboard_window.h"
@@ -66,6 +67,9 @@ const std::vector<const Setting*>& SettingKeys::all() {
     static const std::vector<const Setting*> settings = {
         &metrics::MetricSettings::kOrder,
         &metrics::MetricSettings::kEnabled,
+        &metrics::SamplingSettings::kInterval,
+        &metrics::SamplingSettings::kInterface,
+        &metrics::SamplingSettings::kVolume,
         &ui::TrayPanel::kCombined,
         &cloud::AlertNotifier::kDesktop,
         &cloud::SiteListSettings::kInterval,

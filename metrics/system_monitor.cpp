@@ -7,6 +7,7 @@
 #include "metrics/core/counter_math.h"
 #include "metrics/core/metric_settings.h"
 #include "metrics/core/metric_source.h"
+#include "metrics/core/sampling_settings.h"
 
 #include <QSettings>
 
@@ -30,8 +31,9 @@ template <typename T> std::vector<T> toVector(const std::deque<T>& list) {
 } // namespace
 
 SystemMonitor::SystemMonitor(QSettings* defaults, Services services, QObject* parent)
-    : QObject(parent), defaults_(defaults), services_(std::move(services)),
-      loop_(new QTimer(this)) {
+    : QObject(parent), defaults_(defaults), services_(std::move(services)), loop_(new QTimer(this)),
+      refreshSeconds_(SamplingSettings::intervalSeconds(
+          common::readText(*defaults_, SamplingSettings::kInterval))) {
     const auto storedMetrics = common::readStringList(*defaults_, MetricSettings::kEnabledKey);
     userChoseMetrics_ = storedMetrics.has_value();
     enabledMetrics_ = MetricSettings::enabledMetrics(storedMetrics);
@@ -39,8 +41,11 @@ SystemMonitor::SystemMonitor(QSettings* defaults, Services services, QObject* pa
         MetricSettings::metricOrder(common::readStringList(*defaults_, MetricSettings::kOrderKey));
     // Half a second of slack lets the system bundle wake-ups; Qt's coarse timers take 5%.
     loop_->setTimerType(Qt::CoarseTimer);
-    loop_->setInterval(kIntervalMs);
+    loop_->setInterval(refreshSeconds_ * 1000);
     connect(loop_, &QTimer::timeout, this, &SystemMonitor::tick);
+    sourceChoice_ = {common::readText(*defaults_, SamplingSettings::kInterface),
+                     common::readText(*defaults_, SamplingSettings::kVolume)};
+    services_.sampler->setChoice(sourceChoice_);
 }
 
 SystemMonitor::~SystemMonitor() = default;
@@ -77,6 +82,45 @@ void SystemMonitor::stop() {
 
 bool SystemMonitor::isSampling() const {
     return loop_->isActive();
+}
+
+void SystemMonitor::setRefreshSeconds(int seconds) {
+    seconds = std::clamp(seconds, SamplingSettings::kMinSeconds, SamplingSettings::kMaxSeconds);
+    if (seconds == refreshSeconds_)
+        return;
+    refreshSeconds_ = seconds;
+    defaults_->setValue(common::keyOf(SamplingSettings::kInterval), QString::number(seconds));
+    // A running timer restarts with the new interval: the next sample comes a whole one later.
+    loop_->setInterval(seconds * 1000);
+    qCInfo(lcMetrics).noquote() << "Sampling every" << seconds << "s";
+    emit refreshSecondsChanged();
+}
+
+void SystemMonitor::setNetworkInterface(std::string name) {
+    defaults_->setValue(common::keyOf(SamplingSettings::kInterface), QString::fromStdString(name));
+    applySourceChoice({std::move(name), sourceChoice_.volume});
+}
+
+void SystemMonitor::setDiskVolume(std::string mountPoint) {
+    defaults_->setValue(common::keyOf(SamplingSettings::kVolume),
+                        QString::fromStdString(mountPoint));
+    applySourceChoice({sourceChoice_.interface, std::move(mountPoint)});
+}
+
+void SystemMonitor::applySourceChoice(SourceChoice choice) {
+    if (choice == sourceChoice_)
+        return;
+    sourceChoice_ = std::move(choice);
+    services_.sampler->setChoice(sourceChoice_);
+    emit sourceChoiceChanged();
+}
+
+SourceOptions SystemMonitor::sourceOptions() const {
+    return services_.sampler->options();
+}
+
+std::optional<std::string> SystemMonitor::sourceChoiceNote() const {
+    return SamplingSettings::missingChoiceNote(sourceChoice_, sourceOptions());
 }
 
 void SystemMonitor::resumeSampling() {

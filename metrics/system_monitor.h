@@ -28,8 +28,9 @@ class NetworkPathMonitor;
 
 namespace ravo::metrics {
 
-// Samples the machine every 2 s on the main thread, keeps the last minute or two of every
-// gauge and rate for the sparklines, and the user's choice and order of metrics.
+// Samples the machine every 2 s (or as often as the user chose) on the main thread, keeps the last
+// minute or two of every gauge and rate for the sparklines, and the user's choice and order of
+// metrics.
 class SystemMonitor : public QObject {
     Q_OBJECT
 public:
@@ -48,11 +49,23 @@ public:
     ~SystemMonitor() override;
 
     static constexpr int kHistoryLength = 60;
-    static constexpr int kIntervalMs = 2000;
+    static constexpr int kIntervalMs = 2000; // unless the user chose otherwise
 
     void start();
     void stop();
     bool isSampling() const;
+
+    // Seconds between samples, 1 to 10; a change takes effect at once and is stored.
+    int refreshSeconds() const { return refreshSeconds_; }
+    void setRefreshSeconds(int seconds);
+
+    // The interface and volume the network and disk figures follow; empty is automatic.
+    const SourceChoice& sourceChoice() const { return sourceChoice_; }
+    void setNetworkInterface(std::string name);
+    void setDiskVolume(std::string mountPoint);
+    // What the machine offers now, and what to say when a choice is not among it.
+    SourceOptions sourceOptions() const;
+    std::optional<std::string> sourceChoiceNote() const;
 
     void detailDidOpen(SystemMetric metric);
     void detailDidClose(SystemMetric metric);
@@ -97,6 +110,8 @@ signals:
     void isOnlineChanged(bool online);
     void isSuspendedChanged(bool suspended);
     void hardwareChanged();
+    void refreshSecondsChanged();
+    void sourceChoiceChanged();
 
 private:
     void resumeSampling();
@@ -104,6 +119,7 @@ private:
     void record(const SystemReading& reading);
     void loadHardwareOnce();
     void setOnline(bool online);
+    void applySourceChoice(SourceChoice choice);
 
     QSettings* defaults_;
     Services services_;
@@ -124,6 +140,8 @@ private:
     std::set<SystemMetric> openDetails_;
     int processLists_ = 0;
     QTimer* loop_;
+    int refreshSeconds_;
+    SourceChoice sourceChoice_;
     std::optional<std::chrono::steady_clock::time_point> lastTick_;
     bool isTicking_ = false;
     bool started_ = false;

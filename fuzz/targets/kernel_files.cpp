@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0)
         return 0;
     const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
-    switch (data[0] % 9) {
+    switch (data[0] % 10) {
     case 0:
         kernel::parseProcStat(text);
         break;
@@ -50,6 +50,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } break;
     case 8:
         kernel::parseHighestClockMHz(text);
+        break;
+    case 9:
+        for (const auto& volume : kernel::parseMounts(text))
+            FUZZ_CHECK(volume.device.starts_with("/dev/") && volume.mountPoint.starts_with('/'));
         break;
     }
     return 0;

@@ -43,12 +43,30 @@ struct ProcessCounters {
     bool operator==(const ProcessCounters&) const = default;
 };
 
+// The network interface and the volume the figures follow; empty for the automatic choice
+// (every physical interface, the start-up volume and every whole disk).
+struct SourceChoice {
+    std::string interface;
+    std::string volume; // a mount point
+    bool operator==(const SourceChoice&) const = default;
+};
+
+// What this machine offers to choose from now.
+struct SourceOptions {
+    std::vector<std::string> interfaces;
+    std::vector<std::string> volumes;
+    bool operator==(const SourceOptions&) const = default;
+};
+
 // The machine's raw counters, one read per call. Each read fails as nothing.
 class CounterSource {
 public:
     virtual ~CounterSource() = default;
     // A sample begins: anything one read served for the sample before is stale now.
     virtual void beginSample() {}
+    // A chosen interface or volume that is not there reads as the automatic choice.
+    virtual void setChoice(const SourceChoice&) {}
+    virtual SourceOptions options() { return {}; }
     virtual std::optional<std::vector<CPUTicks>> cpuTicks() = 0;
     virtual std::optional<GPUUtilization> gpu() = 0;
     virtual std::optional<MemoryUsage> memory() = 0;

@@ -72,6 +72,13 @@ SystemReading SystemSampler::sample(SampleRequest request) {
     return reading;
 }
 
+void SystemSampler::setChoice(const SourceChoice& choice) {
+    source_->setChoice(choice);
+    previousDisk_.reset();
+    previousNetwork_.reset();
+    cachedDiskSpace_.reset();
+}
+
 std::optional<CPULoad> SystemSampler::sampleCPU(TimePoint now,
                                                 const std::optional<std::vector<CPUTicks>>& ticks) {
     if (!ticks)

@@ -20,6 +20,9 @@ public:
     explicit SystemSampler(std::unique_ptr<CounterSource> source, Now now = Clock::now);
 
     SystemReading sample(SampleRequest request);
+    // Rates start again from the next sample: a new choice counts other devices.
+    void setChoice(const SourceChoice& choice);
+    SourceOptions options() { return source_->options(); }
 
     static constexpr double kBaselineLimit = 90.0;
     static constexpr double kDiskSpaceCacheSeconds = 60.0;

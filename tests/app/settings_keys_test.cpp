@@ -75,6 +75,20 @@ TEST_F(SettingKeysTest, TypedValuesAreCheckedStoredAndReadBack) {
         EXPECT_FALSE(set("websiteCheckIntervalMinutes", wrong).ok()) << wrong;
     EXPECT_EQ(get("websiteCheckIntervalMinutes"), "10");
 
+    EXPECT_EQ(get("systemRefreshSeconds"), "2");
+    ASSERT_TRUE(set("systemRefreshSeconds", " 4 ").ok());
+    EXPECT_EQ(get("systemRefreshSeconds"), "4");
+    EXPECT_FALSE(set("systemRefreshSeconds", "0.5").ok());
+    EXPECT_EQ(get("systemRefreshSeconds"), "4");
+    EXPECT_EQ(get("systemNetworkInterface"), "") << "automatic";
+    ASSERT_TRUE(set("systemNetworkInterface", "wlp2s0").ok());
+    EXPECT_FALSE(set("systemNetworkInterface", "wl p2s0").ok());
+    EXPECT_EQ(get("systemNetworkInterface"), "wlp2s0");
+    ASSERT_TRUE(set("systemDiskVolume", "/home").ok());
+    EXPECT_FALSE(set("systemDiskVolume", "home").ok());
+    ASSERT_TRUE(set("systemDiskVolume", "").ok());
+    EXPECT_EQ(get("systemDiskVolume"), "") << "back to the start-up volume";
+
     EXPECT_EQ(set("settingsSyncFolder", (home.path() / "gone").string()).error(),
               "Choose a folder that exists, inside a folder your sync client keeps.");
     ASSERT_TRUE(set("settingsSyncFolder", home.path().string()).ok());

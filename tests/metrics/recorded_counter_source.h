@@ -7,7 +7,7 @@
 namespace ravo::metrics::testing {
 
 // Counters recorded earlier, handed out one per read; each read is counted.
-struct RecordedCounterSource final : CounterSource {
+struct RecordedCounterSource : CounterSource {
     std::deque<std::vector<CPUTicks>> ticks;
     std::optional<GPUUtilization> gpuValue;
     std::optional<MemoryUsage> memoryValue;

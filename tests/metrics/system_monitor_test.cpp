@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 namespace ravo::metrics {
@@ -153,6 +154,31 @@ TEST_F(SystemMonitorTest, StartSamplesAtOnceAndResumeNeverStartsASecondLoop) {
     EXPECT_EQ(readings.count(), 1);
     monitor->stop();
     EXPECT_FALSE(monitor->isSampling());
+}
+
+TEST_F(SystemMonitorTest, TheRefreshIntervalIsReadAtStartAndChangesTheRunningLoop) {
+    settings.setValue("systemRefreshSeconds", "5");
+    auto monitor = makeMonitor();
+    auto* loop = monitor->findChild<QTimer*>();
+    ASSERT_NE(loop, nullptr);
+    EXPECT_EQ(monitor->refreshSeconds(), 5);
+    EXPECT_EQ(loop->interval(), 5000);
+    monitor->start();
+    QSignalSpy changed(monitor.get(), &SystemMonitor::refreshSecondsChanged);
+    QSignalSpy readings(monitor.get(), &SystemMonitor::readingChanged);
+    monitor->setRefreshSeconds(1);
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_TRUE(loop->isActive()) << "a change never stops the sampling";
+    EXPECT_EQ(loop->interval(), 1000);
+    EXPECT_EQ(settings.value("systemRefreshSeconds").toString(), "1");
+    EXPECT_TRUE(readings.wait(1500)) << "the next sample comes within the new interval";
+    // Out of range is held to the range; the same value again is no change.
+    monitor->setRefreshSeconds(60);
+    EXPECT_EQ(monitor->refreshSeconds(), 10);
+    monitor->setRefreshSeconds(10);
+    EXPECT_EQ(changed.count(), 2);
+    settings.setValue("systemRefreshSeconds", "nonsense");
+    EXPECT_EQ(makeMonitor()->refreshSeconds(), 2);
 }
 
 TEST_F(SystemMonitorTest, SamplingPausesWhileTheScreensSleep) {

@@ -57,7 +57,7 @@ using testing::clippedLabels;
 using testing::visibleText;
 
 // A picture of a busy afternoon: both providers with limits, one failing, and three sessions.
-UsageSnapshot afternoon(TimePoint now) {
+inline UsageSnapshot afternoon(TimePoint now) {
     UsageSnapshot snapshot;
     ProviderReading claude;
     claude.plan = "max";
@@ -88,8 +88,8 @@ UsageSnapshot afternoon(TimePoint now) {
     return snapshot;
 }
 
-void addSession(const char* id, const char* project, const char* title,
-                sessions::AgentSession::State state, TimePoint at) {
+inline void addSession(const char* id, const char* project, const char* title,
+                       sessions::AgentSession::State state, TimePoint at) {
     sessions::AgentSession s;
     s.sessionID = id;
     s.project = project;

@@ -1,4 +1,5 @@
 #include "tests/ui/views_fixture.h"
+#include "ui/settings/sync_tab.h"
 
 namespace ravo::ui {
 namespace {
@@ -10,14 +11,14 @@ TEST_F(ViewsTest, SettingsWindowHasItsTabsTextsAndWorkingSwitches) {
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     const QStringList tabs = window.pageTitles();
-    EXPECT_EQ(tabs, (QStringList{"General", "Panel", "AI", "Sessions", "Sync"}));
-    const char* names[] = {"general", "panel", "ai", "sessions", "sync"};
+    EXPECT_EQ(tabs, (QStringList{"General", "Panel", "System", "AI", "Sessions", "Sync"}));
+    const char* names[] = {"general", "panel", "system", "ai", "sessions", "sync"};
     for (int i = 0; i < std::min<int>(tabs.size(), std::size(names)); ++i) {
         window.setCurrentPage(i);
         QTest::qWait(5);
         EXPECT_TRUE(clippedLabels(window).empty()) << names[i];
         testing::saveScreenshot(window, QString("settings-") + names[i]);
-        if (i == 2) {
+        if (i == 3) {
             EXPECT_NE(visibleText(window).find(SettingsTexts::kReadClaudeLimitsHelp),
                       std::string::npos);
         }
@@ -298,7 +299,9 @@ TEST_F(ViewsTest, TheSyncTabOffersTheSyncedFoldersAtHomeAndShowsWhatWentWrong) {
     window.showTab(SettingsWindow::kSyncTab);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     EXPECT_NE(visibleText(window).find("saved to Ravo/settings.json"), std::string::npos);
-    auto* folders = window.findChild<QComboBox*>();
+    auto* syncPage = window.findChild<SyncTab*>();
+    ASSERT_NE(syncPage, nullptr);
+    auto* folders = syncPage->findChild<QComboBox*>();
     ASSERT_NE(folders, nullptr);
     ASSERT_EQ(folders->count(), 1);
     EXPECT_EQ(folders->itemText(0).toStdString(), (home.path() / "Nextcloud").string());

@@ -12,6 +12,7 @@
 #include "ui/settings/setting_switch.h"
 #include "ui/settings/settings_texts.h"
 #include "ui/settings/sync_tab.h"
+#include "ui/settings/system_tab.h"
 #include "ui/settings/update_section.h"
 #include "ui/settings/websites_tab.h"
 #include "ui/theme.h"
@@ -78,6 +79,8 @@ SettingsWindow::SettingsWindow(const Coordinators& coordinators, QWidget* parent
             });
     addTab(kGeneralTab, generalTab(), "General");
     addTab(kPanelTab, panelTab(), "Panel");
+    if (coordinators_.systemMonitor)
+        addTab(kSystemTab, new SystemTab(coordinators_.systemMonitor), "System");
     addTab(kAITab, aiTab(), "AI");
     addTab(kSessionsTab, sessionsTab(), "Sessions");
     if (auto* watchdog = coordinators_.watchdog)

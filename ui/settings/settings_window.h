@@ -22,6 +22,7 @@ public:
     enum Tab {
         kGeneralTab,
         kPanelTab,
+        kSystemTab,
         kAITab,
         kSessionsTab,
         kNetworkTab,

@@ -88,9 +88,50 @@ std::optional<SwapUsage> LinuxCounterSource::swap() {
     return swapUsage(*info);
 }
 
+std::vector<MountedVolume> LinuxCounterSource::mountedVolumes() {
+    const auto text = files_.read(roots_.proc / "self" / "mounts", kProcFileLimit);
+    return text ? parseMounts(*text) : std::vector<MountedVolume>{};
+}
+
+std::optional<MountedVolume> LinuxCounterSource::chosenVolume() {
+    if (choice_.volume.empty())
+        return std::nullopt;
+    for (auto& volume : mountedVolumes())
+        if (volume.mountPoint == choice_.volume)
+            return volume;
+    return std::nullopt;
+}
+
+std::optional<std::string> LinuxCounterSource::wholeDiskOf(const std::string& device) const {
+    // A partition's folder sits inside its disk's: /sys/block/nvme0n1/nvme0n1p2.
+    std::error_code error;
+    const auto name = std::filesystem::path(device).filename().string();
+    const auto found = std::filesystem::canonical(roots_.sys / "class" / "block" / name, error);
+    if (error)
+        return std::nullopt;
+    for (const auto& candidate :
+         {found.filename().string(), found.parent_path().filename().string()})
+        if (wholeDisks_.contains(candidate))
+            return candidate;
+    return std::nullopt;
+}
+
+SourceOptions LinuxCounterSource::options() {
+    rediscoverIfStale();
+    SourceOptions options;
+    for (const auto& interface : interfaces_)
+        options.interfaces.push_back(interface.name);
+    for (const auto& volume : mountedVolumes())
+        options.volumes.push_back(volume.mountPoint);
+    return options;
+}
+
 std::optional<DiskSpace> LinuxCounterSource::diskSpace() {
+    const auto chosen = chosenVolume();
+    const std::filesystem::path path =
+        chosen ? std::filesystem::path(chosen->mountPoint) : roots_.volume;
     struct statvfs volume {};
-    if (::statvfs(roots_.volume.c_str(), &volume) != 0 || volume.f_frsize == 0)
+    if (::statvfs(path.c_str(), &volume) != 0 || volume.f_frsize == 0)
         return std::nullopt;
     // df's "Size" and "Avail"; the blocks only root may use are neither used nor available.
     const auto bytes = [&](fsblkcnt_t blocks) {
@@ -106,6 +147,9 @@ std::optional<DeviceCounters> LinuxCounterSource::diskCounters() {
     const auto text = files_.read(roots_.proc / "diskstats", kProcFileLimit);
     if (!text)
         return std::nullopt;
+    if (const auto chosen = chosenVolume())
+        if (const auto disk = wholeDiskOf(chosen->device))
+            return parseDiskstats(*text, {*disk});
     return parseDiskstats(*text, wholeDisks_);
 }
 
@@ -115,11 +159,16 @@ std::optional<DeviceCounters> LinuxCounterSource::networkCounters() {
     if (!text)
         return std::nullopt;
     DeviceCounters counters;
+    const bool chosenIsThere =
+        std::any_of(interfaces_.begin(), interfaces_.end(),
+                    [this](const auto& i) { return i.name == choice_.interface; });
     for (const auto& [name, bytes] : parseNetDev(*text)) {
         const auto physical =
             std::find_if(interfaces_.begin(), interfaces_.end(),
                          [&interface = name](const auto& i) { return i.name == interface; });
         if (physical == interfaces_.end() || !isInterfaceUp(roots_.sys, name, reader()))
+            continue;
+        if (chosenIsThere && name != choice_.interface)
             continue;
         counters.received[physical->index] = bytes.received;
         counters.sent[physical->index] = bytes.sent;

@@ -26,6 +26,8 @@ public:
     ~LinuxCounterSource() override;
 
     void beginSample() override { meminfo_.reset(); }
+    void setChoice(const SourceChoice& choice) override { choice_ = choice; }
+    SourceOptions options() override;
 
     std::optional<std::vector<CPUTicks>> cpuTicks() override;
     std::optional<GPUUtilization> gpu() override;
@@ -40,6 +42,11 @@ public:
 private:
     void rediscoverIfStale();
     std::optional<MemInfo> readMeminfo();
+    std::vector<MountedVolume> mountedVolumes();
+    // The chosen volume while it is mounted.
+    std::optional<MountedVolume> chosenVolume();
+    // The whole disk a volume's device is on, when it is one of the disks counted.
+    std::optional<std::string> wholeDiskOf(const std::string& device) const;
     LineReader reader();
 
     SystemRoots roots_;
@@ -50,6 +57,7 @@ private:
     bool discovered_ = false;
     // Memory and swap come from one file: a read serves both parts of the same sample.
     std::optional<MemInfo> meminfo_;
+    SourceChoice choice_;
     std::set<std::string, std::less<>> wholeDisks_;
     std::vector<PhysicalInterface> interfaces_;
     std::vector<SensorFile> sensors_;

@@ -279,4 +279,54 @@ void assignDisplayName(std::string& into, std::string_view name) {
     }
 }
 
+namespace {
+
+// "\040" and its kind back to the byte; anything else stays as written.
+std::string unescapedMountField(std::string_view field) {
+    std::string text;
+    text.reserve(field.size());
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        const bool octal = field[i] == '\\' && i + 3 < field.size();
+        if (octal) {
+            const auto digit = [&](std::size_t at) { return field[at] >= '0' && field[at] <= '7'; };
+            if (digit(i + 1) && digit(i + 2) && digit(i + 3)) {
+                text += static_cast<char>(((field[i + 1] - '0') << 6) |
+                                          ((field[i + 2] - '0') << 3) | (field[i + 3] - '0'));
+                i += 3;
+                continue;
+            }
+        }
+        text += field[i];
+    }
+    return text;
+}
+
+} // namespace
+
+std::vector<MountedVolume> parseMounts(std::string_view text) {
+    std::vector<MountedVolume> volumes;
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        std::string_view line = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        const auto firstSpace = line.find(' ');
+        if (firstSpace == std::string_view::npos)
+            continue;
+        const auto secondSpace = line.find(' ', firstSpace + 1);
+        const std::string_view device = line.substr(0, firstSpace);
+        const std::string_view mountPoint = line.substr(
+            firstSpace + 1, secondSpace == std::string_view::npos ? std::string_view::npos
+                                                                  : secondSpace - firstSpace - 1);
+        if (!device.starts_with("/dev/") || !mountPoint.starts_with('/'))
+            continue;
+        MountedVolume volume{unescapedMountField(device), unescapedMountField(mountPoint)};
+        const bool seen = std::any_of(volumes.begin(), volumes.end(), [&](const auto& known) {
+            return known.mountPoint == volume.mountPoint;
+        });
+        if (!seen)
+            volumes.push_back(std::move(volume));
+    }
+    return volumes;
+}
+
 } // namespace ravo::metrics::kernel

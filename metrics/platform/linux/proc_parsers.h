@@ -64,6 +64,16 @@ struct InterfaceBytes {
 
 std::vector<std::pair<std::string, InterfaceBytes>> parseNetDev(std::string_view text);
 
+struct MountedVolume {
+    std::string device;
+    std::string mountPoint;
+    bool operator==(const MountedVolume&) const = default;
+};
+
+// Filesystems on block devices ("/dev/..."), once per mount point, in the kernel's order,
+// with the kernel's octal escapes ("\040" for a space) undone.
+std::vector<MountedVolume> parseMounts(std::string_view text);
+
 // The fields of /proc/[pid]/stat the process lists use. `name` points into the text.
 struct ProcessStat {
     std::int32_t pid = 0;

@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/statvfs.h>
 #include <thread>
 
 namespace ravo::metrics::kernel {
@@ -57,6 +58,52 @@ TEST(LinuxCounterSource, MemoryAndSwapShareOneReadPerSample) {
     ASSERT_TRUE(second.swap);
     EXPECT_EQ(second.swap->used, 0u);
     EXPECT_EQ(second.memory->swapUsed, 0u);
+}
+
+TEST(LinuxCounterSource, FollowsTheChosenInterfaceWhileItIsThere) {
+    auto source = sourceFor("laptop-hybrid");
+    const ByteCounters automatic{{"3", 2147483648ull}};
+    EXPECT_EQ(source.options().interfaces, (std::vector<std::string>{"enp0s31f6", "wlp2s0"}));
+    source.setChoice({"enp0s31f6", ""}); // the cable is out: nothing to count
+    EXPECT_TRUE(source.networkCounters()->received.empty());
+    source.setChoice({"wlp2s0", ""});
+    EXPECT_EQ(source.networkCounters()->received, automatic);
+    source.setChoice({"enx9", ""}); // a dongle that is gone: every interface again
+    EXPECT_EQ(source.networkCounters()->received, automatic);
+    source.setChoice({"tun0", ""}); // not physical, never offered: automatic
+    EXPECT_EQ(source.networkCounters()->received, automatic);
+}
+
+TEST(LinuxCounterSource, FollowsTheChosenVolumeAndItsDiskWhileItIsMounted) {
+    ravo::testing::TemporaryFolder folder;
+    const auto laptop = fixtureRoot("laptop-hybrid");
+    std::filesystem::copy(laptop / "proc", folder / "proc",
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::copy(laptop / "sys", folder / "sys",
+                          std::filesystem::copy_options::recursive |
+                              std::filesystem::copy_options::copy_symlinks);
+    // As sysfs links a partition: inside its disk's folder.
+    std::filesystem::create_directories(folder / "sys" / "block" / "nvme0n1" / "nvme0n1p2");
+    std::filesystem::create_directories(folder / "sys" / "class" / "block");
+    std::filesystem::create_directory_symlink("../../block/nvme0n1/nvme0n1p2",
+                                              folder / "sys" / "class" / "block" / "nvme0n1p2");
+    std::filesystem::create_directories(folder / "proc" / "self");
+    std::ofstream(folder / "proc" / "self" / "mounts")
+        << "/dev/nvme0n1p2 /dev/shm ext4 rw 0 0\nproc /proc proc rw 0 0\n";
+    LinuxCounterSource source(SystemRoots{folder / "proc", folder / "sys", folder.path()}, false);
+    EXPECT_EQ(source.options().volumes, std::vector<std::string>{"/dev/shm"});
+    const auto automatic = source.diskSpace();
+    EXPECT_EQ(source.diskCounters()->received.size(), 2u); // nvme0n1 and sda
+
+    source.setChoice({"", "/dev/shm"});
+    struct statvfs shm {};
+    ASSERT_EQ(::statvfs("/dev/shm", &shm), 0);
+    EXPECT_EQ(source.diskSpace()->total, static_cast<std::uint64_t>(shm.f_blocks) * shm.f_frsize);
+    EXPECT_EQ(source.diskCounters()->received, (ByteCounters{{"nvme0n1", 12582912ull * 512}}));
+
+    source.setChoice({"", "/media/gone"});
+    EXPECT_EQ(source.diskSpace(), automatic);
+    EXPECT_EQ(source.diskCounters()->received.size(), 2u);
 }
 
 TEST(LinuxCounterSource, BrokenFilesLeaveEveryMetricAbsent) {

@@ -66,6 +66,31 @@ TEST(Meminfo, SwapAgreesWithSwaponOnTheCapturedMachines) {
     EXPECT_EQ(swapUsage(*odd), (SwapUsage{10 * 1024, 0}));
 }
 
+TEST(Mounts, ListsEachBlockDeviceVolumeOnceFromTheCapturedMachine) {
+    const auto volumes = parseMounts(fixtureText("mounts", "container-vm"));
+    ASSERT_EQ(volumes.size(), 2u);
+    EXPECT_EQ(volumes[0], (MountedVolume{"/dev/vda", "/"}));
+    EXPECT_EQ(volumes[1], (MountedVolume{"/dev/vda", "/run/netns"}));
+}
+
+TEST(Mounts, UndoesEscapesAndSkipsWhatIsNoVolume) {
+    const auto volumes = parseMounts("/dev/nvme0n1p2 / ext4 rw 0 0\n"
+                                     "proc /proc proc rw 0 0\n"
+                                     "/dev/sda1 /media/ada/USB\\040Stick vfat rw 0 0\n"
+                                     "/dev/nvme0n1p2 / ext4 rw 0 0\n" // mounted over: once
+                                     "tmpfs /run tmpfs rw 0 0\n"
+                                     "/dev/sdb1 /mnt/odd\\134name\\04 ext4 rw 0 0\n"
+                                     "/dev/sdc1 relative ext4 rw 0 0\n"
+                                     "/dev/sdd1\n"
+                                     "/dev/sde1 /mnt/last"); // no newline at the end
+    EXPECT_EQ(volumes, (std::vector<MountedVolume>{{"/dev/nvme0n1p2", "/"},
+                                                   {"/dev/sda1", "/media/ada/USB Stick"},
+                                                   {"/dev/sdb1", "/mnt/odd\\name\\04"},
+                                                   {"/dev/sde1", "/mnt/last"}}));
+    EXPECT_TRUE(parseMounts("").empty());
+    EXPECT_TRUE(parseMounts("\n\n   \n").empty());
+}
+
 TEST(Meminfo, MissingOrGarbledTotalsGiveNothing) {
     EXPECT_FALSE(parseMeminfo(fixtureText("broken", "proc/meminfo")));
     EXPECT_FALSE(parseMeminfo("MemTotal: 100 kB\n")); // kernels before 3.14 lack MemAvailable
