@@ -113,7 +113,13 @@ TEST_P(StoreChecksTest, AServerThatWasAwaySkipsTheSlotsItMissed) {
     syncSites(account, 3, 5);
     const auto first = store->claimDueChecks(now + 1h, 10).value();
     ASSERT_EQ(first.size(), 3u);
-    EXPECT_TRUE(store->claimDueChecks(now + 1h + 1s, 10).value().empty());
+    for (const auto& check : first) {
+        // One check for the hour away, not twelve: the next slot is the first after it.
+        EXPECT_GT(check.nextSlot, now + 1h);
+        EXPECT_LE(check.nextSlot, now + 1h + 5min);
+        EXPECT_EQ(check.nextSlot - check.slot, 5min);
+    }
+    EXPECT_TRUE(store->claimDueChecks(now + 1h, 10).value().empty());
     EXPECT_EQ(store->claimDueChecks(now + 1h + 5min, 10).value().size(), 3u);
 }
 
