@@ -7,6 +7,8 @@
 namespace ravo::ui {
 namespace {
 
+using namespace testing_views;
+
 TEST_F(ViewsTest, SystemPageSetsTheRefreshIntervalAndFollowsChangesFromElsewhere) {
     SettingsWindow window(controller->coordinators());
     window.showTab(SettingsWindow::kSystemTab);
