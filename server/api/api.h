@@ -89,11 +89,11 @@ namespace SitesApi {
 HttpResponse sync(ApiContext& context, const Caller& caller, const HttpRequest& request);
 // The account's list as it stands, for a device that signs in and takes it over.
 HttpResponse list(ApiContext& context, const Caller& caller);
-HttpResponse status(ApiContext& context, const Caller& caller);
-HttpResponse history(ApiContext& context, const Caller& caller, const std::string& siteID);
 // The same, or 304 without it when the request's If-None-Match names the list as it stands:
 // a device that polls the list pays for it only when it changed.
 HttpResponse listIfChanged(ApiContext& context, const Caller& caller, const HttpRequest& request);
+HttpResponse status(ApiContext& context, const Caller& caller);
+HttpResponse history(ApiContext& context, const Caller& caller, const std::string& siteID);
 } // namespace SitesApi
 
 namespace NotificationsApi {
