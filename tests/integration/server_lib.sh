@@ -1,6 +1,19 @@
 # Shared by the ravo-server scripts (after lib.sh): ports, calls with curl, and targets.
 
-free_port() { python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])'; }
+# Below the kernel's ephemeral range, which outgoing connections of parallel tests draw
+# from, and free on every address, since some servers here listen on all of them.
+free_port() {
+    python3 -c '
+import random, socket
+while True:
+    port = random.randint(20000, 32000)
+    try:
+        for host in ("0.0.0.0", "127.0.0.1"):
+            s = socket.socket(); s.bind((host, port)); s.close()
+        print(port); break
+    except OSError:
+        pass'
+}
 
 # $from, when set, is the loopback address the call comes from; the answer's headers are
 # left in $work/headers.
