@@ -1,10 +1,15 @@
 #pragma once
 
 #include "base/setting.h"
+#include "metrics/core/system_metric.h"
 #include "ui/coordinators.h"
+#include "ui/overview_arrangement.h"
 #include <QWidget>
+#include <vector>
 
 class QCheckBox;
+class QGridLayout;
+class QTabWidget;
 class QSettings;
 
 namespace ravo::ui {
@@ -28,6 +33,8 @@ public:
 
     static constexpr const char* kNoTrayText =
         "This desktop has no system tray, so Ravo shows its items in this window.";
+    static constexpr const char* kMachinePage = "This computer";
+    static constexpr const char* kAIPage = "AI usage";
     static constexpr const char* kKeepRunningText = "Keep Ravo running when this window is closed";
     static constexpr const char* kStillRunningText =
         "Ravo keeps running in the background. Run ravo again to bring this window back.";
@@ -43,9 +50,17 @@ protected:
 
 private:
     void saveGeometry();
+    void arrange(const OverviewArrangement& arrangement);
 
     QSettings* settings_;
     QCheckBox* keepRunning_;
+    std::vector<metrics::SystemMetric> metrics_;
+    std::vector<QWidget*> gauges_;       // one a metric, in metrics_' order
+    std::vector<QWidget*> machinePages_; // the gauges' pages, one when side by side
+    std::vector<QGridLayout*> grids_;    // each page's grid
+    QWidget* ai_ = nullptr;
+    QWidget* sides_ = nullptr;    // the machine and the AI column side by side
+    QTabWidget* pages_ = nullptr; // or one after the other
 };
 
 } // namespace ravo::ui

@@ -88,6 +88,23 @@ inline UsageSnapshot afternoon(TimePoint now) {
     return snapshot;
 }
 
+// What a window shows on all its pages, when it has a visible QTabWidget: the overview
+// window on a small screen puts the machine and the AI usage on pages of their own.
+inline std::string textOfEveryPage(QWidget& window) {
+    auto* pages = window.findChild<QTabWidget*>();
+    if (!pages || !pages->isVisible())
+        return visibleText(window);
+    std::string text;
+    const int shown = pages->currentIndex();
+    for (int page = 0; page < pages->count(); ++page) {
+        pages->setCurrentIndex(page);
+        QTest::qWait(5);
+        text += visibleText(window);
+    }
+    pages->setCurrentIndex(shown);
+    return text;
+}
+
 inline void addSession(const char* id, const char* project, const char* title,
                        sessions::AgentSession::State state, TimePoint at) {
     sessions::AgentSession s;

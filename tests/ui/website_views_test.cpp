@@ -307,7 +307,7 @@ TEST_F(WebsiteViewsTest, WithoutATrayTheOverviewWindowShowsTheWebsites) {
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     QTest::qWait(20);
-    const std::string text = visibleText(window);
+    const std::string text = textOfEveryPage(window);
     EXPECT_NE(text.find("Websites\n"), std::string::npos) << text;
     EXPECT_NE(text.find("API is down"), std::string::npos) << text;
     EXPECT_NE(text.find("The server answered HTTP 503"), std::string::npos) << text;

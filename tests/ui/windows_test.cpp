@@ -109,7 +109,7 @@ TEST_F(ViewsTest, WithoutATrayTheOverviewWindowFitsKeepsItsSizeAndQuitsWhenClose
         DashboardWindow window(controller->coordinators(), &settings);
         window.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-        const std::string text = visibleText(window);
+        const std::string text = textOfEveryPage(window);
         EXPECT_NE(text.find(DashboardWindow::kNoTrayText), std::string::npos);
         EXPECT_NE(text.find("Processor"), std::string::npos);
         EXPECT_NE(text.find("AI usage"), std::string::npos);
@@ -164,7 +164,7 @@ TEST_F(ViewsTest, WithoutATrayTheOverviewWindowFitsKeepsItsSizeAndQuitsWhenClose
     again.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&again));
     QTest::qWait(20);
-    EXPECT_NE(visibleText(again).find("Turn on “Track agent sessions” in Settings"),
+    EXPECT_NE(textOfEveryPage(again).find("Turn on “Track agent sessions” in Settings"),
               std::string::npos);
 }
 
