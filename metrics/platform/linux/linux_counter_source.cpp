@@ -28,6 +28,7 @@ void LinuxCounterSource::rediscoverIfStale() {
         return;
     discovered_ = true;
     discoveredAt_ = now;
+    chosen_.reset();
     files_.closeAll();
     wholeDisks_ = discoverWholeDisks(roots_.sys);
     interfaces_ = discoverPhysicalInterfaces(roots_.sys);
@@ -93,13 +94,16 @@ std::vector<MountedVolume> LinuxCounterSource::mountedVolumes() {
     return text ? parseMounts(*text) : std::vector<MountedVolume>{};
 }
 
-std::optional<MountedVolume> LinuxCounterSource::chosenVolume() {
-    if (choice_.volume.empty())
-        return std::nullopt;
-    for (auto& volume : mountedVolumes())
-        if (volume.mountPoint == choice_.volume)
-            return volume;
-    return std::nullopt;
+const std::optional<MountedVolume>& LinuxCounterSource::chosenVolume() {
+    rediscoverIfStale();
+    if (!chosen_) {
+        chosen_.emplace();
+        if (!choice_.volume.empty())
+            for (auto& volume : mountedVolumes())
+                if (volume.mountPoint == choice_.volume)
+                    *chosen_ = volume;
+    }
+    return *chosen_;
 }
 
 std::optional<std::string> LinuxCounterSource::wholeDiskOf(const std::string& device) const {
@@ -127,7 +131,7 @@ SourceOptions LinuxCounterSource::options() {
 }
 
 std::optional<DiskSpace> LinuxCounterSource::diskSpace() {
-    const auto chosen = chosenVolume();
+    const auto& chosen = chosenVolume();
     const std::filesystem::path path =
         chosen ? std::filesystem::path(chosen->mountPoint) : roots_.volume;
     struct statvfs volume {};
@@ -147,7 +151,7 @@ std::optional<DeviceCounters> LinuxCounterSource::diskCounters() {
     const auto text = files_.read(roots_.proc / "diskstats", kProcFileLimit);
     if (!text)
         return std::nullopt;
-    if (const auto chosen = chosenVolume())
+    if (const auto& chosen = chosenVolume())
         if (const auto disk = wholeDiskOf(chosen->device))
             return parseDiskstats(*text, {*disk});
     return parseDiskstats(*text, wholeDisks_);

@@ -26,7 +26,10 @@ public:
     ~LinuxCounterSource() override;
 
     void beginSample() override { meminfo_.reset(); }
-    void setChoice(const SourceChoice& choice) override { choice_ = choice; }
+    void setChoice(const SourceChoice& choice) override {
+        choice_ = choice;
+        chosen_.reset();
+    }
     SourceOptions options() override;
 
     std::optional<std::vector<CPUTicks>> cpuTicks() override;
@@ -44,7 +47,7 @@ private:
     std::optional<MemInfo> readMeminfo();
     std::vector<MountedVolume> mountedVolumes();
     // The chosen volume while it is mounted.
-    std::optional<MountedVolume> chosenVolume();
+    const std::optional<MountedVolume>& chosenVolume();
     // The whole disk a volume's device is on, when it is one of the disks counted.
     std::optional<std::string> wholeDiskOf(const std::string& device) const;
     LineReader reader();
@@ -58,6 +61,9 @@ private:
     // Memory and swap come from one file: a read serves both parts of the same sample.
     std::optional<MemInfo> meminfo_;
     SourceChoice choice_;
+    // The chosen volume as the mount table last said, looked up again when the choice
+    // changes or the devices are rediscovered, not on every sample.
+    std::optional<std::optional<MountedVolume>> chosen_;
     std::set<std::string, std::less<>> wholeDisks_;
     std::vector<PhysicalInterface> interfaces_;
     std::vector<SensorFile> sensors_;
