@@ -74,7 +74,21 @@ std::optional<double> stableThroughput(std::span<const double> throughput) {
     if (throughput.empty())
         return std::nullopt;
     const auto last = throughput.last(std::min(kStableIntervals, throughput.size()));
-    return std::accumulate(last.begin(), last.end(), 0.0) / double(last.size());
+    const double mean = std::accumulate(last.begin(), last.end(), 0.0) / double(last.size());
+    if (throughput.size() <= kStableIntervals || isSteady(last))
+        return mean;
+    const auto tail =
+        throughput.subspan(1).last(std::min(kUnsteadyIntervals, throughput.size() - 1));
+    const auto half = tail.size() / 2;
+    const double earlier = std::accumulate(tail.begin(), tail.begin() + half, 0.0) / double(half);
+    const double later =
+        std::accumulate(tail.begin() + half, tail.end(), 0.0) / double(tail.size() - half);
+    // Still climbing when time ran out: the latest seconds are the nearest to the link.
+    if (later > earlier * 1.1)
+        return mean;
+    // Acknowledgements reach a busy machine in bursts, so one second can read a third low and
+    // the next a third high: the middle of a longer stretch is the link's rate.
+    return median({tail.begin(), tail.end()});
 }
 
 } // namespace ravo::connectivity::ResponsivenessMath

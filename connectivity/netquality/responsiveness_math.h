@@ -41,7 +41,9 @@ struct RampStep {
 };
 inline constexpr std::size_t kStableIntervals = 4;
 RampStep rampStep(std::span<const double> throughput, int flows, int maxFlows);
-// The phase's throughput: the mean over the last stable intervals (fewer when it ran short).
+// The phase's throughput: the mean over the last stable intervals (fewer when it ran short);
+// when it never settled, the median of the last eight after the first.
+inline constexpr std::size_t kUnsteadyIntervals = 8;
 std::optional<double> stableThroughput(std::span<const double> throughput);
 
 } // namespace ravo::connectivity::ResponsivenessMath
