@@ -20,8 +20,9 @@ top=$(jq -c --argjson pid "$busy" '.system.processes.byCpu[] | select(.pid == $p
 jq -e '.system.processes.byCpu | [.[].cpuPercent // 0] == ([.[].cpuPercent // 0] | sort | reverse)' \
     <<<"$status" >/dev/null || fail "the CPU list is out of order"
 [ "$(jq -r '.name' <<<"$top")" = "spin (1) x" ] || fail "its name reads $(jq -r .name <<<"$top")"
-# A loaded test machine gives it less than the whole core it asks for, never more.
-awk -v p="$(jq '.cpuPercent' <<<"$top")" 'BEGIN { exit !(p >= 20 && p <= 100) }' ||
+# A loaded test machine gives it less than the whole core it asks for, never more: a share
+# of one core, not of the machine and not a fraction.
+awk -v p="$(jq '.cpuPercent' <<<"$top")" 'BEGIN { exit !(p >= 5 && p <= 100) }' ||
     fail "one busy core shows as $(jq .cpuPercent <<<"$top")%"
 [ "$(jq '.residentBytes' <<<"$top")" -gt 0 ] || fail "no resident memory"
 
@@ -36,7 +37,7 @@ row=$(grep -F "  spin (1) x " <<<"$busiest" || true)
 [ -n "$row" ] || fail "the text's busiest processes lack the spinner: $text"
 read -r -a figures <<<"${row#  spin (1) x }"
 [ "${figures[0]}" = "$busy" ] || fail "its row reads: $row"
-[[ ${figures[1]} =~ ^[0-9]+%$ ]] && [ "${figures[1]%\%}" -ge 10 ] || fail "its share reads: $row"
+[[ ${figures[1]} =~ ^[0-9]+%$ ]] && [ "${figures[1]%\%}" -ge 5 ] || fail "its share reads: $row"
 [[ ${figures[2]} =~ ^[0-9.]+$ && ${figures[3]} =~ ^(KB|MB)$ ]] || fail "its memory reads: $row"
 grep -q "^Largest processes  *pid  *CPU  *memory$" <<<"$text" || fail "no largest processes: $text"
 
