@@ -8,6 +8,7 @@
 #include "common/launch_at_login.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
+#include "metrics/gauge_alerts.h"
 #include "metrics/system_monitor.h"
 #include "sessions/session_tracker.h"
 #include "sync/settings_sync.h"
@@ -32,7 +33,8 @@ AppController::AppController(QSettings* defaults, sessions::HookInstaller hookIn
     coordinators_ = {services_.systemMonitor, usage_.get(),         sessions_.get(),
                      launchAtLogin_.get(),    watchdog_.get(),      speedTest_.get(),
                      settingsSync_.get(),     updateChecker_.get(), cloudAccount_.get(),
-                     alertNotifier_.get(),    telegram_.get(),      websiteMonitor_.get()};
+                     alertNotifier_.get(),    telegram_.get(),      websiteMonitor_.get(),
+                     gaugeAlerts_.get()};
     refreshLoop_->setInterval(services_.refreshInterval);
     refreshLoop_->setTimerType(Qt::VeryCoarseTimer);
     connect(refreshLoop_, &QTimer::timeout, this, &AppController::runLoopIteration);
@@ -89,6 +91,9 @@ void AppController::buildConnectivity() {
                                                        {}});
     }
     speedTest_ = std::make_unique<connectivity::SpeedTest>(*defaults_);
+    if (services_.systemMonitor)
+        gaugeAlerts_ = std::make_unique<metrics::GaugeAlerts>(services_.systemMonitor, *defaults_,
+                                                              services_.notifications);
 }
 
 void AppController::buildCloud() {

@@ -11,6 +11,7 @@
 #include "common/sleep_wake_watcher.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
+#include "metrics/gauge_alerts.h"
 #include "metrics/system_monitor.h"
 #include "sessions/core/session_tracking.h"
 #include "sessions/session_tracker.h"

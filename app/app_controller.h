@@ -33,8 +33,9 @@ class NetworkPathMonitor;
 class SpeedTest;
 } // namespace ravo::connectivity
 namespace ravo::metrics {
+class GaugeAlerts;
 class SystemMonitor;
-}
+} // namespace ravo::metrics
 namespace ravo::sync {
 class SettingsSync;
 }
@@ -157,6 +158,7 @@ private:
     std::unique_ptr<updates::UpdateChecker> updateChecker_;
     bool paused_ = false;
     std::unique_ptr<cloud::AlertNotifier> alertNotifier_;
+    std::unique_ptr<metrics::GaugeAlerts> gaugeAlerts_;
     std::unique_ptr<cloud::CloudAccount> cloudAccount_;
     std::unique_ptr<cloud::TelegramSettings> telegram_;
     std::unique_ptr<cloud::WebsiteMonitor> websiteMonitor_;

@@ -9,6 +9,8 @@
 #include "connectivity/connection_watchdog.h"
 #include "metrics/core/metric_settings.h"
 #include "metrics/core/sampling_settings.h"
+#include "metrics/core/temperature_unit_setting.h"
+#include "metrics/gauge_alerts.h"
 #include "metrics/system_monitor.h"
 #include "sessions/session_tracker.h"
 #include "sync/settings_sync.h"
@@ -76,6 +78,12 @@ void AppController::reloadSetting(const std::string& key) {
                volumeChooser && name == metrics::SamplingSettings::kVolumeKey) {
         volumeChooser->setDiskVolume(
             common::readText(*defaults_, metrics::SamplingSettings::kVolume));
+    } else if (auto* shown = services_.systemMonitor;
+               shown && name == metrics::TemperatureUnitSetting::kKey) {
+        shown->setTemperatureUnit(
+            common::readText(*defaults_, metrics::TemperatureUnitSetting::kSetting));
+    } else if (name.endsWith(QLatin1String("AlertAbove")) && gaugeAlerts_) {
+        gaugeAlerts_->reload();
     } else if (name == cloud::AlertNotifier::kEnabledKey && alertNotifier_) {
         alertNotifier_->setDesktopEnabled(
             common::readFlag(*defaults_, cloud::AlertNotifier::kDesktop));

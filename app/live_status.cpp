@@ -6,7 +6,9 @@
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/network_info_reader.h"
 #include "metrics/core/system_sampler.h"
+#include "metrics/core/temperature_unit_setting.h"
 #include "metrics/platform/platform_counter_source.h"
+#include "metrics/system_monitor.h"
 #include "sessions/core/session_list.h"
 #include "sessions/session_tracker.h"
 #include "usage/usage_coordinator.h"
@@ -59,7 +61,9 @@ void answerReport(const ui::Coordinators& parts, const QString& what,
     }
     auto sampler = std::make_shared<metrics::SystemSampler>(metrics::makePlatformCounterSource());
     sampler->sample(metrics::SampleRequest::all());
-    const FormatLocale locale = FormatLocale::named(words.value(2).toStdString());
+    const FormatLocale locale = metrics::TemperatureUnitSetting::applied(
+        FormatLocale::named(words.value(2).toStdString()),
+        parts.systemMonitor ? parts.systemMonitor->temperatureUnit() : std::string());
     QTimer::singleShot(std::chrono::seconds(1), qApp, [parts, sampler, json, locale, reply] {
         const auto report = liveStatusReport(parts, sampler->sample(metrics::SampleRequest::all()));
         if (!report)

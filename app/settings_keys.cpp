@@ -8,8 +8,10 @@
 #include "common/settings_values.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/speed_test.h"
+#include "metrics/core/gauge_thresholds.h"
 #include "metrics/core/metric_settings.h"
 #include "metrics/core/sampling_settings.h"
+#include "metrics/core/temperature_unit_setting.h"
 #include "sessions/core/session_tracking.h"
 #include "sync/settings_sync.h"
 #include "ui/dashboard_window.h"
@@ -70,6 +72,13 @@ const std::vector<const Setting*>& SettingKeys::all() {
         &metrics::SamplingSettings::kInterval,
         &metrics::SamplingSettings::kInterface,
         &metrics::SamplingSettings::kVolume,
+        &metrics::TemperatureUnitSetting::kSetting,
+        &metrics::GaugeThresholds::kCPU,
+        &metrics::GaugeThresholds::kGPU,
+        &metrics::GaugeThresholds::kMemory,
+        &metrics::GaugeThresholds::kDisk,
+        &metrics::GaugeThresholds::kSwap,
+        &metrics::GaugeThresholds::kTemperature,
         &ui::TrayPanel::kCombined,
         &cloud::AlertNotifier::kDesktop,
         &cloud::SiteListSettings::kInterval,

@@ -12,6 +12,7 @@
 #include "connectivity/network_info_reader.h"
 #include "metrics/core/metric_format.h"
 #include "metrics/core/system_sampler.h"
+#include "metrics/core/temperature_unit_setting.h"
 #include "metrics/platform/platform_counter_source.h"
 #include "sessions/core/session_list.h"
 #include "sessions/core/session_store.h"
@@ -66,7 +67,10 @@ int runStatusCommand(bool json) {
     if (json)
         std::cout << statusJsonText(report) << std::endl;
     else
-        std::cout << statusText(report, metrics::FormatLocale::fromEnvironment());
+        std::cout << statusText(
+            report, metrics::TemperatureUnitSetting::applied(
+                        metrics::FormatLocale::fromEnvironment(),
+                        common::readText(*settings, metrics::TemperatureUnitSetting::kSetting)));
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cstdlib>
+#include <initializer_list>
 
 namespace ravo {
 
@@ -25,14 +26,36 @@ FormatLocale FormatLocale::named(std::string_view name) {
     if (language == "fr")
         locale.percentSpace = kNarrowNoBreakSpace;
     locale.percentFirst = language == "tr";
+    // The territories that measure in Fahrenheit (CLDR).
+    static constexpr std::array<std::string_view, 6> fahrenheitTerritories{"US", "BS", "BZ",
+                                                                           "KY", "PW", "LR"};
+    if (const auto underscore = name.find('_'); underscore != std::string_view::npos) {
+        const std::string_view territory = name.substr(underscore + 1, 2);
+        for (std::string_view fahrenheit : fahrenheitTerritories)
+            if (territory == fahrenheit)
+                locale.temperatureUnit = TemperatureUnit::fahrenheit;
+    }
     return locale;
 }
 
-FormatLocale FormatLocale::fromEnvironment() {
-    for (const char* variable : {"LC_ALL", "LC_NUMERIC", "LANG"})
+namespace {
+
+const char* firstSet(std::initializer_list<const char*> variables) {
+    for (const char* variable : variables)
         if (const char* value = std::getenv(variable); value && value[0])
-            return named(value);
-    return {};
+            return value;
+    return nullptr;
+}
+
+} // namespace
+
+FormatLocale FormatLocale::fromEnvironment() {
+    const char* numbers = firstSet({"LC_ALL", "LC_NUMERIC", "LANG"});
+    FormatLocale locale = numbers ? named(numbers) : FormatLocale{};
+    const char* measurement = firstSet({"LC_ALL", "LC_MEASUREMENT", "LANG"});
+    locale.temperatureUnit =
+        measurement ? named(measurement).temperatureUnit : TemperatureUnit::celsius;
+    return locale;
 }
 
 std::string NumberFormat::decimal(double value, int digits, const FormatLocale& locale) {

@@ -8,6 +8,7 @@
 #include "metrics/core/metric_settings.h"
 #include "metrics/core/metric_source.h"
 #include "metrics/core/sampling_settings.h"
+#include "metrics/core/temperature_unit_setting.h"
 
 #include <QSettings>
 
@@ -46,6 +47,7 @@ SystemMonitor::SystemMonitor(QSettings* defaults, Services services, QObject* pa
     sourceChoice_ = {common::readText(*defaults_, SamplingSettings::kInterface),
                      common::readText(*defaults_, SamplingSettings::kVolume)};
     services_.sampler->setChoice(sourceChoice_);
+    temperatureUnit_ = common::readText(*defaults_, TemperatureUnitSetting::kSetting);
 }
 
 SystemMonitor::~SystemMonitor() = default;
@@ -96,6 +98,22 @@ void SystemMonitor::setRefreshSeconds(int seconds) {
     emit refreshSecondsChanged();
 }
 
+FormatLocale SystemMonitor::formatLocale() const {
+    return TemperatureUnitSetting::applied(environmentLocale_, temperatureUnit_);
+}
+
+void SystemMonitor::setTemperatureUnit(std::string choice) {
+    if (choice == temperatureUnit_)
+        return;
+    temperatureUnit_ = std::move(choice);
+    if (temperatureUnit_.empty())
+        defaults_->remove(common::keyOf(TemperatureUnitSetting::kSetting));
+    else
+        defaults_->setValue(common::keyOf(TemperatureUnitSetting::kSetting),
+                            QString::fromStdString(temperatureUnit_));
+    emit formatLocaleChanged();
+}
+
 void SystemMonitor::setNetworkInterface(std::string name) {
     defaults_->setValue(common::keyOf(SamplingSettings::kInterface), QString::fromStdString(name));
     applySourceChoice({std::move(name), sourceChoice_.volume});
@@ -141,6 +159,8 @@ SampleRequest SystemMonitor::currentRequest() const {
             request = request | SampleRequest::forItem(metric);
     for (SystemMetric metric : openDetails_)
         request = request | SampleRequest::forDetail(metric);
+    for (SystemMetric metric : watchedMetrics_)
+        request = request | SampleRequest::forItem(metric);
     if (processLists_ > 0)
         request = request | SampleRequest{SampleRequest::processes};
     return request;

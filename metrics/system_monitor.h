@@ -1,6 +1,7 @@
 #pragma once
 
 #include "metrics/core/hardware_info.h"
+#include "metrics/core/metric_format.h"
 #include "metrics/core/system_reading.h"
 #include "metrics/core/system_sampler.h"
 
@@ -67,6 +68,15 @@ public:
     SourceOptions sourceOptions() const;
     std::optional<std::string> sourceChoiceNote() const;
 
+    // Figures as the user reads them: their locale's numbers, degrees in the unit they chose.
+    FormatLocale formatLocale() const;
+    // "celsius", "fahrenheit", or empty for the region's unit; stored, and the views redraw.
+    const std::string& temperatureUnit() const { return temperatureUnit_; }
+    void setTemperatureUnit(std::string choice);
+
+    // Gauges sampled for someone other than the views (the user's limits), shown or not.
+    void setWatchedMetrics(std::set<SystemMetric> metrics) { watchedMetrics_ = std::move(metrics); }
+
     void detailDidOpen(SystemMetric metric);
     void detailDidClose(SystemMetric metric);
     // A list of processes outside the details (the terminal dashboard) came into view or
@@ -112,6 +122,7 @@ signals:
     void hardwareChanged();
     void refreshSecondsChanged();
     void sourceChoiceChanged();
+    void formatLocaleChanged();
 
 private:
     void resumeSampling();
@@ -138,10 +149,13 @@ private:
     bool hardwareRequested_ = false;
     std::set<SystemMetric> readyDetails_;
     std::set<SystemMetric> openDetails_;
+    std::set<SystemMetric> watchedMetrics_;
     int processLists_ = 0;
     QTimer* loop_;
     int refreshSeconds_;
     SourceChoice sourceChoice_;
+    FormatLocale environmentLocale_ = FormatLocale::fromEnvironment();
+    std::string temperatureUnit_;
     std::optional<std::chrono::steady_clock::time_point> lastTick_;
     bool isTicking_ = false;
     bool started_ = false;

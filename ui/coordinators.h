@@ -14,8 +14,9 @@ class ConnectionWatchdog;
 class SpeedTest;
 } // namespace ravo::connectivity
 namespace ravo::metrics {
+class GaugeAlerts;
 class SystemMonitor;
-}
+} // namespace ravo::metrics
 namespace ravo::sessions {
 class SessionTracker;
 }
@@ -46,6 +47,7 @@ struct Coordinators {
     cloud::AlertNotifier* alertNotifier = nullptr;
     cloud::TelegramSettings* telegram = nullptr;
     cloud::WebsiteMonitor* websiteMonitor = nullptr;
+    metrics::GaugeAlerts* gaugeAlerts = nullptr;
 };
 
 } // namespace ravo::ui

@@ -91,9 +91,15 @@ std::string MetricFormat::percent(double fraction, const FormatLocale& locale) {
     return digits + std::string(locale.percentSpace) + "%";
 }
 
-std::string MetricFormat::celsius(double degrees, const FormatLocale& locale) {
+double MetricFormat::degrees(double celsius, const FormatLocale& locale) {
+    return locale.temperatureUnit == TemperatureUnit::fahrenheit ? celsius * 9 / 5 + 32 : celsius;
+}
+
+std::string MetricFormat::temperature(double celsius, const FormatLocale& locale) {
+    const bool fahrenheit = locale.temperatureUnit == TemperatureUnit::fahrenheit;
     // The narrow unit stays with the number in every locale.
-    return MetricFormat::decimal(std::round(degrees), 0, locale) + "°C";
+    return MetricFormat::decimal(std::round(degrees(celsius, locale)), 0, locale) +
+           (fahrenheit ? "°F" : "°C");
 }
 
 } // namespace ravo::metrics

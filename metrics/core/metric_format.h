@@ -19,7 +19,10 @@ std::string rate(double bytesPerSecond, const FormatLocale& locale = {});
 // The narrow menu-bar text: "0 B/s", "1.2 K/s", "12 M/s".
 std::string compactRate(double bytesPerSecond);
 std::string percent(double fraction, const FormatLocale& locale = {});
-std::string celsius(double degrees, const FormatLocale& locale = {});
+// Degrees in the locale's unit.
+double degrees(double celsius, const FormatLocale& locale);
+// Whole degrees in the locale's unit: "62°C", "144°F".
+std::string temperature(double celsius, const FormatLocale& locale = {});
 } // namespace MetricFormat
 
 } // namespace ravo::metrics

@@ -53,7 +53,7 @@ std::string temperatureDetail(const Temperatures& t, const FormatLocale& locale)
             return;
         if (!text.empty())
             text += ", ";
-        text += std::string(name) + " " + MetricFormat::celsius(*value, locale);
+        text += std::string(name) + " " + MetricFormat::temperature(*value, locale);
     };
     add("processor", t.cpu);
     add("processor average", t.cpuAverage);
@@ -106,8 +106,8 @@ MetricSummary summarize(const SystemReading& reading, SystemMetric metric,
     case SystemMetric::temperature:
         if (reading.temperatures) {
             const auto& t = *reading.temperatures;
-            if (const auto shown = t.cpu ? t.cpu : (t.gpu ? t.gpu : (t.ssd ? t.ssd : t.battery)))
-                summary.value = MetricFormat::celsius(*shown, locale);
+            if (const auto shown = t.headline())
+                summary.value = MetricFormat::temperature(*shown, locale);
             summary.detail = temperatureDetail(t, locale);
         }
         break;

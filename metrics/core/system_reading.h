@@ -82,6 +82,11 @@ struct Temperatures {
     std::optional<double> ssd;
     std::optional<double> battery;
     bool operator==(const Temperatures&) const = default;
+
+    // The one figure an item shows: the processor's, else the first sensor there is.
+    std::optional<double> headline() const {
+        return cpu ? cpu : (gpu ? gpu : (ssd ? ssd : battery));
+    }
 };
 
 // One process as the process lists show it.

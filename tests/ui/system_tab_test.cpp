@@ -1,8 +1,12 @@
 #include "tests/ui/views_fixture.h"
+#include "ui/popovers/metric_detail_view.h"
 #include "ui/settings/system_tab.h"
+#include "ui/tray/tray_icon_content.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QSpinBox>
+#include <QTest>
 
 namespace ravo::ui {
 namespace {
@@ -31,6 +35,62 @@ TEST_F(ViewsTest, SystemPageSetsTheRefreshIntervalAndFollowsChangesFromElsewhere
     testing::saveScreenshot(window, "settings-system");
 }
 
+TEST_F(ViewsTest, SystemPageShowsTemperaturesInTheChosenUnitEverywhereAtOnce) {
+    SettingsWindow window(controller->coordinators());
+    window.showTab(SettingsWindow::kSystemTab);
+    auto* page = window.findChild<SystemTab*>();
+    ASSERT_NE(page, nullptr);
+    auto boxes = page->findChildren<QComboBox*>();
+    ASSERT_EQ(boxes.size(), 3);
+    QComboBox* unit = boxes[2];
+    monitor->setTemperatureUnit("celsius");
+    EXPECT_EQ(unit->currentText(), "Celsius (°C)");
+    monitor->detailDidOpen(metrics::SystemMetric::temperature);
+    auto* detail = new MetricDetailView(monitor.get(), metrics::SystemMetric::temperature);
+    auto popover = inPopover(detail);
+    detail->refresh();
+    EXPECT_NE(visibleText(*popover).find("61°C"), std::string::npos) << visibleText(*popover);
+
+    unit->setCurrentIndex(unit->findData(QStringLiteral("fahrenheit")));
+    EXPECT_EQ(settings.value("temperatureUnit").toString(), "fahrenheit");
+    // The open popover redraws without waiting for the next sample.
+    QTest::qWait(50);
+    const std::string text = visibleText(*popover);
+    EXPECT_NE(text.find("142°F"), std::string::npos) << text; // 61 °C
+    EXPECT_EQ(text.find("°C"), std::string::npos) << text;
+    const auto item = MetricItemView::of(*monitor->reading(), metrics::SystemMetric::temperature,
+                                         std::nullopt, monitor->formatLocale());
+    EXPECT_EQ(item.icon.first, "142°");
+    EXPECT_NE(item.tooltip.find("142°F"), std::string::npos) << item.tooltip;
+
+    // A temperature limit is typed in the unit shown and kept in Celsius.
+    QCheckBox* hot = nullptr;
+    for (auto* box : page->findChildren<QCheckBox*>())
+        if (box->text() == "Temperature stays above")
+            hot = box;
+    ASSERT_NE(hot, nullptr);
+    auto* degrees = page->findChildren<QSpinBox*>().back();
+    hot->setChecked(true);
+    EXPECT_EQ(settings.value("temperatureAlertAbove").toString(), "90");
+    EXPECT_EQ(degrees->suffix(), " °F");
+    EXPECT_EQ(degrees->value(), 194);
+    degrees->setValue(203);
+    EXPECT_EQ(settings.value("temperatureAlertAbove").toString(), "95");
+
+    // `ravo settings set temperatureUnit` in another process: the page follows.
+    monitor->setTemperatureUnit("");
+    EXPECT_EQ(unit->currentIndex(), 0);
+    EXPECT_FALSE(settings.contains("temperatureUnit"));
+    monitor->setTemperatureUnit("celsius");
+    EXPECT_EQ(degrees->suffix(), " °C");
+    EXPECT_EQ(degrees->value(), 95);
+    hot->setChecked(false);
+    EXPECT_FALSE(settings.contains("temperatureAlertAbove"));
+    EXPECT_FALSE(degrees->isEnabled());
+    EXPECT_TRUE(clippedLabels(window).empty());
+    monitor->detailDidClose(metrics::SystemMetric::temperature);
+}
+
 // A machine with a cable and a Wi-Fi card, and a disk with two volumes.
 struct ChoosingSource final : metrics::testing::RecordedCounterSource {
     using RecordedCounterSource::RecordedCounterSource;
@@ -49,7 +109,7 @@ TEST_F(ViewsTest, SystemPageChoosesTheInterfaceAndDiskAndSaysWhenOneIsGone) {
     SystemTab page(&chooser);
     page.show();
     auto boxes = page.findChildren<QComboBox*>();
-    ASSERT_EQ(boxes.size(), 2);
+    ASSERT_EQ(boxes.size(), 3);
     QComboBox* interfaces = boxes[0];
     QComboBox* volumes = boxes[1];
     EXPECT_EQ(interfaces->count(), 3); // automatic, then the machine's

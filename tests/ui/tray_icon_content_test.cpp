@@ -73,16 +73,10 @@ TEST(TrayIconContents, TheNetworkItemShowsABadConnectionAtAGlance) {
 }
 
 TEST(TrayIconContents, TooltipsFormatInTheUsersLocale) {
-    const char* saved = std::getenv("LC_ALL");
-    const std::string copy = saved ? saved : "";
-    ::setenv("LC_ALL", "de_DE.UTF-8", 1);
     SystemReading reading;
     reading.cpu = CPULoad{0.30, 0.12, {}};
-    const std::string tooltip = TrayIconContent::tooltip(reading, SystemMetric::cpu);
-    if (saved)
-        ::setenv("LC_ALL", copy.c_str(), 1);
-    else
-        ::unsetenv("LC_ALL");
+    const std::string tooltip = TrayIconContent::tooltip(reading, SystemMetric::cpu, {},
+                                                         FormatLocale::named("de_DE.UTF-8"));
     EXPECT_NE(tooltip.find("42\u00a0%"), std::string::npos) << tooltip;
     EXPECT_NE(tooltip.find("30\u00a0%"), std::string::npos) << tooltip;
 }

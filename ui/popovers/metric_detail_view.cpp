@@ -89,6 +89,7 @@ MetricDetailView::MetricDetailView(SystemMonitor* monitor, SystemMetric metric,
 
     auto* keepCurrent = new VisibleRefresh(this, [this] { refresh(); });
     connect(monitor_, &SystemMonitor::readingChanged, keepCurrent, &VisibleRefresh::request);
+    connect(monitor_, &SystemMonitor::formatLocaleChanged, keepCurrent, &VisibleRefresh::request);
     connect(monitor_, &SystemMonitor::hardwareChanged, keepCurrent, &VisibleRefresh::request);
     connect(monitor_, &SystemMonitor::isSuspendedChanged, keepCurrent, &VisibleRefresh::request);
     refresh();
@@ -114,7 +115,8 @@ void MetricDetailView::refresh() {
         return;
     }
     const SystemReading reading = monitor_->reading().value_or(SystemReading{});
-    const MetricSummary summary = summarizeForLine(reading, metric_, locale_);
+    const FormatLocale locale = monitor_->formatLocale();
+    const MetricSummary summary = summarizeForLine(reading, metric_, locale);
     const QColor color = Theme::levelColor(summary.level, palette());
     value_->setText(QString::fromStdString(summary.value));
     QPalette valuePalette = value_->palette();
@@ -134,7 +136,7 @@ void MetricDetailView::refresh() {
     } else {
         sparkline_->setValues(monitor_->history(metric_), 1.0, summary.level ? color : accent);
     }
-    const auto rows = MetricRows::forReading(reading, metric_, locale_);
+    const auto rows = MetricRows::forReading(reading, metric_, locale);
     fillForm(rows_, rows);
     // An empty graph for hardware that is not there reads as a fault; say what is missing.
     const auto reason = missingSourceReason(metric_);
@@ -145,7 +147,7 @@ void MetricDetailView::refresh() {
     sparkline_->setVisible(!lacking);
     refreshCores();
     if (processes_) {
-        const auto processRows = MetricRows::forProcesses(reading, metric_, locale_);
+        const auto processRows = MetricRows::forProcesses(reading, metric_, locale);
         fillProcessForm(processes_, processRows);
         processesHeading_->setVisible(!processRows.empty());
     }

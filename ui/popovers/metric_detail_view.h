@@ -43,7 +43,6 @@ private:
 
     metrics::SystemMonitor* monitor_;
     metrics::SystemMetric metric_;
-    metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
     QLabel* value_;
     SparklineWidget* sparkline_;
     SparklineWidget* secondSparkline_ = nullptr;

@@ -30,7 +30,7 @@ std::string pressure(MemoryPressureLevel level) {
 void addTemperature(Rows& rows, const char* name, const std::optional<double>& value,
                     const FormatLocale& locale) {
     if (value)
-        rows.emplace_back(name, MetricFormat::celsius(*value, locale));
+        rows.emplace_back(name, MetricFormat::temperature(*value, locale));
 }
 
 } // namespace

@@ -34,6 +34,8 @@ OverviewView::OverviewView(SystemMonitor* monitor, UsageView* usage, QWidget* pa
     if (monitor_) {
         auto* keepCurrent = new VisibleRefresh(this, [this] { refresh(); });
         connect(monitor_, &SystemMonitor::readingChanged, keepCurrent, &VisibleRefresh::request);
+        connect(monitor_, &SystemMonitor::formatLocaleChanged, keepCurrent,
+                &VisibleRefresh::request);
         connect(monitor_, &SystemMonitor::enabledMetricsChanged, keepCurrent,
                 &VisibleRefresh::request);
         connect(monitor_, &SystemMonitor::metricOrderChanged, keepCurrent,
@@ -70,7 +72,7 @@ void OverviewView::refresh() {
     }
     for (int row = 0; row < static_cast<int>(metrics.size()); ++row) {
         const SystemMetric metric = metrics[std::size_t(row)];
-        const MetricSummary summary = summarizeForLine(reading, metric, locale_);
+        const MetricSummary summary = summarizeForLine(reading, metric, monitor_->formatLocale());
         const QColor color = summary.level ? Theme::levelColor(summary.level, palette())
                                            : palette().color(QPalette::WindowText);
         if (auto* value = qobject_cast<QLabel*>(machine_->itemAtPosition(row, 1)->widget())) {

@@ -31,7 +31,6 @@ public:
 
 private:
     metrics::SystemMonitor* monitor_;
-    metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
     QGridLayout* machine_;
     std::vector<metrics::SystemMetric> shown_;
     QLabel* paused_;

@@ -80,7 +80,8 @@ SettingsWindow::SettingsWindow(const Coordinators& coordinators, QWidget* parent
     addTab(kGeneralTab, generalTab(), "General");
     addTab(kPanelTab, panelTab(), "Panel");
     if (coordinators_.systemMonitor)
-        addTab(kSystemTab, new SystemTab(coordinators_.systemMonitor), "System");
+        addTab(kSystemTab, new SystemTab(coordinators_.systemMonitor, coordinators_.gaugeAlerts),
+               "System");
     addTab(kAITab, aiTab(), "AI");
     addTab(kSessionsTab, sessionsTab(), "Sessions");
     if (auto* watchdog = coordinators_.watchdog)

@@ -2,6 +2,7 @@
 
 #include "metrics/core/sampling_settings.h"
 #include "metrics/system_monitor.h"
+#include "ui/settings/gauge_limits_box.h"
 #include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 
@@ -39,9 +40,9 @@ void fill(QComboBox* box, const QString& automatic, const std::vector<std::strin
 using metrics::SamplingSettings::kMaxSeconds;
 using metrics::SamplingSettings::kMinSeconds;
 
-SystemTab::SystemTab(SystemMonitor* monitor, QWidget* parent)
+SystemTab::SystemTab(SystemMonitor* monitor, metrics::GaugeAlerts* alerts, QWidget* parent)
     : QWidget(parent), monitor_(monitor), form_(new QFormLayout), refresh_(new QSpinBox),
-      interface_(new QComboBox), volume_(new QComboBox) {
+      interface_(new QComboBox), volume_(new QComboBox), unit_(new QComboBox) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 18, 20, 18);
     layout->setSpacing(6);
@@ -50,18 +51,30 @@ SystemTab::SystemTab(SystemMonitor* monitor, QWidget* parent)
     form_->addRow("Refresh every", refresh_);
     form_->addRow("Network interface", interface_);
     form_->addRow("Disk", volume_);
+    const bool regionFahrenheit =
+        FormatLocale::fromEnvironment().temperatureUnit == TemperatureUnit::fahrenheit;
+    unit_->addItem(regionFahrenheit ? "As in my region (°F)" : "As in my region (°C)", QString());
+    unit_->addItem("Celsius (°C)", QStringLiteral("celsius"));
+    unit_->addItem("Fahrenheit (°F)", QStringLiteral("fahrenheit"));
+    form_->addRow("Temperatures", unit_);
     layout->addLayout(form_);
     choiceNote_ = wrappedLabel({}, Theme::levelColor(metrics::MetricLevel::warning, palette()));
     layout->addWidget(choiceNote_);
     layout->addWidget(wrappedLabel("How often the tray, the popovers and the overview read the "
                                    "machine. Longer saves a little power.",
                                    Theme::mutedText(palette())));
+    if (alerts)
+        layout->addWidget(new GaugeLimitsBox(monitor_, alerts));
     layout->addStretch();
     connect(refresh_, &QSpinBox::valueChanged, monitor_, &SystemMonitor::setRefreshSeconds);
     connect(monitor_, &SystemMonitor::refreshSecondsChanged, this, &SystemTab::sync);
     connect(interface_, &QComboBox::currentIndexChanged, this, [this] { choose(interface_); });
     connect(volume_, &QComboBox::currentIndexChanged, this, [this] { choose(volume_); });
     connect(monitor_, &SystemMonitor::sourceChoiceChanged, this, &SystemTab::syncChoices);
+    connect(unit_, &QComboBox::currentIndexChanged, this, [this] {
+        monitor_->setTemperatureUnit(unit_->currentData().toString().toStdString());
+    });
+    connect(monitor_, &SystemMonitor::formatLocaleChanged, this, &SystemTab::sync);
     sync();
     syncChoices();
 }
@@ -93,6 +106,9 @@ void SystemTab::showEvent(QShowEvent* event) {
 void SystemTab::sync() {
     const QSignalBlocker blocker(refresh_);
     refresh_->setValue(monitor_->refreshSeconds());
+    const QSignalBlocker unitBlocker(unit_);
+    unit_->setCurrentIndex(
+        std::max(0, unit_->findData(QString::fromStdString(monitor_->temperatureUnit()))));
 }
 
 } // namespace ravo::ui

@@ -8,17 +8,19 @@ class QLabel;
 class QSpinBox;
 
 namespace ravo::metrics {
+class GaugeAlerts;
 class SystemMonitor;
-}
+} // namespace ravo::metrics
 
 namespace ravo::ui {
 
-// How the machine is watched: how often it is sampled, and which network interface and
-// volume its figures follow.
+// How the machine is watched: how often it is sampled, which network interface and volume
+// its figures follow, the unit of its temperatures, and the limits that notify.
 class SystemTab : public QWidget {
     Q_OBJECT
 public:
-    explicit SystemTab(metrics::SystemMonitor* monitor, QWidget* parent = nullptr);
+    SystemTab(metrics::SystemMonitor* monitor, metrics::GaugeAlerts* alerts = nullptr,
+              QWidget* parent = nullptr);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -34,6 +36,7 @@ private:
     QSpinBox* refresh_;
     QComboBox* interface_;
     QComboBox* volume_;
+    QComboBox* unit_;
     QLabel* choiceNote_;
 };
 

@@ -17,6 +17,8 @@ PlainDashboard::PlainDashboard(const Coordinators& coordinators, TerminalSession
     coordinators_.systemMonitor->processListDidShow();
     connect(coordinators_.systemMonitor, &metrics::SystemMonitor::readingChanged, this,
             &PlainDashboard::redraw);
+    connect(coordinators_.systemMonitor, &metrics::SystemMonitor::formatLocaleChanged, this,
+            &PlainDashboard::redraw);
     connect(coordinators_.usage, &usage::UsageCoordinator::snapshotChanged, this,
             &PlainDashboard::redraw);
     connect(coordinators_.sessions, &sessions::SessionTracker::sessionsChanged, this,
@@ -37,7 +39,7 @@ void PlainDashboard::redraw() {
     frame.height = terminal_->height().value_or(std::numeric_limits<int>::max());
     frame.color = false;
     frame.keyHints = terminal_->isInteractive();
-    terminal_->draw(renderDashboard(frame, locale_));
+    terminal_->draw(renderDashboard(frame, coordinators_.systemMonitor->formatLocale()));
 }
 
 } // namespace ravo::ui

@@ -23,7 +23,6 @@ public:
 private:
     Coordinators coordinators_;
     TerminalSession* terminal_;
-    metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
 };
 
 } // namespace ravo::ui

@@ -32,6 +32,8 @@ TerminalDashboard::TerminalDashboard(const Coordinators& coordinators, CursesScr
         record();
         redraw();
     });
+    connect(coordinators_.systemMonitor, &SystemMonitor::formatLocaleChanged, this,
+            &TerminalDashboard::redraw);
     connect(coordinators_.usage, &usage::UsageCoordinator::snapshotChanged, this,
             &TerminalDashboard::redraw);
     connect(coordinators_.sessions, &sessions::SessionTracker::sessionsChanged, this,
@@ -100,7 +102,8 @@ void TerminalDashboard::redraw() {
     frame.width = screen_->width();
     frame.height = screen_->height();
     frame.color = screen_->hasColor();
-    DashboardScreen laidOut = layoutDashboard(frame, view_, locale_, std::move(spare_));
+    DashboardScreen laidOut = layoutDashboard(
+        frame, view_, coordinators_.systemMonitor->formatLocale(), std::move(spare_));
     areas_ = std::move(laidOut.areas);
     spare_ = screen_->draw(std::move(laidOut.grid));
 }

@@ -40,7 +40,6 @@ private:
 
     Coordinators coordinators_;
     CursesScreen* screen_;
-    metrics::FormatLocale locale_ = metrics::FormatLocale::fromEnvironment();
     DashboardView view_;
     std::vector<HitArea> areas_;
     ScreenGrid spare_{0, 0}; // the frame before last, drawn over by the next

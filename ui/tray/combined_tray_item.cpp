@@ -28,8 +28,10 @@ CombinedTrayItem::CombinedTrayItem(const Coordinators& coordinators, QMenu* menu
     connect(view_->usage(), &UsageView::quitRequested, this, &CombinedTrayItem::quitRequested);
     connect(coordinators_.usage, &usage::UsageCoordinator::snapshotChanged, this,
             &CombinedTrayItem::redraw);
-    if (auto* monitor = coordinators_.systemMonitor)
+    if (auto* monitor = coordinators_.systemMonitor) {
         connect(monitor, &SystemMonitor::readingChanged, this, &CombinedTrayItem::redraw);
+        connect(monitor, &SystemMonitor::formatLocaleChanged, this, &CombinedTrayItem::redraw);
+    }
     redraw();
 }
 
@@ -55,7 +57,7 @@ void CombinedTrayItem::redraw() {
     const auto peak = snapshot ? snapshot->peakFraction() : std::nullopt;
     const auto content = TrayIconContent::combined(reading, metrics, peak);
     QString tooltip = "Ravo";
-    const auto locale = FormatLocale::fromEnvironment();
+    const auto locale = monitor ? monitor->formatLocale() : FormatLocale::fromEnvironment();
     for (SystemMetric metric : metrics)
         tooltip +=
             QString("\n%1: %2")

@@ -27,6 +27,7 @@ SystemTrayItems::SystemTrayItems(SystemMonitor* monitor, QMenu* sharedMenu,
                                  ConnectionServices connection, QObject* parent)
     : QObject(parent), monitor_(monitor), menu_(sharedMenu), connection_(connection) {
     connect(monitor_, &SystemMonitor::readingChanged, this, &SystemTrayItems::redraw);
+    connect(monitor_, &SystemMonitor::formatLocaleChanged, this, &SystemTrayItems::redraw);
     if (connection_.watchdog)
         connect(connection_.watchdog, &connectivity::ConnectionWatchdog::stateChanged, this,
                 &SystemTrayItems::redraw);
@@ -50,6 +51,8 @@ void SystemTrayItems::build() {
                               [this, metric] { showDetail(metric); });
         item->menu->addSeparator();
         item->menu->addActions(menu_->actions());
+        // The shared actions get ready for this copy as they would for the menu itself.
+        connect(item->menu.get(), &QMenu::aboutToShow, menu_, &QMenu::aboutToShow);
         item->icon->setContextMenu(item->menu.get());
         connect(item->icon.get(), &TrayItem::activated, this,
                 [this, metric] { showDetail(metric); });
@@ -97,8 +100,9 @@ void SystemTrayItems::redraw() {
         paused ? SystemReading{} : monitor_->reading().value_or(SystemReading{});
     const auto connection =
         connection_.watchdog && !paused ? connection_.watchdog->state() : std::nullopt;
+    const FormatLocale locale = monitor_->formatLocale();
     for (auto& item : items_) {
-        const auto view = MetricItemView::of(reading, item->metric, connection);
+        const auto view = MetricItemView::of(reading, item->metric, connection, locale);
         const TrayIconContent& content = view.icon;
         item->icon->setToolTip(paused ? QString::fromStdString(monitor_->suspendedReason()) +
                                             " (Settings → General)"

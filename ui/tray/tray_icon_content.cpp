@@ -44,7 +44,8 @@ std::string trayLabel(SystemMetric metric) {
 
 TrayIconContent
 TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
-                           const std::optional<connectivity::ConnectionState>& connection) {
+                           const std::optional<connectivity::ConnectionState>& connection,
+                           const FormatLocale& locale) {
     TrayIconContent content;
     if (metric == SystemMetric::network) {
         content.isGauge = false;
@@ -69,10 +70,10 @@ TrayIconContent::forMetric(const SystemReading& reading, SystemMetric metric,
     content.label = trayLabel(metric);
     if (metric == SystemMetric::temperature) {
         content.isGauge = false;
-        const auto t = reading.temperatures.value_or(Temperatures{});
-        const auto shown = t.cpu ? t.cpu : (t.gpu ? t.gpu : (t.ssd ? t.ssd : t.battery));
+        const auto shown = reading.temperatures.value_or(Temperatures{}).headline();
         // Temperatures have no levels: what is hot differs too much between machines.
-        content.first = shown ? std::to_string(std::lround(*shown)) + "°" : "—";
+        content.first =
+            shown ? std::to_string(std::lround(MetricFormat::degrees(*shown, locale))) + "°" : "—";
         return content;
     }
     if (const auto fraction = reading.fraction(metric)) {
@@ -108,15 +109,16 @@ TrayIconContent TrayIconContent::combined(const SystemReading& reading,
 }
 
 MetricItemView MetricItemView::of(const SystemReading& reading, SystemMetric metric,
-                                  const std::optional<connectivity::ConnectionState>& connection) {
-    return {TrayIconContent::forMetric(reading, metric, connection),
-            TrayIconContent::tooltip(reading, metric, connection)};
+                                  const std::optional<connectivity::ConnectionState>& connection,
+                                  const FormatLocale& locale) {
+    return {TrayIconContent::forMetric(reading, metric, connection, locale),
+            TrayIconContent::tooltip(reading, metric, connection, locale)};
 }
 
-std::string
-TrayIconContent::tooltip(const SystemReading& reading, SystemMetric metric,
-                         const std::optional<connectivity::ConnectionState>& connection) {
-    const auto summary = summarizeForLine(reading, metric, FormatLocale::fromEnvironment());
+std::string TrayIconContent::tooltip(const SystemReading& reading, SystemMetric metric,
+                                     const std::optional<connectivity::ConnectionState>& connection,
+                                     const FormatLocale& locale) {
+    const auto summary = summarizeForLine(reading, metric, locale);
     std::string text = std::string(displayName(metric)) + ": " + summary.value;
     if (!summary.detail.empty())
         text += "\n" + summary.detail;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "connectivity/core/connection_state.h"
+#include "metrics/core/metric_format.h"
 #include "metrics/core/metric_level.h"
 #include "metrics/core/system_reading.h"
 
@@ -25,7 +26,8 @@ struct TrayIconContent {
     // link, its rates in red without the internet and in orange on a poor connection.
     static TrayIconContent
     forMetric(const metrics::SystemReading& reading, metrics::SystemMetric metric,
-              const std::optional<connectivity::ConnectionState>& connection = {});
+              const std::optional<connectivity::ConnectionState>& connection = {},
+              const metrics::FormatLocale& locale = {});
     // The one item of a crowded panel: the fullest gauge among `metrics` and the AI limits,
     // labelled with whichever that is.
     static TrayIconContent combined(const metrics::SystemReading& reading,
@@ -33,7 +35,8 @@ struct TrayIconContent {
                                     std::optional<double> aiPeak);
     // The tooltip: "Processor: 42%".
     static std::string tooltip(const metrics::SystemReading& reading, metrics::SystemMetric metric,
-                               const std::optional<connectivity::ConnectionState>& connection = {});
+                               const std::optional<connectivity::ConnectionState>& connection = {},
+                               const metrics::FormatLocale& locale = {});
 };
 
 // A metric item as a whole: its icon and its tooltip, made together from one reading and one
@@ -44,7 +47,8 @@ struct MetricItemView {
     bool operator==(const MetricItemView&) const = default;
 
     static MetricItemView of(const metrics::SystemReading& reading, metrics::SystemMetric metric,
-                             const std::optional<connectivity::ConnectionState>& connection = {});
+                             const std::optional<connectivity::ConnectionState>& connection = {},
+                             const metrics::FormatLocale& locale = {});
 };
 
 } // namespace ravo::ui

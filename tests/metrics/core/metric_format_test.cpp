@@ -49,8 +49,8 @@ TEST(PercentAndCelsius, RoundToWholeNumbers) {
     EXPECT_EQ(MetricFormat::percent(0.42), "42%");
     EXPECT_EQ(MetricFormat::percent(0.995), "100%");
     EXPECT_EQ(MetricFormat::percent(0), "0%");
-    EXPECT_EQ(MetricFormat::celsius(61.6), "62°C");
-    EXPECT_EQ(MetricFormat::celsius(-0.2), "0°C");
+    EXPECT_EQ(MetricFormat::temperature(61.6), "62°C");
+    EXPECT_EQ(MetricFormat::temperature(-0.2), "0°C");
 }
 
 // Regression: percent and celsius ignored the locale they were given.
@@ -59,10 +59,22 @@ TEST(PercentAndCelsius, FollowTheLocale) {
     EXPECT_EQ(MetricFormat::percent(0.42, FormatLocale::named("fr_FR.UTF-8")), "42\u202f%");
     EXPECT_EQ(MetricFormat::percent(0.42, FormatLocale::named("tr_TR.UTF-8")), "%42");
     EXPECT_EQ(MetricFormat::percent(0.42, FormatLocale::named("en_GB.UTF-8")), "42%");
-    EXPECT_EQ(MetricFormat::celsius(61.6, FormatLocale::named("de_DE.UTF-8")), "62°C");
+    EXPECT_EQ(MetricFormat::temperature(61.6, FormatLocale::named("de_DE.UTF-8")), "62°C");
+}
+
+TEST(PercentAndCelsius, FahrenheitWhereTheRegionMeasuresInIt) {
+    const auto us = FormatLocale::named("en_US.UTF-8");
+    EXPECT_EQ(MetricFormat::temperature(61.6, us), "143°F");
+    EXPECT_EQ(MetricFormat::temperature(-40, us), "-40°F");
+    EXPECT_EQ(MetricFormat::temperature(100, us), "212°F");
+    // The language does not decide it; the territory does.
+    EXPECT_EQ(MetricFormat::temperature(20, FormatLocale::named("es_US.UTF-8")), "68°F");
+    EXPECT_EQ(MetricFormat::temperature(20, FormatLocale::named("en_GB.UTF-8")), "20°C");
+    EXPECT_EQ(MetricFormat::temperature(20, FormatLocale::named("C.UTF-8")), "20°C");
 }
 
 TEST(FormatLocaleTest, ComesFromTheUsersEnvironmentInPosixOrder) {
+    ::unsetenv("LC_MEASUREMENT");
     const char* saved[3] = {std::getenv("LC_ALL"), std::getenv("LC_NUMERIC"), std::getenv("LANG")};
     const std::string copies[3] = {saved[0] ? saved[0] : "", saved[1] ? saved[1] : "",
                                    saved[2] ? saved[2] : ""};
@@ -72,6 +84,14 @@ TEST(FormatLocaleTest, ComesFromTheUsersEnvironmentInPosixOrder) {
     EXPECT_EQ(FormatLocale::fromEnvironment().decimalSeparator, ',');
     ::setenv("LC_ALL", "C", 1);
     EXPECT_EQ(FormatLocale::fromEnvironment().decimalSeparator, '.');
+    // Numbers and measures are separate categories: German numbers, American degrees.
+    ::unsetenv("LC_ALL");
+    ::setenv("LC_MEASUREMENT", "en_US.UTF-8", 1);
+    ::setenv("LANG", "de_DE.UTF-8", 1);
+    EXPECT_EQ(FormatLocale::fromEnvironment().decimalSeparator, ',');
+    EXPECT_EQ(FormatLocale::fromEnvironment().temperatureUnit, TemperatureUnit::fahrenheit);
+    ::unsetenv("LC_MEASUREMENT");
+    EXPECT_EQ(FormatLocale::fromEnvironment().temperatureUnit, TemperatureUnit::celsius);
     const char* names[3] = {"LC_ALL", "LC_NUMERIC", "LANG"};
     for (int i = 0; i < 3; ++i) {
         if (saved[i])

@@ -1,0 +1,116 @@
+#include "ui/settings/gauge_limits_box.h"
+
+#include "metrics/core/gauge_thresholds.h"
+#include "metrics/core/metric_format.h"
+#include "metrics/gauge_alerts.h"
+#include "metrics/system_monitor.h"
+#include "ui/widgets/layout_helpers.h"
+
+#include <QCheckBox>
+#include <QGridLayout>
+#include <QSignalBlocker>
+#include <QSpinBox>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+namespace ravo::ui {
+
+using metrics::SystemMetric;
+
+namespace {
+
+// What a newly ticked limit starts at: high enough to mean trouble on most machines.
+int suggestedLimit(SystemMetric metric) {
+    switch (metric) {
+    case SystemMetric::swap:
+        return 50;
+    case SystemMetric::temperature:
+        return 90; // °C
+    default:
+        return 90;
+    }
+}
+
+bool fahrenheit(const metrics::SystemMonitor* monitor) {
+    return monitor->formatLocale().temperatureUnit == TemperatureUnit::fahrenheit;
+}
+
+int toCelsius(int shown, bool inFahrenheit) {
+    return inFahrenheit ? int(std::lround((shown - 32) * 5.0 / 9.0)) : shown;
+}
+
+int fromCelsius(double celsius, bool inFahrenheit) {
+    return int(std::lround(inFahrenheit ? celsius * 9 / 5 + 32 : celsius));
+}
+
+} // namespace
+
+GaugeLimitsBox::GaugeLimitsBox(metrics::SystemMonitor* monitor, metrics::GaugeAlerts* alerts,
+                               QWidget* parent)
+    : QWidget(parent), monitor_(monitor), alerts_(alerts) {
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 12, 0, 0);
+    layout->setSpacing(6);
+    layout->addWidget(heading("Notify me when", 13));
+    auto* grid = new QGridLayout;
+    grid->setHorizontalSpacing(12);
+    grid->setVerticalSpacing(4);
+    const auto& missing = monitor_->missingSources();
+    int line = 0;
+    for (SystemMetric metric : metrics::GaugeThresholds::kWatchable) {
+        // A gauge this machine cannot read would never notify.
+        if (missing.contains(metric))
+            continue;
+        Row row{
+            new QCheckBox(QString::fromUtf8(metrics::displayName(metric).data()) + " stays above"),
+            new QSpinBox};
+        row.limit->setEnabled(false);
+        grid->addWidget(row.on, line, 0);
+        grid->addWidget(row.limit, line, 1);
+        ++line;
+        connect(row.on, &QCheckBox::toggled, this, [this, metric] { store(metric); });
+        connect(row.limit, &QSpinBox::valueChanged, this, [this, metric] { store(metric); });
+        rows_.emplace(metric, row);
+    }
+    grid->setColumnStretch(2, 1);
+    layout->addLayout(grid);
+    connect(alerts_, &metrics::GaugeAlerts::limitsChanged, this, &GaugeLimitsBox::sync);
+    connect(monitor_, &metrics::SystemMonitor::formatLocaleChanged, this, &GaugeLimitsBox::sync);
+    sync();
+}
+
+void GaugeLimitsBox::store(SystemMetric metric) {
+    const Row& row = rows_.at(metric);
+    std::optional<int> limit;
+    if (row.on->isChecked())
+        limit = metric == SystemMetric::temperature
+                    ? toCelsius(row.limit->value(), fahrenheit(monitor_))
+                    : row.limit->value();
+    if (limit == alerts_->limit(metric))
+        return;
+    alerts_->setLimit(metric, limit);
+}
+
+void GaugeLimitsBox::sync() {
+    const bool inFahrenheit = fahrenheit(monitor_);
+    for (auto& [metric, row] : rows_) {
+        const QSignalBlocker onBlocker(row.on);
+        const QSignalBlocker limitBlocker(row.limit);
+        const auto limit = alerts_->limit(metric);
+        const double shown = limit.value_or(suggestedLimit(metric));
+        if (metric == SystemMetric::temperature) {
+            row.limit->setRange(fromCelsius(30, inFahrenheit), fromCelsius(120, inFahrenheit));
+            row.limit->setSuffix(inFahrenheit ? " °F" : " °C");
+            row.limit->setValue(fromCelsius(shown, inFahrenheit));
+        } else {
+            row.limit->setRange(1, 100);
+            row.limit->setSuffix(" %");
+            row.limit->setValue(int(std::lround(shown)));
+        }
+        row.on->setChecked(limit.has_value());
+        row.limit->setEnabled(limit.has_value());
+    }
+}
+
+} // namespace ravo::ui
