@@ -1,6 +1,8 @@
 #include "ui/tray/tray_panel.h"
 
+#include "common/log_categories.h"
 #include "common/settings_values.h"
+#include "common/system_monitor_app.h"
 #include "metrics/system_monitor.h"
 #include "ui/tray/combined_tray_item.h"
 #include "ui/tray/system_tray_items.h"
@@ -15,10 +17,15 @@ namespace ravo::ui {
 
 TrayPanel::TrayPanel(const Coordinators& coordinators, QSettings* settings, QObject* parent)
     : QObject(parent), coordinators_(coordinators), settings_(settings),
-      combined_(settings && common::readFlag(*settings, kCombined)) {
+      combined_(settings && common::readFlag(*settings, kCombined)),
+      systemMonitorApp_(common::makeSystemMonitorApp()) {
     metricMenu_.addAction("AI usage", this, &TrayPanel::showUsage);
+    systemMonitorAction_ =
+        metricMenu_.addAction("Open System Monitor", this, &TrayPanel::openSystemMonitor);
     metricMenu_.addAction("Settings…", this,
                           [this] { emit settingsRequested(SettingsWindow::kPanelTab); });
+    updateSystemMonitorAction();
+    connect(&metricMenu_, &QMenu::aboutToShow, this, &TrayPanel::updateSystemMonitorAction);
     metricMenu_.addSeparator();
     metricMenu_.addAction("Quit Ravo", this, &TrayPanel::quitRequested);
     if (auto* monitor = coordinators_.systemMonitor) {
@@ -57,6 +64,17 @@ void TrayPanel::showUsage() {
         combinedItem_->showPopover();
     else if (usageItem_)
         usageItem_->showPopover();
+}
+
+void TrayPanel::updateSystemMonitorAction() {
+    systemMonitorAction_->setVisible(systemMonitorApp_->isInstalled());
+}
+
+void TrayPanel::openSystemMonitor() {
+    if (const Status opened = systemMonitorApp_->open(); !opened) {
+        qCWarning(lcApp).noquote() << QString::fromStdString(opened.error());
+        updateSystemMonitorAction();
+    }
 }
 
 void TrayPanel::build() {

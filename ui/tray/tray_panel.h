@@ -13,6 +13,10 @@
 
 class QSettings;
 
+namespace ravo::common {
+class SystemMonitorApp;
+}
+
 namespace ravo::ui {
 
 class CombinedTrayItem;
@@ -51,6 +55,9 @@ private:
     std::vector<TrayItem*> row() const;
     void showRow();
     void showNext(int showing);
+    // Shown only while a system monitor is installed; looked for again as a menu opens.
+    void updateSystemMonitorAction();
+    void openSystemMonitor();
 
     Coordinators coordinators_;
     QSettings* settings_;
@@ -60,6 +67,8 @@ private:
     static constexpr int kPlacingTime = 1000;
     std::vector<QPointer<TrayItem>> waiting_;
     int showing_ = 0;
+    std::unique_ptr<common::SystemMonitorApp> systemMonitorApp_;
+    QAction* systemMonitorAction_ = nullptr;
     QMenu metricMenu_;
     std::unique_ptr<CombinedTrayItem> combinedItem_;
     std::unique_ptr<UsageTrayItem> usageItem_;
