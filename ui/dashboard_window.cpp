@@ -72,6 +72,8 @@ DashboardWindow::DashboardWindow(const Coordinators& coordinators, QSettings* se
     auto* aiColumn = new QVBoxLayout(ai_);
     aiColumn->setContentsMargins(0, 0, 0, 0);
     auto* usage = new UsageView(coordinators.usage, coordinators.sessions);
+    usage_ = usage;
+    room_ = room;
     aiColumn->addWidget(usage);
     if (auto* monitor = coordinators.websiteMonitor) {
         // What the websites item would show, there while there are sites to watch.
@@ -181,6 +183,9 @@ void DashboardWindow::arrange(const OverviewArrangement& arrangement) {
         }
         pages_->addTab(ai_, kAIPage);
     }
+    // A page of its own has the window's width: the providers can share it.
+    usage_->setProvidersSideBySide(!arrangement.sideBySide &&
+                                   room_.width() >= 2 * usage_->minimumWidth() + 3 * kMargin);
     sides_->setVisible(arrangement.sideBySide);
     pages_->setVisible(!arrangement.sideBySide);
 }

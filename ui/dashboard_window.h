@@ -14,6 +14,8 @@ class QSettings;
 
 namespace ravo::ui {
 
+class UsageView;
+
 // Where the desktop has no tray: an overview window with the metrics, the AI usage and the
 // websites, and a line that says why it is there. It keeps the size and place the user gives
 // it, and closing it quits Ravo unless the user chose to keep Ravo running in the background.
@@ -59,6 +61,8 @@ private:
     std::vector<QWidget*> machinePages_; // the gauges' pages, one when side by side
     std::vector<QGridLayout*> grids_;    // each page's grid
     QWidget* ai_ = nullptr;
+    UsageView* usage_ = nullptr;
+    QSize room_;
     QWidget* sides_ = nullptr;    // the machine and the AI column side by side
     QTabWidget* pages_ = nullptr; // or one after the other
 };

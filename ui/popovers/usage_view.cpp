@@ -133,6 +133,13 @@ void UsageView::rebuild() {
         popover->adjustSize();
 }
 
+void UsageView::setProvidersSideBySide(bool sideBySide) {
+    if (sideBySide == providersSideBySide_)
+        return;
+    providersSideBySide_ = sideBySide;
+    rebuild();
+}
+
 void UsageView::addProviders() {
     const auto& snapshot = usage_->snapshot();
     if (!snapshot || snapshot->providers.empty()) {
@@ -140,42 +147,56 @@ void UsageView::addProviders() {
         return;
     }
     const TimePoint now = Clock::now();
+    QHBoxLayout* columns = nullptr;
+    if (providersSideBySide_ && snapshot->providers.size() > 1) {
+        columns = new QHBoxLayout;
+        columns->setSpacing(24);
+        body_->addLayout(columns);
+    }
     for (const auto& provider : snapshot->providers) {
+        QVBoxLayout* column = body_;
+        if (columns) {
+            column = new QVBoxLayout;
+            column->setSpacing(body_->spacing());
+            columns->addLayout(column, 1);
+        }
         auto* title = new QHBoxLayout;
         title->addWidget(heading(QString::fromUtf8(displayName(provider.provider).data()), 14));
         title->addStretch();
         if (const auto plan = PlanName::display(provider.plan, provider.planMultiplier))
             title->addWidget(mutedLabel(QString::fromStdString(*plan)));
-        body_->addLayout(title);
+        column->addLayout(title);
         // Each provider says how old its own figures are: one may lag behind the other.
         if (provider.updatedAt) {
             const QString age =
                 "Updated " +
                 QString::fromStdString(sessions::SessionList::age(*provider.updatedAt, now));
-            body_->addWidget(
+            column->addWidget(
                 UsageText::isStale(provider, now)
                     ? coloredLabel(age, Theme::levelColor(metrics::MetricLevel::warning, palette()))
                     : mutedLabel(age));
         }
         for (const auto& window : provider.windows)
-            body_->addWidget(windowRow(window, now, palette()));
+            column->addWidget(windowRow(window, now, palette()));
         if (provider.credits)
-            body_->addWidget(mutedLabel(
+            column->addWidget(mutedLabel(
                 provider.credits->unlimited
                     ? "Credits: unlimited"
                     : "Credits: " + QString::fromStdString(provider.credits->balance.toString())));
         if (provider.resetCredits > 0)
-            body_->addWidget(
+            column->addWidget(
                 mutedLabel(QString("Limit resets available: %1").arg(provider.resetCredits)));
         if (provider.setup)
-            body_->addWidget(wrappedLabel(QString::fromUtf8(message(*provider.setup).data()),
-                                          palette().color(QPalette::WindowText)));
+            column->addWidget(wrappedLabel(QString::fromUtf8(message(*provider.setup).data()),
+                                           palette().color(QPalette::WindowText)));
         if (provider.error)
-            body_->addWidget(
+            column->addWidget(
                 wrappedLabel(QString::fromStdString(*provider.error), Theme::errorText(palette())));
         if (const auto fix = UsageText::remedy(provider))
-            body_->addWidget(
+            column->addWidget(
                 wrappedLabel(QString::fromStdString(*fix), palette().color(QPalette::WindowText)));
+        if (columns)
+            column->addStretch(); // a short provider's rows stay at the top
     }
 }
 

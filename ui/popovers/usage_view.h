@@ -23,6 +23,9 @@ public:
               QWidget* parent = nullptr);
 
     void rebuild();
+    // Providers in columns of their own rather than one under the other, for a window with
+    // the width and not the height.
+    void setProvidersSideBySide(bool sideBySide);
 
 signals:
     void settingsRequested();
@@ -35,6 +38,7 @@ private:
     usage::UsageCoordinator* usage_;
     sessions::SessionTracker* sessions_;
     QVBoxLayout* body_;
+    bool providersSideBySide_ = false;
 };
 
 } // namespace ravo::ui

@@ -4,6 +4,7 @@
 #include "metrics/core/metric_format.h"
 #include "metrics/gauge_alerts.h"
 #include "metrics/system_monitor.h"
+#include "ui/theme.h"
 #include "ui/widgets/layout_helpers.h"
 
 #include <QCheckBox>
@@ -75,6 +76,9 @@ GaugeLimitsBox::GaugeLimitsBox(metrics::SystemMonitor* monitor, metrics::GaugeAl
     }
     grid->setColumnStretch(2, 1);
     layout->addLayout(grid);
+    layout->addWidget(wrappedLabel("Once, when a gauge has stayed past its limit for ten "
+                                   "seconds; again after it has come back down.",
+                                   Theme::mutedText(palette())));
     connect(alerts_, &metrics::GaugeAlerts::limitsChanged, this, &GaugeLimitsBox::sync);
     connect(monitor_, &metrics::SystemMonitor::formatLocaleChanged, this, &GaugeLimitsBox::sync);
     sync();
