@@ -79,9 +79,29 @@ void Checker::stop() {
         resultsReady_.notify_all();
     }
     saver_.join();
+    returnUnstarted();
     if (options_.telemetry)
         options_.telemetry->checkerRunning = false;
     log::info("checker", "stopped after " + std::to_string(totalChecked_) + " checks");
+}
+
+void Checker::returnUnstarted() {
+    std::vector<DueCheck> unstarted = std::move(claimed_);
+    claimed_.clear();
+    {
+        std::lock_guard lock(queueMutex_);
+        // From the epoch's view no next slot has come: every waiting check is handed back.
+        while (auto check = queue_.take(TimePoint{}))
+            unstarted.push_back(std::move(*check));
+    }
+    if (unstarted.empty())
+        return;
+    if (auto done = store_.returnUnstartedChecks(unstarted); !done)
+        log::error("checker", std::to_string(unstarted.size()) +
+                                  " claimed checks wait for their next slot: " + done.error());
+    else
+        log::info("checker",
+                  std::to_string(unstarted.size()) + " claimed checks left to the next start");
 }
 
 void Checker::sitesChanged() {

@@ -49,6 +49,8 @@ public:
 private:
     void schedule();
     void claim(TimePoint now);
+    // What was claimed but not started goes back to the store, due again.
+    void returnUnstarted();
     void release(TimePoint now);
     ProbeLane::Taken take(std::size_t room);
     void finished(std::vector<CheckReport>&& reports);

@@ -8,6 +8,9 @@ namespace {
 constexpr auto kIdleWait = std::chrono::milliseconds(1000);
 // With checks waiting beyond its share, a lane comes back for more soon.
 constexpr auto kBusyWait = std::chrono::milliseconds(2);
+// How long a stopping lane waits for the checks it has under way; a slower site's slot is
+// left unrecorded rather than holding up a restart.
+constexpr auto kStopGrace = std::chrono::seconds(3);
 
 } // namespace
 
@@ -46,6 +49,14 @@ void ProbeLane::run() {
         }
         inFlight_ = prober_.inFlight();
         auto finished = prober_.poll(moreWaiting ? kBusyWait : kIdleWait);
+        inFlight_ = prober_.inFlight();
+        if (!finished.empty())
+            finished_(std::move(finished));
+    }
+    // Checks under way have reached their sites: their answers are worth saving.
+    const auto giveUpAt = std::chrono::steady_clock::now() + kStopGrace;
+    while (prober_.inFlight() > 0 && std::chrono::steady_clock::now() < giveUpAt) {
+        auto finished = prober_.poll(std::chrono::milliseconds(50));
         inFlight_ = prober_.inFlight();
         if (!finished.empty())
             finished_(std::move(finished));

@@ -53,6 +53,7 @@ public:
     Result<std::vector<wire::CloudSiteStatus>> siteStatuses(const std::string& accountID) override;
 
     Result<std::vector<DueCheck>> claimDueChecks(TimePoint now, int limit) override;
+    Status returnUnstartedChecks(const std::vector<DueCheck>& checks) override;
     Result<std::optional<TimePoint>> nextDueAt() override;
     Status recordChecks(const std::vector<CheckReport>& reports,
                         const CheckPolicy& policy) override;

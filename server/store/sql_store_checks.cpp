@@ -128,6 +128,25 @@ Result<std::vector<DueCheck>> SqlStore::claimDueChecks(TimePoint now, int limit)
     return due;
 }
 
+Status SqlStore::returnUnstartedChecks(const std::vector<DueCheck>& checks) {
+    if (checks.empty())
+        return success();
+    auto db = pool_->acquire();
+    if (!db)
+        return db.failure();
+    SqlTransaction transaction(**db);
+    for (const auto& check : checks)
+        // Only while the site still waits for the slot its claim moved it to; the times
+        // went through a double and back, hence the millisecond.
+        if (auto done = (*db)->execute(
+                "UPDATE sites SET next_check_at = ? WHERE key = ? AND "
+                "ABS(next_check_at - ?) < 0.001",
+                {unixSeconds(check.slot), check.siteKey, unixSeconds(check.nextSlot)});
+            !done)
+            return done;
+    return transaction.commit();
+}
+
 Result<std::optional<TimePoint>> SqlStore::nextDueAt() {
     auto db = pool_->acquire();
     if (!db)

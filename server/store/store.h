@@ -177,6 +177,10 @@ public:
     // Claims up to `limit` enabled sites whose slot has come and moves each to its next
     // slot, so that with several processes every slot is checked by one of them.
     virtual Result<std::vector<DueCheck>> claimDueChecks(TimePoint now, int limit) = 0;
+    // Puts claimed checks that never started back on their slot, so a server that stops
+    // leaves them to the next one; a site that has moved on since (edited, or claimed
+    // again) keeps what it has.
+    virtual Status returnUnstartedChecks(const std::vector<DueCheck>& checks) = 0;
     // The earliest slot of any enabled site not claimed yet; nothing without sites.
     virtual Result<std::optional<TimePoint>> nextDueAt() = 0;
     // Statuses, history, incidents and queued alerts for a batch of finished checks.

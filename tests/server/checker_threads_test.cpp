@@ -100,13 +100,14 @@ protected:
     // and there are no others. How soon is the benchmark's to say: a loaded test machine
     // may start one late.
     void expectOneCheckPerSlot(int site, const std::vector<TimePoint>& seen, TimePoint from,
-                               TimePoint to) {
-        TimePoint slot = firstSlot(from, 1, identities.at(site), 1);
+                               TimePoint to, std::chrono::seconds slotLength = 1s) {
+        TimePoint slot = firstSlot(from, 1, identities.at(site), double(slotLength.count()));
         std::size_t matched = 0;
-        for (; slot < to - 1s; slot += 1s) {
-            const auto inSlot = std::count_if(seen.begin(), seen.end(), [slot](TimePoint at) {
-                return at >= slot && at < slot + 1s;
-            });
+        for (; slot < to - slotLength; slot += slotLength) {
+            const auto inSlot =
+                std::count_if(seen.begin(), seen.end(), [slot, slotLength](TimePoint at) {
+                    return at >= slot && at < slot + slotLength;
+                });
             EXPECT_EQ(inSlot, 1) << "site " << site << ", slot at " << unixSeconds(slot);
             matched += static_cast<std::size_t>(inSlot);
         }
@@ -165,19 +166,43 @@ TEST_P(CheckerThreadsTest, EverySlotIsCheckedOnceOnTimeByThreadsSharingTheWork) 
 
 // Two checkers claiming from one database, as two processes do on PostgreSQL.
 TEST_P(CheckerThreadsTest, TwoCheckersOnOneDatabaseNeverCheckASlotTwice) {
-    addAccount("shared@example.org", 0, 40);
+    // Two-second slots: what the first to stop hands back, the other has time to claim.
+    store->setMinuteSeconds(2);
+    // A slot may come while the sites are saved: it is due, and counts.
     const TimePoint started = Clock::now();
+    addAccount("shared@example.org", 0, 40);
     Checker one(*store, options());
     Checker other(*store, options());
     one.start();
     other.start();
-    std::this_thread::sleep_for(3500ms);
+    std::this_thread::sleep_for(4500ms);
     one.stop();
     other.stop();
     const auto requests = website.requests();
     EXPECT_EQ(requests.size(), 40u);
     for (const auto& [site, seen] : requests)
-        expectOneCheckPerSlot(site, seen, started, Clock::now());
+        expectOneCheckPerSlot(site, seen, started, Clock::now(), 2s);
+}
+
+// A restart, as an upgrade does it: what the first had claimed ahead, the second checks.
+TEST_P(CheckerThreadsTest, ARestartLosesNoSlotTheStoppedCheckerHadClaimed) {
+    // Slots two seconds apart, so the restart's own pause is not a slot missed.
+    store->setMinuteSeconds(2);
+    const TimePoint started = Clock::now();
+    addAccount("restarted@example.org", 0, 30);
+    {
+        Checker before(*store, options());
+        before.start();
+        std::this_thread::sleep_for(3300ms);
+    }
+    Checker after(*store, options());
+    after.start();
+    std::this_thread::sleep_for(3500ms);
+    after.stop();
+    const auto requests = website.requests();
+    EXPECT_EQ(requests.size(), 30u);
+    for (const auto& [site, seen] : requests)
+        expectOneCheckPerSlot(site, seen, started, Clock::now(), 2s);
 }
 
 std::mutex loggedMutex;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <set>
@@ -121,6 +122,39 @@ TEST_P(StoreChecksTest, AServerThatWasAwaySkipsTheSlotsItMissed) {
     }
     EXPECT_TRUE(store->claimDueChecks(now + 1h, 10).value().empty());
     EXPECT_EQ(store->claimDueChecks(now + 1h + 5min, 10).value().size(), 3u);
+}
+
+TEST_P(StoreChecksTest, ChecksAStoppingServerNeverStartedAreDueAgain) {
+    syncSites(account, 4, 5);
+    const auto claimed = store->claimDueChecks(now + 5min, 10).value();
+    ASSERT_EQ(claimed.size(), 4u);
+    EXPECT_TRUE(store->claimDueChecks(now + 5min, 10).value().empty());
+    // Two of them were claimed by a second process after ours, and slot moved on: those
+    // keep the claim; ours of the other two come back, each on its own slot.
+    std::vector<DueCheck> stale = {claimed[2], claimed[3]};
+    for (auto& check : stale) {
+        check.nextSlot -= 5min; // what this process had seen: an older claim
+        check.slot -= 5min;
+    }
+    ASSERT_TRUE(store->returnUnstartedChecks({claimed[0], claimed[1]}));
+    ASSERT_TRUE(store->returnUnstartedChecks(stale));
+    auto again = store->claimDueChecks(now + 5min, 10).value();
+    ASSERT_EQ(again.size(), 2u);
+    std::sort(again.begin(), again.end(),
+              [](const DueCheck& a, const DueCheck& b) { return a.siteKey < b.siteKey; });
+    std::vector<DueCheck> expected = {claimed[0], claimed[1]};
+    std::sort(expected.begin(), expected.end(),
+              [](const DueCheck& a, const DueCheck& b) { return a.siteKey < b.siteKey; });
+    for (std::size_t i = 0; i < again.size(); ++i) {
+        EXPECT_EQ(again[i].siteID, expected[i].siteID);
+        EXPECT_LT(std::abs(secondsBetween(again[i].slot, expected[i].slot)), 0.01);
+    }
+    // A site edited since its claim has a new schedule, which a late return leaves alone.
+    syncSites(account, 4, 1);
+    const auto edited = store->nextDueAt().value();
+    ASSERT_TRUE(store->returnUnstartedChecks(again));
+    EXPECT_EQ(store->nextDueAt().value(), edited);
+    EXPECT_TRUE(store->returnUnstartedChecks({}));
 }
 
 TEST_P(StoreChecksTest, OutagesBecomeStatusesIncidentsUptimeAndQueuedAlerts) {
