@@ -76,7 +76,9 @@ class Watcher(dbus.service.Object):
             log.write("menu %s %s %s %s\n" % (item_id, name, menu_path, ",".join(
                 "%d:%s" % (entry[0], "-" if entry[1].get("type") == "separator"
                            else str(entry[1]["label"]).replace(" ", "_"))
-                for entry in entries)))
+                for entry in entries
+                # Hosts leave out what the item hides, as its "visible" property asks.
+                if entry[1].get("visible", True))))
         bus.add_signal_receiver(
             lambda: log.write("tooltip %s %s\n" % (
                 item_id, str(props.Get(ITEM, "ToolTip")[2]).replace(" ", "_"))),
