@@ -7,9 +7,6 @@ namespace ravo::metrics::GaugeThresholds {
 
 namespace {
 
-constexpr int kLowestDegrees = 30;
-constexpr int kHighestDegrees = 120;
-
 std::optional<int> wholeNumber(std::string_view text) {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -40,13 +37,19 @@ std::optional<int> celsius(std::string_view text) {
     const auto value = wholeNumber(text);
     if (!value)
         return std::nullopt;
-    const int degrees = fahrenheit ? int(std::lround((*value - 32) * 5.0 / 9.0)) : *value;
+    const int degrees =
+        celsiusOf(*value, fahrenheit ? TemperatureUnit::fahrenheit : TemperatureUnit::celsius);
     if (degrees < kLowestDegrees || degrees > kHighestDegrees)
         return std::nullopt;
     return degrees;
 }
 
 } // namespace
+
+int celsiusOf(int degrees, TemperatureUnit unit) {
+    return unit == TemperatureUnit::fahrenheit ? int(std::lround((degrees - 32) * 5.0 / 9.0))
+                                               : degrees;
+}
 
 Result<std::string> checkedPercent(std::string_view typed) {
     if (typed.empty())

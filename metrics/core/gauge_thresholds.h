@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/number_format.h"
 #include "base/result.h"
 #include "base/setting.h"
 #include "metrics/core/system_metric.h"
@@ -16,6 +17,12 @@ namespace ravo::metrics::GaugeThresholds {
 inline constexpr std::array<SystemMetric, 6> kWatchable{
     SystemMetric::cpu,  SystemMetric::gpu,  SystemMetric::memory,
     SystemMetric::disk, SystemMetric::swap, SystemMetric::temperature};
+
+// The temperatures a limit may take, in °C.
+inline constexpr int kLowestDegrees = 30;
+inline constexpr int kHighestDegrees = 120;
+// Whole degrees typed in `unit`, in Celsius.
+int celsiusOf(int degrees, TemperatureUnit unit);
 
 // A percentage from 1 to 100 as it is stored, or what is wrong; empty is off.
 Result<std::string> checkedPercent(std::string_view typed);

@@ -48,19 +48,19 @@ void ProbeLane::run() {
             moreWaiting = taken.moreWaiting && prober_.inFlight() < maxInFlight_;
         }
         inFlight_ = prober_.inFlight();
-        auto finished = prober_.poll(moreWaiting ? kBusyWait : kIdleWait);
-        inFlight_ = prober_.inFlight();
-        if (!finished.empty())
-            finished_(std::move(finished));
+        collect(moreWaiting ? kBusyWait : kIdleWait);
     }
     // Checks under way have reached their sites: their answers are worth saving.
     const auto giveUpAt = std::chrono::steady_clock::now() + kStopGrace;
-    while (prober_.inFlight() > 0 && std::chrono::steady_clock::now() < giveUpAt) {
-        auto finished = prober_.poll(std::chrono::milliseconds(50));
-        inFlight_ = prober_.inFlight();
-        if (!finished.empty())
-            finished_(std::move(finished));
-    }
+    while (prober_.inFlight() > 0 && std::chrono::steady_clock::now() < giveUpAt)
+        collect(std::chrono::milliseconds(50));
+}
+
+void ProbeLane::collect(std::chrono::milliseconds wait) {
+    auto finished = prober_.poll(wait);
+    inFlight_ = prober_.inFlight();
+    if (!finished.empty())
+        finished_(std::move(finished));
 }
 
 } // namespace ravo::server

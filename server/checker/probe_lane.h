@@ -36,6 +36,8 @@ public:
 
 private:
     void run();
+    // Waits up to `wait` for checks to finish and hands on those that did.
+    void collect(std::chrono::milliseconds wait);
 
     HttpProber prober_;
     std::size_t maxInFlight_;

@@ -21,28 +21,14 @@ using metrics::SystemMetric;
 
 namespace {
 
-// What a newly ticked limit starts at: high enough to mean trouble on most machines.
+// What a newly ticked limit starts at: high enough to mean trouble on most machines (°C for
+// the temperature).
 int suggestedLimit(SystemMetric metric) {
-    switch (metric) {
-    case SystemMetric::swap:
-        return 50;
-    case SystemMetric::temperature:
-        return 90; // °C
-    default:
-        return 90;
-    }
+    return metric == SystemMetric::swap ? 50 : 90;
 }
 
-bool fahrenheit(const metrics::SystemMonitor* monitor) {
-    return monitor->formatLocale().temperatureUnit == TemperatureUnit::fahrenheit;
-}
-
-int toCelsius(int shown, bool inFahrenheit) {
-    return inFahrenheit ? int(std::lround((shown - 32) * 5.0 / 9.0)) : shown;
-}
-
-int fromCelsius(double celsius, bool inFahrenheit) {
-    return int(std::lround(inFahrenheit ? celsius * 9 / 5 + 32 : celsius));
+int shownDegrees(double celsius, const FormatLocale& locale) {
+    return int(std::lround(metrics::MetricFormat::degrees(celsius, locale)));
 }
 
 } // namespace
@@ -89,7 +75,8 @@ void GaugeLimitsBox::store(SystemMetric metric) {
     std::optional<int> limit;
     if (row.on->isChecked())
         limit = metric == SystemMetric::temperature
-                    ? toCelsius(row.limit->value(), fahrenheit(monitor_))
+                    ? metrics::GaugeThresholds::celsiusOf(row.limit->value(),
+                                                          monitor_->formatLocale().temperatureUnit)
                     : row.limit->value();
     if (limit == alerts_->limit(metric))
         return;
@@ -97,16 +84,18 @@ void GaugeLimitsBox::store(SystemMetric metric) {
 }
 
 void GaugeLimitsBox::sync() {
-    const bool inFahrenheit = fahrenheit(monitor_);
+    const FormatLocale locale = monitor_->formatLocale();
+    const bool inFahrenheit = locale.temperatureUnit == TemperatureUnit::fahrenheit;
     for (auto& [metric, row] : rows_) {
         const QSignalBlocker onBlocker(row.on);
         const QSignalBlocker limitBlocker(row.limit);
         const auto limit = alerts_->limit(metric);
         const double shown = limit.value_or(suggestedLimit(metric));
         if (metric == SystemMetric::temperature) {
-            row.limit->setRange(fromCelsius(30, inFahrenheit), fromCelsius(120, inFahrenheit));
+            row.limit->setRange(shownDegrees(metrics::GaugeThresholds::kLowestDegrees, locale),
+                                shownDegrees(metrics::GaugeThresholds::kHighestDegrees, locale));
             row.limit->setSuffix(inFahrenheit ? " °F" : " °C");
-            row.limit->setValue(fromCelsius(shown, inFahrenheit));
+            row.limit->setValue(shownDegrees(shown, locale));
         } else {
             row.limit->setRange(1, 100);
             row.limit->setSuffix(" %");
