@@ -80,17 +80,23 @@ Command speedTestCommand(const std::vector<std::string>& arguments) {
     Command command;
     command.kind = Command::Kind::speedTest;
     std::vector<std::pair<std::string, std::string>> options;
-    if (!readOptions(arguments, 1, {"--server"}, {"--json"}, options)) {
+    if (!readOptions(arguments, 1, {"--server"}, {"--json", "--history"}, options)) {
         command.kind = Command::Kind::invalid;
-        command.error = "Use: ravo speedtest [--server URL] [--json]";
+        command.error =
+            "Use: ravo speedtest [--server URL] [--json] | speedtest --history [--json]";
         return command;
     }
     for (const auto& [name, value] : options) {
         if (name == "--server")
             command.speedTest.server = value;
+        else if (name == "--history")
+            command.speedTest.history = true;
         else
             command.speedTest.json = true;
     }
+    // The history is what was measured; it has no server to measure against.
+    if (command.speedTest.history && command.speedTest.server)
+        return invalid("--history lists earlier tests and takes no --server.");
     return command;
 }
 
@@ -215,6 +221,8 @@ std::string usageText() {
            "  speedtest [--server URL] [--json]\n"
            "                    measure download, upload and responsiveness, against a\n"
            "                    public server or your Ravo server\n"
+           "  speedtest --history [--json]\n"
+           "                    the tests run on this computer, newest first\n"
            "  --version         print the version\n"
            "  --help            print this text\n";
 }

@@ -31,10 +31,11 @@ struct SitesRequest {
     bool operator==(const SitesRequest&) const = default;
 };
 int runSitesCommand(const SitesRequest& request);
-// ravo speedtest [--server URL] [--json]
+// ravo speedtest [--server URL] [--json] | speedtest --history [--json]
 struct SpeedTestRequest {
     std::optional<std::string> server;
     bool json = false;
+    bool history = false;
     bool operator==(const SpeedTestRequest&) const = default;
 };
 int runSpeedTestCommand(const SpeedTestRequest& request);

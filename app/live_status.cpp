@@ -5,6 +5,7 @@
 #include "cloud/website_monitor.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/network_info_reader.h"
+#include "connectivity/speed_test.h"
 #include "metrics/core/system_sampler.h"
 #include "metrics/core/temperature_unit_setting.h"
 #include "metrics/platform/platform_counter_source.h"
@@ -51,6 +52,16 @@ void answerReport(const ui::Coordinators& parts, const QString& what,
     const bool json = words.value(1) == QLatin1String("json");
     if (words.value(0) == QLatin1String("sites")) {
         answerSitesReport(parts, json, std::move(reply));
+        return;
+    }
+    if (words.value(0) == QLatin1String("speedtests")) {
+        if (!parts.speedTest)
+            reply(std::nullopt);
+        else
+            reply(connectivity::SpeedTestHistory::toDocument(
+                      parts.speedTest->history(),
+                      parts.speedTest->phase() == connectivity::SpeedTest::Phase::measuring)
+                      .dump());
         return;
     }
     if (words.value(0) != QLatin1String("status") ||

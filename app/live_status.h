@@ -19,12 +19,14 @@ std::optional<StatusReport> liveStatusReport(const ui::Coordinators& parts,
                                              metrics::SystemReading system);
 
 // Answers another process's `report <what>`: "status json", or "status text LOCALE" with
-// the asker's locale name; nothing when this Ravo cannot say (the asker looks itself). The
-// answer comes a second later: rates need two samples.
+// the asker's locale name (the answer comes a second later: rates need two samples),
+// "sites json|text", or "speedtests" (the history document, which knows whether a test runs
+// now); nothing when this Ravo cannot say (the asker looks itself).
 void answerReport(const ui::Coordinators& parts, const QString& what,
                   std::function<void(std::optional<std::string>)> reply);
 
 // The question `ravo status` asks a running Ravo.
 QString statusQuestion(bool json);
+inline constexpr const char* kSpeedTestsQuestion = "report speedtests";
 
 } // namespace ravo::app

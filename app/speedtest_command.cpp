@@ -1,5 +1,8 @@
 #include "app/commands.h"
+#include "app/live_status.h"
+#include "app/platform/single_instance.h"
 #include "common/settings_values.h"
+#include "connectivity/core/speed_test_history.h"
 #include "connectivity/core/speed_test_parser.h"
 #include "connectivity/core/speed_test_text.h"
 #include "connectivity/speed_test.h"
@@ -23,10 +26,31 @@ int failed(const SpeedTestRequest& request, const std::string& message, int stat
     return status;
 }
 
+// A running Ravo also knows whether a test runs now; without one the settings tell the rest.
+int printHistory(const SpeedTestRequest& request) {
+    using namespace connectivity;
+    std::optional<SpeedTestHistory::Listing> listing;
+    if (const auto answer = SingleInstance().ask(kSpeedTestsQuestion))
+        if (auto read = SpeedTestHistory::fromDocument(*answer))
+            listing = std::move(read).value();
+    if (!listing) {
+        auto settings = common::openUserSettings();
+        listing = SpeedTestHistory::Listing{SpeedTest(*settings).history(), false};
+    }
+    if (request.json)
+        std::cout << SpeedTestHistory::toDocument(listing->records, listing->measuring).dump(2)
+                  << std::endl;
+    else
+        std::cout << SpeedTestHistory::text(*listing, FormatLocale::fromEnvironment());
+    return 0;
+}
+
 } // namespace
 
 int runSpeedTestCommand(const SpeedTestRequest& request) {
     using connectivity::SpeedTest;
+    if (request.history)
+        return printHistory(request);
     auto settings = common::openUserSettings();
     SpeedTest speedTest(*settings);
     std::optional<QString> server;

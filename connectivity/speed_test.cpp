@@ -100,6 +100,30 @@ void SpeedTest::fail(const QString& reason) {
     setPhase(Phase::failed);
 }
 
+std::vector<SpeedTestRecord> SpeedTest::history() const {
+    defaults_.sync();
+    const QString text = defaults_.value(kHistoryKey).toString();
+    if (text.isEmpty())
+        return {};
+    auto records = SpeedTestHistory::decode(text.toStdString());
+    if (!records) {
+        qCWarning(lcConnection).noquote()
+            << "The speed test history is unreadable and starts again:"
+            << QString::fromStdString(records.error());
+        return {};
+    }
+    return std::move(records).value();
+}
+
+// Added to the list as it is now, so a test another process finished meanwhile stays.
+void SpeedTest::remember(const SpeedTestResult& result, const QString& configURL) {
+    const auto records = SpeedTestHistory::withRecord(
+        history(),
+        {std::chrono::floor<std::chrono::seconds>(Clock::now()), configURL.toStdString(), result});
+    defaults_.setValue(kHistoryKey, QString::fromStdString(SpeedTestHistory::encode(records)));
+    defaults_.sync();
+}
+
 void SpeedTest::cancel() {
     if (process_ && process_->state() != QProcess::NotRunning)
         common::killProcessGroup(*process_);
@@ -118,7 +142,8 @@ QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString
     }
     QPointer<SpeedTest> self(this);
     QStringList arguments{"-c", "-M", QString::number(kMaxSeconds)};
-    if (const QString url = configURL.value_or(server()); !url.isEmpty())
+    const QString url = configURL.value_or(server());
+    if (!url.isEmpty())
         arguments << "--config" << url;
     process_ = std::make_unique<QProcess>();
     QProcess* process = process_.get();
@@ -161,6 +186,7 @@ QCoro::Task<std::optional<SpeedTestResult>> SpeedTest::run(std::optional<QString
                      "the speed test server in Ravo's settings.";
     }
     if (result) {
+        remember(*result, url);
         lastResult_ = result;
         setPhase(Phase::finished);
     } else {

@@ -2,6 +2,7 @@
 
 #include "base/result.h"
 #include "base/setting.h"
+#include "connectivity/core/speed_test_history.h"
 #include "connectivity/core/speed_test_result.h"
 
 #include <QObject>
@@ -34,6 +35,8 @@ public:
                                      Setting::Store::app,
                                      {},
                                      &SpeedTest::checkedServer};
+    // The tests remembered here, whichever process ran them.
+    static constexpr const char* kHistoryKey = "speedTestHistory";
     static constexpr int kMaxSeconds = 30;
     static constexpr const char* kFailedText = "The speed test failed.";
     static constexpr const char* kMeasuringText = "Measuring… (about 20 s)";
@@ -52,6 +55,8 @@ public:
 
     Phase phase() const { return phase_; }
     const std::optional<SpeedTestResult>& lastResult() const { return lastResult_; }
+    // Newest first, read again from the settings: `ravo speedtest` in a terminal adds to it.
+    std::vector<SpeedTestRecord> history() const;
     // After a failed run: what failed and what to do, in a sentence or two.
     const QString& failureReason() const { return failureReason_; }
 
@@ -70,6 +75,7 @@ signals:
 private:
     void setPhase(Phase phase);
     void fail(const QString& reason);
+    void remember(const SpeedTestResult& result, const QString& configURL);
 
     QSettings& defaults_;
     QString program_;

@@ -80,7 +80,7 @@ _ravo() {
         fi
         ;;
     speedtest)
-        [[ $prev == --server ]] || _ravo_reply --server --json
+        [[ $prev == --server ]] || _ravo_reply --server --json --history
         ;;
     esac
     return 0

@@ -61,3 +61,4 @@ complete -c ravo -n "__ravo_words_are settings get; or __ravo_words_are settings
 complete -c ravo -n "__ravo_words_are settings set '*'" -a "(__ravo_setting_values)"
 complete -c ravo -n "__fish_seen_subcommand_from speedtest" -l server -x -d 'your Ravo server'
 complete -c ravo -n "__fish_seen_subcommand_from speedtest" -l json -d 'print JSON'
+complete -c ravo -n "__fish_seen_subcommand_from speedtest" -l history -d 'the tests run here'

@@ -50,6 +50,10 @@ TEST(CommandLine, AccountAndSitesTakeTheirWordsAndOptions) {
     EXPECT_EQ(parseCommandLine({"speedtest", "--json", "--server", "https://r.example"}).speedTest,
               (SpeedTestRequest{"https://r.example", true}));
     EXPECT_EQ(parseCommandLine({"speedtest", "--server"}).kind, Command::Kind::invalid);
+    EXPECT_EQ(parseCommandLine({"speedtest", "--history", "--json"}).speedTest,
+              (SpeedTestRequest{std::nullopt, true, true}));
+    EXPECT_EQ(parseCommandLine({"speedtest", "--history", "--server", "https://r.example"}).kind,
+              Command::Kind::invalid);
     EXPECT_EQ(parseCommandLine({"settings"}).settings, (SettingsRequest{"list", "", ""}));
     EXPECT_EQ(parseCommandLine({"settings", "set", "connectionAlertsEnabled", "off"}).settings,
               (SettingsRequest{"set", "connectionAlertsEnabled", "off"}));

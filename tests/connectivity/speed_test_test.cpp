@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sys/stat.h>
 
@@ -82,6 +83,44 @@ TEST_F(SpeedTestTest, CancellingEndsTheToolAtOnce) {
     EXPECT_EQ(QCoro::waitFor(test.run()), std::nullopt);
     EXPECT_LT(clock.elapsed(), 10'000);
     EXPECT_EQ(test.phase(), SpeedTest::Phase::failed);
+}
+
+// Two processes with the settings open at once, as the running Ravo and `ravo speedtest` are.
+TEST_F(SpeedTestTest, EveryProcessAddsItsTestsToTheOneHistory) {
+    const std::string answers = R"(echo '{"dl_throughput": 20000000, "ul_throughput": 5000000}')";
+    const QString answer = tool(answers);
+    QSettings otherProcess{QString::fromStdString((folder / "ravo.conf").string()),
+                           QSettings::IniFormat};
+    SpeedTest app(defaults, answer);
+    SpeedTest terminal(otherProcess, answer);
+    ASSERT_TRUE(QCoro::waitFor(app.run()));
+    ASSERT_TRUE(
+        QCoro::waitFor(terminal.run(QString("http://10.0.0.2:8470/api/v1/speedtest/config"))));
+    SpeedTest failing(defaults, tool("exit 3"));
+    EXPECT_FALSE(QCoro::waitFor(failing.run()));
+
+    const auto history = app.history();
+    ASSERT_EQ(history.size(), 2u) << "a failed test is not remembered, a finished one is not lost";
+    EXPECT_EQ(history[0].server, "http://10.0.0.2:8470/api/v1/speedtest/config");
+    EXPECT_EQ(history[1].server, "");
+    EXPECT_EQ(history[1].result, (SpeedTestResult{20e6, 5e6, {}, {}}));
+    EXPECT_EQ(terminal.history(), history);
+
+    tool(answers); // the failing tool took its place
+    for (std::size_t i = 0; i < SpeedTestHistory::kKept; ++i)
+        ASSERT_TRUE(QCoro::waitFor(terminal.run()));
+    const auto full = app.history();
+    EXPECT_EQ(full.size(), SpeedTestHistory::kKept);
+    EXPECT_TRUE(std::none_of(full.begin(), full.end(), [](const auto& record) {
+        return !record.server.empty();
+    })) << "the oldest went first";
+
+    // A history garbled on disk reads as none and is replaced by the next test.
+    defaults.setValue(SpeedTest::kHistoryKey, "{not json");
+    defaults.sync();
+    EXPECT_TRUE(app.history().empty());
+    ASSERT_TRUE(QCoro::waitFor(app.run()));
+    EXPECT_EQ(terminal.history().size(), 1u);
 }
 
 TEST(SpeedTestServer, TakesARavoServersAddressOrAConfigurationURL) {

@@ -10,7 +10,8 @@ use_temporary_home
 kept_for_itself=" cloudAccount cloudDeviceID cloudSitesMigratedFor monitoredSites
     monitoredSitesUnreadable monitoredSitesPending telegramChatID telegramAlertsEnabled settingsSyncDeviceID
     settingsChangedAt settingsSyncedAt overviewWindowGeometry toldKeepRunningWithoutWindow
-    loginItemConfigured lastVerifiedUpdateManifest claudeUsageCache providerBackoff "
+    loginItemConfigured lastVerifiedUpdateManifest claudeUsageCache providerBackoff
+    speedTestHistory "
 kept_for_itself=" $(tr -s ' \n' '  ' <<<"$kept_for_itself") "
 
 "$bin/ravo" settings list >"$work/list" || fail "settings list"

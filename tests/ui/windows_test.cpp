@@ -248,6 +248,20 @@ TEST_F(ConnectionViewsTest, AFailedSpeedTestSaysSoAndShowsNoFigures) {
     EXPECT_EQ(visibleText(*popover).find("Mb/s"), std::string::npos);
 }
 
+TEST_F(ConnectionViewsTest, ThePopoverShowsTheLastTestEvenOneATerminalRan) {
+    const QString answers = tool("echo '{\"dl_throughput\": 94500000}'");
+    {
+        connectivity::SpeedTest terminal(settings, answers);
+        ASSERT_TRUE(QCoro::waitFor(terminal.run()));
+    }
+    connectivity::SpeedTest speedTest(settings, answers);
+    auto popover = inPopover(
+        new MetricDetailView(monitor.get(), metrics::SystemMetric::network, {nullptr, &speedTest}));
+    const std::string text = visibleText(*popover);
+    EXPECT_NE(text.find("Last test just now:"), std::string::npos) << text;
+    EXPECT_NE(text.find("94.5 Mb/s"), std::string::npos) << text;
+}
+
 TEST_F(ConnectionViewsTest, TheNetworkTabStoresTheSwitchesAndExplainsABadAddress) {
     app::AppController::Services services;
     services.pathMonitor = &path;

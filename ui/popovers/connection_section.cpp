@@ -1,5 +1,6 @@
 #include "ui/popovers/connection_section.h"
 
+#include "base/time.h"
 #include "connectivity/connection_watchdog.h"
 #include "connectivity/core/connection_text.h"
 #include "connectivity/core/speed_test_text.h"
@@ -75,6 +76,8 @@ ConnectionSection::ConnectionSection(ConnectionWatchdog* watchdog, SpeedTest* sp
 
 void ConnectionSection::showEvent(QShowEvent* event) {
     readInterface();
+    // The last test's age, or one a terminal ran meanwhile.
+    syncSpeedTest();
     QWidget::showEvent(event);
 }
 
@@ -127,6 +130,13 @@ void ConnectionSection::syncSpeedTest() {
     switch (speedTest_->phase()) {
     case SpeedTest::Phase::idle:
         progress_->setText({});
+        // The last test, also one run in a terminal or before Ravo started.
+        if (const auto history = speedTest_->history(); !history.empty()) {
+            progress_->setText(QString::fromStdString(
+                "Last test " + ageText(history.front().finishedAt, Clock::now()) + ":"));
+            for (const auto& [label, value] : speedTestRows(history.front().result, locale_))
+                addFactRow(figures_, QString::fromStdString(label), QString::fromStdString(value));
+        }
         break;
     case SpeedTest::Phase::measuring:
         progress_->setText(SpeedTest::kMeasuringText);
