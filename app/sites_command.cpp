@@ -2,6 +2,7 @@
 #include "app/commands.h"
 #include "app/live_sites.h"
 #include "app/platform/single_instance.h"
+#include "base/json_error.h"
 #include "cloud/cloud_account.h"
 #include "cloud/core/sites_listing.h"
 #include "cloud/site_list_edit.h"
@@ -59,9 +60,12 @@ QCoro::Task<int> list(CloudAccount& account, QSettings& settings, bool json) {
 QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest request) {
     co_await account.resumed();
     if (!account.isSignedIn()) {
-        std::cerr << account.error().value_or(
-                         "Sign in to your Ravo account first: ravo account signin --email ADDRESS")
-                  << "\n";
+        const std::string why = account.error().value_or(
+            "Sign in to your Ravo account first: ravo account signin --email ADDRESS");
+        if (request.json)
+            std::cout << json::errorDocument(why).dump(2) << std::endl;
+        else
+            std::cerr << why << "\n";
         co_return 1;
     }
     if (request.action == "list") {

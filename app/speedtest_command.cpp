@@ -1,6 +1,7 @@
 #include "app/commands.h"
 #include "app/live_status.h"
 #include "app/platform/single_instance.h"
+#include "base/json_error.h"
 #include "common/settings_values.h"
 #include "connectivity/core/speed_test_history.h"
 #include "connectivity/core/speed_test_parser.h"
@@ -20,7 +21,7 @@ namespace {
 // A failure is an answer too: scripts reading --json always get a document.
 int failed(const SpeedTestRequest& request, const std::string& message, int status) {
     if (request.json)
-        std::cout << nlohmann::json{{"error", {{"message", message}}}}.dump(2) << std::endl;
+        std::cout << json::errorDocument(message).dump(2) << std::endl;
     else
         std::cerr << message << "\n";
     return status;

@@ -1,5 +1,7 @@
 #include "cloud/core/sites_listing.h"
 
+#include "base/json_error.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -16,7 +18,14 @@ SitesListing sitesListing(WebsitesStatus status, bool json) {
     SitesListing listing;
     listing.error = std::exchange(status.error, std::nullopt);
     if (json) {
-        listing.output = toJson(status)["sites"].dump(2) + "\n";
+        // A failure is an error object, with the sites as last known beside it.
+        auto document = toJson(status)["sites"];
+        if (listing.error) {
+            auto failed = json::errorDocument(*listing.error);
+            failed["sites"] = std::move(document);
+            document = std::move(failed);
+        }
+        listing.output = document.dump(2) + "\n";
         return listing;
     }
     for (const auto& line : lines(status))

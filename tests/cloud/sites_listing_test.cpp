@@ -19,16 +19,17 @@ WebsitesStatus shopDown() {
     return status;
 }
 
-TEST(SitesListing, TheFailureGoesApartFromTheSitesInBothForms) {
+TEST(SitesListing, AFailureIsSaidApartFromTheSitesAndAsAnErrorObjectInJson) {
     auto status = shopDown();
     status.error = "The Ravo server can't be reached.";
     const auto json = sitesListing(status, true);
     EXPECT_EQ(json.error, status.error);
-    const auto sites = nlohmann::json::parse(json.output);
+    const auto failed = nlohmann::json::parse(json.output);
+    EXPECT_EQ(failed["error"]["message"], "The Ravo server can't be reached.");
+    const auto& sites = failed["sites"];
     ASSERT_TRUE(sites.is_array());
     ASSERT_EQ(sites.size(), 1u);
     EXPECT_EQ(sites[0]["health"], "down");
-    EXPECT_EQ(json.output.find("can't be reached"), std::string::npos);
 
     const auto text = sitesListing(status, false);
     EXPECT_EQ(text.error, status.error);

@@ -49,6 +49,11 @@ export DBUS_SESSION_BUS_ADDRESS=$session_bus
 eval "$(printf 'test-password' | gnome-keyring-daemon --unlock --components=secrets 2>/dev/null)"
 keyring=${GNOME_KEYRING_PID:-}
 
+# Not signed in: a script asking for JSON gets an error object, and the command fails.
+if "$bin/ravo" sites --json >"$work/out" 2>/dev/null; then fail "listed sites signed out"; fi
+jq -e '.error.message | contains("Sign in")' "$work/out" >/dev/null ||
+    fail "no error object: $(cat "$work/out")"
+
 # Ctrl-D at the code prompt: the sign-in is cancelled, not refused as a wrong code.
 status=0
 "$bin/ravo" account signin --server "http://127.0.0.1:$port/" --email ada@example.org \
