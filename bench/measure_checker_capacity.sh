@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The checker's capacity (run through measure_server_checker.sh capacity): the most sites a
 # minute one ravo-server process checks with the p99 of start after slot under 1 s and no
-# slot skipped, for each thread count; CPU per check, and memory per 1,000 sites from the
-# resident memory of the trials that kept up.
+# slot skipped, for each thread count; CPU per check (the whole process's, the checking
+# threads' alone, and the test site's on the same cores), and memory per 1,000 sites from
+# the resident memory of the trials that kept up.
 #   bench/measure_checker_capacity.sh [build] [sqlite|postgresql] [threads...]
 # Environment: minute (seconds an interval's minute lasts, default 10), start (sites a
 # minute of the first trial, default 6000), steps (halvings after the first failure, 3).
@@ -54,6 +55,9 @@ fresh_database() {
 metric() { awk -v name="$1" '$1 == name {print $2; exit}' "$work/${2:-metrics}"; }
 scrape() { curl -sf -o "$work/metrics" "http://127.0.0.1:$port/metrics"; }
 cpu_ticks() { awk '{print $14 + $15}' "/proc/$server/stat"; }
+# The checking threads' CPU alone, and the test site's, which shares the machine's cores.
+lane_ticks() { awk '$2 == "(ravo-check)" {t += $14 + $15} END {print t + 0}' /proc/"$server"/task/*/stat; }
+site_ticks() { awk '{print $14 + $15}' "/proc/$target/stat"; }
 rss_kib() { awk '/VmRSS/ {print $2}' "/proc/$server/status"; }
 
 # trial THREADS PER_MINUTE: prints the figures and returns whether the checker kept up.
@@ -85,19 +89,23 @@ print(json.dumps([{"id": str(uuid.uuid4()), "url": f"{prefix}{i}", "name": f"Sit
     sleep $((minute + 3))
     scrape
     cp "$work/metrics" "$work/metrics0"
-    local count0 late0 skipped0 ticks0 t0
+    local count0 late0 skipped0 ticks0 lanes0 site0 t0
     count0=$(metric ravo_server_check_start_lateness_seconds_count)
     late0=$(metric 'ravo_server_check_start_lateness_seconds_bucket{le="1"}')
     skipped0=$(metric ravo_server_checks_skipped_total)
     ticks0=$(cpu_ticks)
+    lanes0=$(lane_ticks)
+    site0=$(site_ticks)
     t0=$(date +%s.%N)
     sleep $((2 * minute))
     scrape
-    local count1 late1 skipped1 ticks1 t1 rss load
+    local count1 late1 skipped1 ticks1 lanes1 site1 t1 rss load
     count1=$(metric ravo_server_check_start_lateness_seconds_count)
     late1=$(metric 'ravo_server_check_start_lateness_seconds_bucket{le="1"}')
     skipped1=$(metric ravo_server_checks_skipped_total)
     ticks1=$(cpu_ticks)
+    lanes1=$(lane_ticks)
+    site1=$(site_ticks)
     t1=$(date +%s.%N)
     rss=$(rss_kib)
     load=$(cut -d' ' -f1 /proc/loadavg)
@@ -117,14 +125,17 @@ print(json.dumps([{"id": str(uuid.uuid4()), "url": f"{prefix}{i}", "name": f"Sit
     last_rss=$rss last_sites=$sites
     awk -v threads="$threads" -v rate="$per_minute" -v n=$((count1 - count0)) \
         -v late=$((late1 - late0)) -v skipped=$((skipped1 - skipped0)) \
-        -v ticks=$((ticks1 - ticks0)) -v hz="$(getconf CLK_TCK)" -v a="$t0" -v b="$t1" \
+        -v ticks=$((ticks1 - ticks0)) -v lanes=$((lanes1 - lanes0)) -v site=$((site1 - site0)) \
+        -v hz="$(getconf CLK_TCK)" -v a="$t0" -v b="$t1" \
         -v rss="$rss" -v sites="$sites" -v p99="$p99" -v load="$load" '
         BEGIN {
             done = n * 60 / (b - a)
             kept = n > 0 && late >= 0.99 * n && skipped == 0 && done >= 0.97 * rate
+            per = n ? 1000 / hz / n : 0
             printf "threads %d, %6d sites/min: %6.0f checks/min, p99 start %s, %d skipped, " \
-                   "CPU %.3f ms/check, resident %.1f MiB with %d sites, load %s: %s\n",
-                   threads, rate, done, p99, skipped, n ? ticks / hz * 1000 / n : 0,
+                   "CPU %.3f ms/check (checking threads %.3f, test site %.3f), " \
+                   "resident %.1f MiB with %d sites, load %s: %s\n",
+                   threads, rate, done, p99, skipped, ticks * per, lanes * per, site * per,
                    rss / 1024, sites, load, kept ? "keeps up" : "behind"
             exit !kept
         }'

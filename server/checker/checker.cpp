@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "server/checker/check_schedule.h"
+#include "server/checker/thread_name.h"
 
 #include <algorithm>
 
@@ -57,8 +58,14 @@ void Checker::start() {
     }
     for (auto& lane : lanes_)
         lane->start();
-    saver_ = std::thread([this] { save(); });
-    scheduler_ = std::thread([this] { schedule(); });
+    saver_ = std::thread([this] {
+        nameThisThread("ravo-save");
+        save();
+    });
+    scheduler_ = std::thread([this] {
+        nameThisThread("ravo-claim");
+        schedule();
+    });
 }
 
 void Checker::stop() {

@@ -1,5 +1,7 @@
 #include "server/checker/probe_lane.h"
 
+#include "server/checker/thread_name.h"
+
 namespace ravo::server {
 
 namespace {
@@ -27,7 +29,10 @@ ProbeLane::~ProbeLane() {
 
 void ProbeLane::start() {
     stopping_ = false;
-    thread_ = std::thread([this] { run(); });
+    thread_ = std::thread([this] {
+        nameThisThread("ravo-check");
+        run();
+    });
 }
 
 void ProbeLane::stop() {

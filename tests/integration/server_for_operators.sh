@@ -19,8 +19,9 @@ start_targets "$http_port"
 closed_port=$(free_port)
 port=$(free_port)
 database=sqlite:$work/ravo.db
-# Loopback is a trusted proxy here, so a forwarded address stands for the client.
-"$bin/ravo-server" --listen "127.0.0.1:$port" --database "$database" --check-minute 1 \
+# Loopback is a trusted proxy here, so a forwarded address stands for the client. The check
+# threads are set the way a unit file sets them.
+RAVO_SERVER_CHECK_THREADS=3 "$bin/ravo-server" --listen "127.0.0.1:$port" --database "$database" --check-minute 1 \
     --check-allow-networks 127.0.0.1/32 --check-timeout 2 --trusted-proxies 127.0.0.1/32 \
     >"$work/server.log" 2>&1 &
 server=$!
@@ -28,6 +29,10 @@ api=http://127.0.0.1:$port/api/v1
 root=http://127.0.0.1:$port
 wait_for_server "$work/server.log"
 
+# Each of the checker's threads is named for what it does, as top -H shows them.
+threads=$(ps -L -o comm= -p "$server" | sort | uniq -c | awk '{print $2 "=" $1}' | tr '\n' ' ')
+[[ $threads == *"ravo-check=3 "* && $threads == *"ravo-claim=1 "* && $threads == *"ravo-save=1 "* ]] ||
+    fail "the checker's threads: $threads"
 [ "$(curl -s "$root/healthz")" = ok ] || fail "healthz"
 [ "$(curl -s "$root/readyz")" = ready ] || fail "readyz: $(curl -s "$root/readyz")"
 status=$(curl -s -o /dev/null -w '%{http_code}' -X POST "$root/healthz")
@@ -54,6 +59,7 @@ grep -q 'ravo_server_checks_total{result="connection_refused"}\|ravo_server_chec
 failed=$(grep '^ravo_server_checks_total' "$work/metrics" | grep -v 'result="ok"' | awk '{ s += $2 } END { print s + 0 }')
 [ "$failed" -ge 1 ] || fail "the closed port's checks were not counted as failures"
 [ "$(value ravo_server_accounts)" = 1 ] || fail "accounts: $(value ravo_server_accounts)"
+[ "$(value ravo_server_checker_threads)" = 3 ] || fail "checker threads: $(grep checker_threads "$work/metrics")"
 [ "$(value 'ravo_server_sites{enabled="true"}')" = 2 ] || fail "sites: $(grep ^ravo_server_sites "$work/metrics")"
 [ "$(value ravo_server_database_up)" = 1 ] || fail "database_up"
 [ "$(value 'ravo_server_http_requests_total{method="PUT",route="/api/v1/sites/sync",status="200"}')" = 1 ] ||
