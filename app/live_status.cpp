@@ -55,13 +55,18 @@ void answerReport(const ui::Coordinators& parts, const QString& what,
         return;
     }
     if (words.value(0) == QLatin1String("speedtests")) {
-        if (!parts.speedTest)
+        // An unreadable list is the asker's to report: it reads the same settings.
+        const auto records =
+            parts.speedTest
+                ? parts.speedTest->readHistory()
+                : Result<std::vector<connectivity::SpeedTestRecord>>(Failure{"no speed test here"});
+        if (!records)
             reply(std::nullopt);
         else
-            reply(connectivity::SpeedTestHistory::toDocument(
-                      parts.speedTest->history(),
-                      parts.speedTest->phase() == connectivity::SpeedTest::Phase::measuring)
-                      .dump());
+            reply(
+                connectivity::SpeedTestHistory::toDocument(
+                    *records, parts.speedTest->phase() == connectivity::SpeedTest::Phase::measuring)
+                    .dump());
         return;
     }
     if (words.value(0) != QLatin1String("status") ||

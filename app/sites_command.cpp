@@ -46,15 +46,16 @@ std::vector<MonitoredSite> monitored(const std::vector<wire::CloudSite>& sites) 
     return list;
 }
 
-int printed(const SitesListing& listing) {
-    if (listing.error)
+// With --json the failure is in the document printed; in text it goes to standard error.
+int printed(const SitesListing& listing, bool json) {
+    if (listing.error && !json)
         std::cerr << *listing.error << "\n";
     std::cout << listing.output << std::flush;
     return listing.error ? 1 : 0;
 }
 
 QCoro::Task<int> list(CloudAccount& account, QSettings& settings, bool json) {
-    co_return printed(sitesListing(co_await readWebsitesStatus(account, settings), json));
+    co_return printed(sitesListing(co_await readWebsitesStatus(account, settings), json), json);
 }
 
 QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest request) {
@@ -63,7 +64,7 @@ QCoro::Task<int> run(CloudAccount& account, QSettings& settings, SitesRequest re
         const std::string why = account.error().value_or(
             "Sign in to your Ravo account first: ravo account signin --email ADDRESS");
         if (request.json)
-            std::cout << json::errorDocument(why).dump(2) << std::endl;
+            std::cout << json::errorText(why) << std::endl;
         else
             std::cerr << why << "\n";
         co_return 1;
@@ -135,7 +136,7 @@ int runSitesCommand(const SitesRequest& request) {
         if (const auto answer =
                 SingleInstance().ask(sitesQuestion(request.json), std::chrono::seconds(25)))
             if (const auto listing = fromAnswer(*answer))
-                return printed(*listing);
+                return printed(*listing, request.json);
     const auto cloud = CloudServices::forThisComputer();
     CloudAccount account(*settings, cloud.secrets, cloud.transport);
     return QCoro::waitFor(run(account, *settings, request));

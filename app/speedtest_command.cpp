@@ -21,7 +21,7 @@ namespace {
 // A failure is an answer too: scripts reading --json always get a document.
 int failed(const SpeedTestRequest& request, const std::string& message, int status) {
     if (request.json)
-        std::cout << json::errorDocument(message).dump(2) << std::endl;
+        std::cout << json::errorText(message) << std::endl;
     else
         std::cerr << message << "\n";
     return status;
@@ -36,7 +36,10 @@ int printHistory(const SpeedTestRequest& request) {
             listing = std::move(read).value();
     if (!listing) {
         auto settings = common::openUserSettings();
-        listing = SpeedTestHistory::Listing{SpeedTest(*settings).history(), false};
+        auto records = SpeedTest(*settings).readHistory();
+        if (!records)
+            return failed(request, records.error(), 1);
+        listing = SpeedTestHistory::Listing{std::move(records).value(), false};
     }
     if (request.json)
         std::cout << SpeedTestHistory::toDocument(listing->records, listing->measuring).dump(2)

@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QPointer>
 #include <QProcess>
 #include <QSettings>
@@ -100,27 +101,44 @@ void SpeedTest::fail(const QString& reason) {
     setPhase(Phase::failed);
 }
 
-std::vector<SpeedTestRecord> SpeedTest::history() const {
+Result<std::vector<SpeedTestRecord>> SpeedTest::readHistory() const {
     defaults_.sync();
+    if (defaults_.status() != QSettings::NoError)
+        return Failure{"The settings file " + defaults_.fileName().toStdString() +
+                       " cannot be read."};
     const QString text = defaults_.value(kHistoryKey).toString();
     if (text.isEmpty())
-        return {};
+        return std::vector<SpeedTestRecord>{};
     auto records = SpeedTestHistory::decode(text.toStdString());
+    if (!records)
+        return Failure{"The speed test history in " + defaults_.fileName().toStdString() +
+                       " is unreadable: " + records.error()};
+    return records;
+}
+
+std::vector<SpeedTestRecord> SpeedTest::history() const {
+    auto records = readHistory();
     if (!records) {
-        qCWarning(lcConnection).noquote()
-            << "The speed test history is unreadable and starts again:"
-            << QString::fromStdString(records.error());
+        qCWarning(lcConnection).noquote() << QString::fromStdString(records.error());
         return {};
     }
     return std::move(records).value();
 }
 
-// Added to the list as it is now, so a test another process finished meanwhile stays.
+// Added to the list as it is now, under a lock, so a test another process finishes at the
+// same moment stays too. An unreadable list is kept once before a new one replaces it.
 void SpeedTest::remember(const SpeedTestResult& result, const QString& configURL) {
-    const auto records = SpeedTestHistory::withRecord(
-        history(),
+    QLockFile lock(defaults_.fileName() + ".speedtests.lock");
+    lock.setStaleLockTime(std::chrono::seconds(10));
+    if (!lock.tryLock(std::chrono::seconds(5)))
+        qCWarning(lcConnection) << "The speed test history stayed locked; saving anyway";
+    auto records = readHistory();
+    if (!records && !defaults_.contains(kHistoryUnreadableKey))
+        defaults_.setValue(kHistoryUnreadableKey, defaults_.value(kHistoryKey));
+    const auto kept = SpeedTestHistory::withRecord(
+        records ? std::move(records).value() : std::vector<SpeedTestRecord>{},
         {std::chrono::floor<std::chrono::seconds>(Clock::now()), configURL.toStdString(), result});
-    defaults_.setValue(kHistoryKey, QString::fromStdString(SpeedTestHistory::encode(records)));
+    defaults_.setValue(kHistoryKey, QString::fromStdString(SpeedTestHistory::encode(kept)));
     defaults_.sync();
 }
 

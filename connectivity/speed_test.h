@@ -37,6 +37,7 @@ public:
                                      &SpeedTest::checkedServer};
     // The tests remembered here, whichever process ran them.
     static constexpr const char* kHistoryKey = "speedTestHistory";
+    static constexpr const char* kHistoryUnreadableKey = "speedTestHistoryUnreadable";
     static constexpr int kMaxSeconds = 30;
     static constexpr const char* kFailedText = "The speed test failed.";
     static constexpr const char* kMeasuringText = "Measuring… (about 20 s)";
@@ -56,6 +57,9 @@ public:
     Phase phase() const { return phase_; }
     const std::optional<SpeedTestResult>& lastResult() const { return lastResult_; }
     // Newest first, read again from the settings: `ravo speedtest` in a terminal adds to it.
+    // What is wrong when the settings or the list cannot be read.
+    Result<std::vector<SpeedTestRecord>> readHistory() const;
+    // The same, with an unreadable list logged and read as none.
     std::vector<SpeedTestRecord> history() const;
     // After a failed run: what failed and what to do, in a sentence or two.
     const QString& failureReason() const { return failureReason_; }

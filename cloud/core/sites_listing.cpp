@@ -25,7 +25,7 @@ SitesListing sitesListing(WebsitesStatus status, bool json) {
             failed["sites"] = std::move(document);
             document = std::move(failed);
         }
-        listing.output = document.dump(2) + "\n";
+        listing.output = json::printable(document) + "\n";
         return listing;
     }
     for (const auto& line : lines(status))

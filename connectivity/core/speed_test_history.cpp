@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <cctype>
+#include <cstring>
 #include <ctime>
 
 namespace ravo::connectivity::SpeedTestHistory {
@@ -30,7 +32,8 @@ std::optional<SpeedTestRecord> recordFrom(const nlohmann::json& json) {
     const auto when = parseIso8601(finished->get_ref<const std::string&>());
     if (!when)
         return std::nullopt;
-    SpeedTestRecord record{*when, {}, {}};
+    // Whole seconds, as they are written: what is read back is what was stored.
+    SpeedTestRecord record{std::chrono::floor<std::chrono::seconds>(*when), {}, {}};
     if (const auto server = json.find("server"); server != json.end() && server->is_string())
         record.server = server->get<std::string>();
     // The figures under the names the tool's reader knows them by.
@@ -72,16 +75,19 @@ std::string localTime(TimePoint when) {
     return text.data();
 }
 
-// "ravo.example.org:8470" from its configuration URL.
+// "ravo.example.org:8470" from its configuration URL, without any user or password. A
+// hand-edited file must not send the terminal control or direction characters: anything
+// but what host names and ports are written with shows as '?'.
 std::string serverName(const std::string& server) {
     if (server.empty())
         return "public";
     const auto start = server.find("://");
     const auto from = start == std::string::npos ? 0 : start + 3;
     std::string name = server.substr(from, server.find('/', from) - from);
-    // A hand-edited file must not send the terminal control sequences.
+    if (const auto at = name.rfind('@'); at != std::string::npos)
+        name.erase(0, at + 1);
     for (char& c : name)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+        if (!std::isalnum(static_cast<unsigned char>(c)) && !std::strchr(".-_:[]", c))
             c = '?';
     return name;
 }

@@ -10,13 +10,20 @@ namespace ravo::connectivity::SpeedTestParser {
 
 namespace {
 
-// The first key that holds a number; other value types count as missing.
+// Far beyond any link or round trip: a figure past it is a broken answer, not a reading.
+constexpr double kLargestFigure = 1e12;
+
+// The first key that holds a number; other value types, and figures below zero or past any
+// real one, count as missing.
 std::optional<double> firstNumber(const nlohmann::json& answer,
                                   std::initializer_list<const char*> keys) {
     for (const char* key : keys) {
         const auto found = answer.find(key);
-        if (found != answer.end() && found->is_number())
-            return found->get<double>();
+        if (found == answer.end() || !found->is_number())
+            continue;
+        const double figure = found->get<double>();
+        if (figure >= 0 && figure <= kLargestFigure)
+            return figure;
     }
     return std::nullopt;
 }

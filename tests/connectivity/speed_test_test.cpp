@@ -1,8 +1,10 @@
 #include "connectivity/speed_test.h"
 #include "tests/support/temporary_folder.h"
 
+#include <QCoreApplication>
 #include <QCoro/QCoroTask>
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QSettings>
 #include <QTest>
 #include <QTimer>
@@ -10,7 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <sys/stat.h>
 
 namespace ravo::connectivity {
@@ -86,41 +90,81 @@ TEST_F(SpeedTestTest, CancellingEndsTheToolAtOnce) {
 }
 
 // Two processes with the settings open at once, as the running Ravo and `ravo speedtest` are.
-TEST_F(SpeedTestTest, EveryProcessAddsItsTestsToTheOneHistory) {
+TEST_F(SpeedTestTest, FinishedTestsAreRememberedNewestFirstUpToTheLimit) {
     const std::string answers = R"(echo '{"dl_throughput": 20000000, "ul_throughput": 5000000}')";
-    const QString answer = tool(answers);
-    QSettings otherProcess{QString::fromStdString((folder / "ravo.conf").string()),
-                           QSettings::IniFormat};
-    SpeedTest app(defaults, answer);
-    SpeedTest terminal(otherProcess, answer);
-    ASSERT_TRUE(QCoro::waitFor(app.run()));
-    ASSERT_TRUE(
-        QCoro::waitFor(terminal.run(QString("http://10.0.0.2:8470/api/v1/speedtest/config"))));
+    SpeedTest test(defaults, tool(answers));
+    ASSERT_TRUE(QCoro::waitFor(test.run()));
+    ASSERT_TRUE(QCoro::waitFor(test.run(QString("http://10.0.0.2:8470/api/v1/speedtest/config"))));
     SpeedTest failing(defaults, tool("exit 3"));
     EXPECT_FALSE(QCoro::waitFor(failing.run()));
 
-    const auto history = app.history();
+    const auto history = test.history();
     ASSERT_EQ(history.size(), 2u) << "a failed test is not remembered, a finished one is not lost";
     EXPECT_EQ(history[0].server, "http://10.0.0.2:8470/api/v1/speedtest/config");
     EXPECT_EQ(history[1].server, "");
     EXPECT_EQ(history[1].result, (SpeedTestResult{20e6, 5e6, {}, {}}));
-    EXPECT_EQ(terminal.history(), history);
 
     tool(answers); // the failing tool took its place
     for (std::size_t i = 0; i < SpeedTestHistory::kKept; ++i)
-        ASSERT_TRUE(QCoro::waitFor(terminal.run()));
-    const auto full = app.history();
+        ASSERT_TRUE(QCoro::waitFor(test.run()));
+    const auto full = test.history();
     EXPECT_EQ(full.size(), SpeedTestHistory::kKept);
     EXPECT_TRUE(std::none_of(full.begin(), full.end(), [](const auto& record) {
         return !record.server.empty();
     })) << "the oldest went first";
 
-    // A history garbled on disk reads as none and is replaced by the next test.
+    // A garbled list is reported, kept aside once, and replaced by the next test.
     defaults.setValue(SpeedTest::kHistoryKey, "{not json");
     defaults.sync();
-    EXPECT_TRUE(app.history().empty());
-    ASSERT_TRUE(QCoro::waitFor(app.run()));
-    EXPECT_EQ(terminal.history().size(), 1u);
+    const auto unreadable = test.readHistory();
+    ASSERT_FALSE(unreadable.ok());
+    EXPECT_NE(unreadable.error().find("unreadable"), std::string::npos) << unreadable.error();
+    ASSERT_TRUE(QCoro::waitFor(test.run()));
+    ASSERT_TRUE(QCoro::waitFor(test.run()));
+    EXPECT_EQ(test.history().size(), 2u);
+    EXPECT_EQ(defaults.value(SpeedTest::kHistoryUnreadableKey).toString(), "{not json");
+}
+
+// Run by the test below as one of several processes at once; skipped on its own.
+TEST(SpeedTestWriter, AddsFiveTests) {
+    const char* settingsFile = std::getenv("RAVO_TEST_SPEED_SETTINGS");
+    const char* server = std::getenv("RAVO_TEST_SPEED_SERVER");
+    if (!settingsFile || !server)
+        GTEST_SKIP() << "a child of TestsFromSeveralProcessesAtOnceAreAllKept";
+    QSettings settings(QString::fromLocal8Bit(settingsFile), QSettings::IniFormat);
+    SpeedTest test(settings, QString::fromLocal8Bit(std::getenv("RAVO_TEST_SPEED_TOOL")));
+    for (int i = 0; i < 5; ++i)
+        ASSERT_TRUE(QCoro::waitFor(test.run(QString::fromLocal8Bit(server))));
+}
+
+// The running Ravo and commands in terminals write the one list: none loses another's test.
+TEST_F(SpeedTestTest, TestsFromSeveralProcessesAtOnceAreAllKept) {
+    const QString answer = tool(R"(echo '{"dl_throughput": 20000000}')");
+    std::vector<std::unique_ptr<QProcess>> writers;
+    for (int i = 0; i < 4; ++i) {
+        auto writer = std::make_unique<QProcess>();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("RAVO_TEST_SPEED_SETTINGS", defaults.fileName());
+        environment.insert("RAVO_TEST_SPEED_TOOL", answer);
+        environment.insert("RAVO_TEST_SPEED_SERVER", QString("http://writer-%1/config").arg(i));
+        writer->setProcessEnvironment(environment);
+        writer->start(QCoreApplication::applicationFilePath(),
+                      {"--gtest_filter=SpeedTestWriter.AddsFiveTests"});
+        writers.push_back(std::move(writer));
+    }
+    for (auto& writer : writers) {
+        ASSERT_TRUE(writer->waitForFinished(60'000));
+        ASSERT_EQ(writer->exitCode(), 0) << writer->readAllStandardOutput().toStdString();
+    }
+    const auto history = SpeedTest(defaults, answer).history();
+    ASSERT_EQ(history.size(), 20u);
+    for (int i = 0; i < 4; ++i) {
+        const std::string server = "http://writer-" + std::to_string(i) + "/config";
+        EXPECT_EQ(std::count_if(history.begin(), history.end(),
+                                [&](const auto& record) { return record.server == server; }),
+                  5)
+            << server;
+    }
 }
 
 TEST(SpeedTestServer, TakesARavoServersAddressOrAConfigurationURL) {

@@ -11,7 +11,7 @@ kept_for_itself=" cloudAccount cloudDeviceID cloudSitesMigratedFor monitoredSite
     monitoredSitesUnreadable monitoredSitesPending telegramChatID telegramAlertsEnabled settingsSyncDeviceID
     settingsChangedAt settingsSyncedAt overviewWindowGeometry toldKeepRunningWithoutWindow
     loginItemConfigured lastVerifiedUpdateManifest claudeUsageCache providerBackoff
-    speedTestHistory "
+    speedTestHistory speedTestHistoryUnreadable "
 kept_for_itself=" $(tr -s ' \n' '  ' <<<"$kept_for_itself") "
 
 "$bin/ravo" settings list >"$work/list" || fail "settings list"

@@ -128,28 +128,27 @@ void ConnectionSection::syncSpeedTest() {
     const bool measuring = speedTest_->phase() == SpeedTest::Phase::measuring;
     run_->setEnabled(!measuring);
     switch (speedTest_->phase()) {
-    case SpeedTest::Phase::idle:
-        progress_->setText({});
-        // The last test, also one run in a terminal or before Ravo started.
-        if (const auto history = speedTest_->history(); !history.empty()) {
-            progress_->setText(QString::fromStdString(
-                "Last test " + ageText(history.front().finishedAt, Clock::now()) + ":"));
-            for (const auto& [label, value] : speedTestRows(history.front().result, locale_))
-                addFactRow(figures_, QString::fromStdString(label), QString::fromStdString(value));
-        }
-        break;
     case SpeedTest::Phase::measuring:
         progress_->setText(SpeedTest::kMeasuringText);
         break;
     case SpeedTest::Phase::failed:
         progress_->setText(QString(SpeedTest::kFailedText) + " " + speedTest_->failureReason());
         break;
-    case SpeedTest::Phase::finished:
+    case SpeedTest::Phase::idle:
+    case SpeedTest::Phase::finished: {
+        // The newest test whoever ran it (a terminal too, or before Ravo started), with its age.
         progress_->setText({});
-        for (const auto& [label, value] :
-             speedTestRows(speedTest_->lastResult().value_or(SpeedTestResult{}), locale_))
-            addFactRow(figures_, QString::fromStdString(label), QString::fromStdString(value));
+        std::optional<SpeedTestResult> last = speedTest_->lastResult();
+        if (const auto history = speedTest_->history(); !history.empty()) {
+            progress_->setText(QString::fromStdString(
+                "Last test " + ageText(history.front().finishedAt, Clock::now()) + ":"));
+            last = history.front().result;
+        }
+        if (last)
+            for (const auto& [label, value] : speedTestRows(*last, locale_))
+                addFactRow(figures_, QString::fromStdString(label), QString::fromStdString(value));
         break;
+    }
     }
 }
 

@@ -31,6 +31,12 @@ TEST(SpeedTestParser, ReadsEachFigureByTheFirstNumericKeyAndNeedsAThroughput) {
         {R"({"dl_throughput": 1, "responsiveness": "fast", "dl_responsiveness": 250})",
          SpeedTestResult{1, {}, 250, {}}},
         {R"({"dl_throughput": "1", "ul_throughput": null})", std::nullopt},
+        // Figures below zero or past any real link are broken, and missing.
+        {R"({"dl_throughput": -5, "ul_throughput": 1e300, "responsiveness": 1e200,
+             "dl_responsiveness": 600, "base_rtt": -1})",
+         std::nullopt},
+        {R"({"dl_throughput": 2e6, "responsiveness": 1e200, "dl_responsiveness": 600})",
+         SpeedTestResult{2e6, {}, 600, {}}},
         {R"([{"dl_throughput": 1}])", std::nullopt},
         {"42", std::nullopt},
         {"Downlink capacity: 94 Mbps", std::nullopt},
