@@ -133,6 +133,12 @@ void SpeedTest::remember(const SpeedTestResult& result, const QString& configURL
     if (!lock.tryLock(std::chrono::seconds(5)))
         qCWarning(lcConnection) << "The speed test history stayed locked; saving anyway";
     auto records = readHistory();
+    // A settings file that cannot be read is never written over.
+    if (defaults_.status() != QSettings::NoError) {
+        qCWarning(lcConnection).noquote()
+            << "The speed test is not remembered:" << QString::fromStdString(records.error());
+        return;
+    }
     if (!records && !defaults_.contains(kHistoryUnreadableKey))
         defaults_.setValue(kHistoryUnreadableKey, defaults_.value(kHistoryKey));
     const auto kept = SpeedTestHistory::withRecord(

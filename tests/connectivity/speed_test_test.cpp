@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <sys/stat.h>
 
@@ -123,6 +124,18 @@ TEST_F(SpeedTestTest, FinishedTestsAreRememberedNewestFirstUpToTheLimit) {
     ASSERT_TRUE(QCoro::waitFor(test.run()));
     EXPECT_EQ(test.history().size(), 2u);
     EXPECT_EQ(defaults.value(SpeedTest::kHistoryUnreadableKey).toString(), "{not json");
+}
+
+TEST_F(SpeedTestTest, ASettingsFileThatCannotBeReadIsNotWrittenOver) {
+    const auto path = folder / "broken.conf";
+    const std::string broken = "[General\nspeedTestServer=https://ravo.example.org\n";
+    std::ofstream(path) << broken;
+    QSettings settings(QString::fromStdString(path.string()), QSettings::IniFormat);
+    SpeedTest test(settings, tool(R"(echo '{"dl_throughput": 20000000}')"));
+    EXPECT_TRUE(QCoro::waitFor(test.run())) << "the test itself still runs";
+    EXPECT_FALSE(test.readHistory().ok());
+    std::ifstream file(path);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), broken);
 }
 
 // Run by the test below as one of several processes at once; skipped on its own.
