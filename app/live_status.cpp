@@ -56,17 +56,15 @@ void answerReport(const ui::Coordinators& parts, const QString& what,
     }
     if (words.value(0) == QLatin1String("speedtests")) {
         // An unreadable list is the asker's to report: it reads the same settings.
-        const auto records =
-            parts.speedTest
-                ? parts.speedTest->readHistory()
-                : Result<std::vector<connectivity::SpeedTestRecord>>(Failure{"no speed test here"});
-        if (!records)
+        const auto records = parts.speedTest ? parts.speedTest->readHistory()
+                                             : Failure{"this Ravo runs no speed test"};
+        if (!records) {
             reply(std::nullopt);
-        else
-            reply(
-                connectivity::SpeedTestHistory::toDocument(
-                    *records, parts.speedTest->phase() == connectivity::SpeedTest::Phase::measuring)
-                    .dump());
+            return;
+        }
+        const bool measuring =
+            parts.speedTest->phase() == connectivity::SpeedTest::Phase::measuring;
+        reply(connectivity::SpeedTestHistory::toDocument(*records, measuring).dump());
         return;
     }
     if (words.value(0) != QLatin1String("status") ||

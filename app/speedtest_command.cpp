@@ -42,7 +42,8 @@ int printHistory(const SpeedTestRequest& request) {
         listing = SpeedTestHistory::Listing{std::move(records).value(), false};
     }
     if (request.json)
-        std::cout << SpeedTestHistory::toDocument(listing->records, listing->measuring).dump(2)
+        std::cout << json::printable(
+                         SpeedTestHistory::toDocument(listing->records, listing->measuring))
                   << std::endl;
     else
         std::cout << SpeedTestHistory::text(*listing, FormatLocale::fromEnvironment());

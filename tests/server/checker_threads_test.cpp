@@ -101,7 +101,7 @@ protected:
     // saved a moment before), and the one still open at `to`. How soon is the benchmark's
     // to say: a loaded test machine may start one late.
     void expectOneCheckPerSlot(int site, const std::vector<TimePoint>& seen, TimePoint from,
-                               TimePoint to, std::chrono::seconds slotLength = 1s) {
+                               TimePoint to, std::chrono::seconds slotLength) {
         const TimePoint first = firstSlot(from, 1, identities.at(site), double(slotLength.count()));
         TimePoint slot = first;
         std::size_t matched = 0;
